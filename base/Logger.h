@@ -1,0 +1,42 @@
+#pragma once
+
+#include "LogLevel.h"
+#include "ReportBaseExport.h"
+
+#include <QString>
+
+#include <functional>
+#include <memory>
+#include <mutex>
+
+namespace REPORTGENERATOR {
+
+// Receives the reports of records. A record and its children share one Logger through a
+// std::shared_ptr. Log() may be called from several threads at once: calls are serialised,
+// so a sink never runs concurrently with itself.
+class REPORTBASE_EXPORT Logger
+{
+public:
+    using Sink = std::function<void(LogLevel, const QString&)>;
+
+    // Sends reports to Qt's logging under the category "reportbase": ERROR as critical,
+    // WARNING as warning, INFO as info.
+    Logger();
+    // Calls the sink once per report with its level and the exact message text.
+    explicit Logger(Sink sink);
+    virtual ~Logger();
+
+    Logger(const Logger&) = delete;
+    Logger& operator=(const Logger&) = delete;
+
+    void Log(LogLevel level, const QString& message) const;
+
+    // The logger that records constructed by default share.
+    static std::shared_ptr<Logger> Default();
+
+private:
+    Sink m_sink;
+    mutable std::mutex m_mutex;
+};
+
+} // namespace REPORTGENERATOR

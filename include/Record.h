@@ -1,0 +1,126 @@
+#pragma once
+
+#include "KVT317XmlExport.h"
+#include "RecordDescription.h"
+
+#include <IRGObject.h>
+
+#include <QSharedDataPointer>
+
+namespace KVT317XML {
+
+struct StorageBlock;
+struct RecordType;
+
+// The behaviour that every record shares, driven by its member table: lazily created,
+// implicitly shared member storage with set and has-default flags, defaults and invalid
+// markers; resets; data predicates; equality; checks and reports; the XML and binary forms.
+// Concrete records add their typed accessors on top.
+class KVT317XML_EXPORT Record : public REPORTGENERATOR::IRGObject
+{
+public:
+    ~Record() override;
+
+    bool HasData() const override;
+    void Reset() override;
+    void Check(bool noThrow) const override;
+    void Check() const override;
+    void GetXml(QXmlStreamWriter& writer) const override;
+    bool GetBinary(QDataStream& stream, int tag, bool withTag) const override;
+    void SetBinary(QDataStream& stream, int length) override;
+    void ProcessXml(QXmlStreamReader& reader) override;
+    void SetValidate(bool validate) const override;
+    void SetLogger(std::shared_ptr<REPORTGENERATOR::Logger> logger) const override;
+    void SetObjectType(REPORTGENERATOR::ObjectTypes type) override;
+
+    // Any member holds something.
+    bool AnyData() const;
+    // The member storage exists.
+    bool IsInitialized() const;
+    // Reset, then set every member that has a usable default to it.
+    void ResetToDefault();
+
+    const RecordDescription& GetDescription() const;
+
+protected:
+    Record(const RecordType& type, const QString& name, __int64 id);
+    Record(const Record& other, const QString& name, __int64 id);
+    void ShareStorage(const Record& other);
+    bool Equals(const Record& other) const;
+
+    void ProcessXmlStartElement(QXmlStreamReader& reader) override;
+    std::shared_ptr<const void> SaveState() const override;
+    void RestoreState(const std::shared_ptr<const void>& state) override;
+
+    enum class Field { Value, Default, Invalid };
+
+    // Typed access for the accessors of concrete records; T is the member's own type.
+    template <class T> const T& Value(int bit) const
+    {
+        return *static_cast<const T*>(Slot(bit, Field::Value));
+    }
+    // For the non-const getters of class-typed members: marks the member set.
+    template <class T> T& MutableValue(int bit)
+    {
+        MarkSet(bit);
+        return *static_cast<T*>(Slot(bit, Field::Value));
+    }
+    template <class T> const T& Default(int bit) const
+    {
+        return *static_cast<const T*>(Slot(bit, Field::Default));
+    }
+    template <class T> const T& Invalid(int bit) const
+    {
+        return *static_cast<const T*>(Slot(bit, Field::Invalid));
+    }
+    template <class T> void Assign(int bit, const T& value)
+    {
+        *static_cast<T*>(Slot(bit, Field::Value)) = value;
+        MarkSet(bit);
+    }
+    template <class T> void AssignDefault(int bit, const T& value)
+    {
+        *static_cast<T*>(Slot(bit, Field::Default)) = value;
+        MarkHasDefault(bit);
+    }
+    template <class T> void AssignInvalid(int bit, const T& value)
+    {
+        *static_cast<T*>(Slot(bit, Field::Invalid)) = value;
+    }
+
+    // Setters that report before they store.
+    void AssignText(int bit, const QString& value);
+    void AssignEnum(int bit, int value);
+
+    bool IsMemberSet(int bit) const;
+    void ResetMember(int bit);
+
+    // Enumeration conversions through the member's name table.
+    QString EnumName(int bit, int value) const;
+    int EnumIndex(int bit, const QString& name) const;
+    double EnumToValue(int bit, int value) const;
+    int EnumFromValue(int bit, double value) const;
+    bool IsValidEnum(int bit, int value) const;
+
+private:
+    friend struct RecordAccess;
+
+    StorageBlock& Storage() const; // creates and detaches
+    void* Slot(int bit, Field field) const;
+    void MarkSet(int bit);
+    void MarkHasDefault(int bit);
+    void InitData() const;
+    void ConstNoClearReset() const;
+    void PassDown() const;
+    void Report(REPORTGENERATOR::RGException& exception) const;
+    void ReportCheck(const MemberDescription& member, bool noThrow) const;
+    void AssignFromText(int bit, const QString& text);
+    void Append(int bit, const Record& item);
+
+    const RecordType& m_type;
+    mutable QSharedDataPointer<StorageBlock> d;
+};
+
+} // namespace KVT317XML
+
+template <> KVT317XML::StorageBlock* QSharedDataPointer<KVT317XML::StorageBlock>::clone();

@@ -1,0 +1,67 @@
+#pragma once
+
+#include "KVT317XmlExport.h"
+
+#include <IRGObject.h>
+
+#include <QString>
+#include <QStringList>
+#include <QVector>
+
+#include <vector>
+
+namespace KVT317XML {
+
+// How a member's value is held, and so how it travels in XML and in the binary form.
+enum class MemberKind {
+    Integer,     // 32-bit int; decimal text, 64-bit integer payload
+    Float,       // float; fixed-point text
+    Double,      // double; fixed-point text
+    Text,        // QString
+    DateTime,    // QDateTime; "yyyy-MM-ddThh:mm:ss,zzzZ"
+    Enumeration, // named values; the name travels, never the number
+    Record,      // a nested record with a frame of its own
+    RecordList   // an ordered list of nested records
+};
+
+// The names (and, for bandwidths, the values in hertz) of one enumeration, in enumerator
+// order: enumerator i is names[i].
+struct EnumerationDescription {
+    QStringList names;
+    QVector<double> values; // empty unless the enumeration stands for physical values
+};
+
+struct RecordDescription;
+
+// One member of a record, as its record declares it. Read-only: this is the table the
+// library itself works from.
+struct MemberDescription {
+    int bit = 0;           // position in the member order, and of the member's flags
+    QString name;          // XML element or attribute name; also used in reports
+    QString fieldName;     // value field named in enumeration reports, e.g. "m_dFMode"
+    quint32 tag = 0;       // binary member tag
+    MemberKind kind = MemberKind::Integer;
+    bool attribute = false; // an XML attribute rather than an element
+    bool required = false;  // needed for HasData() and reported by Check() when unset
+    int fieldWidth = 0;     // number text of Float and Double members
+    int precision = 0;
+    const EnumerationDescription* enumeration = nullptr; // Enumeration members
+    const RecordDescription* (*nested)() = nullptr;      // Record and RecordList members
+
+    // Written to XML and binary whether set or not.
+    bool AlwaysWritten() const { return required && kind != MemberKind::Record; }
+};
+
+struct KVT317XML_EXPORT RecordDescription {
+    QString name; // object name and XML element name
+    __int64 id = 0;
+    std::vector<MemberDescription> members; // in member order
+
+    const MemberDescription* FindTag(quint32 tag) const;
+    const MemberDescription* FindName(const QString& memberName) const;
+};
+
+// The descriptions of all document roots and records the library knows.
+KVT317XML_EXPORT std::vector<const RecordDescription*> AllRecordDescriptions();
+
+} // namespace KVT317XML
