@@ -32,8 +32,7 @@ QString Converters::ToString(const QDateTime& dateTime)
         return utc.toString(QStringLiteral("yyyy-MM-ddThh:mm:ss,zzzZ"));
     char text[32];
     std::snprintf(text, sizeof text, "%04d-%02d-%02dT%02d:%02d:%02d,%03dZ", date.year(),
-                  date.month(), date.day(), time.hour(), time.minute(), time.second(),
-                  time.msec());
+                  date.month(), date.day(), time.hour(), time.minute(), time.second(), time.msec());
     return QString::fromLatin1(text);
 }
 
@@ -59,8 +58,8 @@ QDateTime Converters::ToDateTime(const QString& text)
     if (pos < text.size() && (at(pos, ',') || at(pos, '.'))) {
         ++pos;
         int digits = 0;
-        while (pos < text.size() && digits < 3 && text.at(pos).isDigit()
-               && text.at(pos).unicode() < 128) {
+        while (pos < text.size() && digits < 3 && text.at(pos).isDigit() &&
+               text.at(pos).unicode() < 128) {
             msec = msec * 10 + (text.at(pos).unicode() - '0');
             ++pos;
             ++digits;

@@ -28,7 +28,9 @@ class DocumentFormat
 {
 public:
     explicit DocumentFormat(QDataStream& stream)
-        : m_stream(stream), m_version(stream.version()), m_byteOrder(stream.byteOrder())
+        : m_stream(stream)
+        , m_version(stream.version())
+        , m_byteOrder(stream.byteOrder())
     {
         m_stream.setVersion(StreamVersion);
         m_stream.setByteOrder(QDataStream::BigEndian);
@@ -99,7 +101,8 @@ bool Inflate(const QByteArray& packed, QByteArray& plain, QString& error)
         else if (result == Z_BUF_ERROR)
             error = QStringLiteral("the compressed data is truncated");
         else
-            error = zs.msg ? QString::fromLatin1(zs.msg) : QStringLiteral("zlib error %1").arg(result);
+            error =
+                zs.msg ? QString::fromLatin1(zs.msg) : QStringLiteral("zlib error %1").arg(result);
     } else if (zs.avail_in != 0) {
         error = QStringLiteral("%1 bytes follow the compressed data").arg(zs.avail_in);
     }
@@ -114,14 +117,27 @@ QString Hex32(qint32 value)
 
 } // namespace
 
-IRGObject::IRGObject() : m_logger(Logger::Default()) {}
+IRGObject::IRGObject()
+    : m_logger(Logger::Default())
+{
+}
 
-IRGObject::IRGObject(ObjectTypes type) : m_objectType(type), m_logger(Logger::Default()) {}
+IRGObject::IRGObject(ObjectTypes type)
+    : m_objectType(type)
+    , m_logger(Logger::Default())
+{
+}
 
 IRGObject::~IRGObject() = default;
 
-bool IRGObject::IsValid(float value) const { return !std::isnan(value); }
-bool IRGObject::IsValid(bool) const { return true; }
+bool IRGObject::IsValid(float value) const
+{
+    return !std::isnan(value);
+}
+bool IRGObject::IsValid(bool) const
+{
+    return true;
+}
 bool IRGObject::IsValid(unsigned int value) const
 {
     return value != std::numeric_limits<unsigned int>::max();
@@ -130,23 +146,47 @@ bool IRGObject::IsValid(__int64 value) const
 {
     return value != std::numeric_limits<__int64>::min();
 }
-bool IRGObject::IsValid(const QDateTime& value) const { return value.isValid(); }
-bool IRGObject::IsValid(const QString& value) const { return !value.isNull(); }
-bool IRGObject::IsValid(double value) const { return !std::isnan(value); }
-bool IRGObject::IsValid(int value) const { return value != std::numeric_limits<int>::min(); }
+bool IRGObject::IsValid(const QDateTime& value) const
+{
+    return value.isValid();
+}
+bool IRGObject::IsValid(const QString& value) const
+{
+    return !value.isNull();
+}
+bool IRGObject::IsValid(double value) const
+{
+    return !std::isnan(value);
+}
+bool IRGObject::IsValid(int value) const
+{
+    return value != std::numeric_limits<int>::min();
+}
 
-void IRGObject::SetInvalid(float& value) const { value = std::numeric_limits<float>::quiet_NaN(); }
+void IRGObject::SetInvalid(float& value) const
+{
+    value = std::numeric_limits<float>::quiet_NaN();
+}
 void IRGObject::SetInvalid(unsigned int& value) const
 {
     value = std::numeric_limits<unsigned int>::max();
 }
-void IRGObject::SetInvalid(__int64& value) const { value = std::numeric_limits<__int64>::min(); }
-void IRGObject::SetInvalid(QString& value) const { value = QString(); }
+void IRGObject::SetInvalid(__int64& value) const
+{
+    value = std::numeric_limits<__int64>::min();
+}
+void IRGObject::SetInvalid(QString& value) const
+{
+    value = QString();
+}
 void IRGObject::SetInvalid(double& value) const
 {
     value = std::numeric_limits<double>::quiet_NaN();
 }
-void IRGObject::SetInvalid(int& value) const { value = std::numeric_limits<int>::min(); }
+void IRGObject::SetInvalid(int& value) const
+{
+    value = std::numeric_limits<int>::min();
+}
 
 // ---- XML documents -------------------------------------------------------------------
 
@@ -450,21 +490,45 @@ bool IRGObject::MergeRGObject(const IRGObject& other)
 
 // ---- Identity, switch and logger -----------------------------------------------------
 
-ObjectTypes IRGObject::GetObjectType() const { return m_objectType; }
+ObjectTypes IRGObject::GetObjectType() const
+{
+    return m_objectType;
+}
 
-const QString& IRGObject::GetObjectName() const { return m_objectName; }
+const QString& IRGObject::GetObjectName() const
+{
+    return m_objectName;
+}
 
-void IRGObject::SetObjectName(const QString& name) { m_objectName = name; }
+void IRGObject::SetObjectName(const QString& name)
+{
+    m_objectName = name;
+}
 
-void IRGObject::SetValidate(bool validate) const { m_validate = validate; }
+void IRGObject::SetValidate(bool validate) const
+{
+    m_validate = validate;
+}
 
-bool IRGObject::GetValidate() const { return m_validate; }
+bool IRGObject::GetValidate() const
+{
+    return m_validate;
+}
 
-void IRGObject::SetLogger(std::shared_ptr<Logger> logger) const { m_logger = std::move(logger); }
+void IRGObject::SetLogger(std::shared_ptr<Logger> logger) const
+{
+    m_logger = std::move(logger);
+}
 
-void IRGObject::ResetLogger() const { m_logger = Logger::Default(); }
+void IRGObject::ResetLogger() const
+{
+    m_logger = Logger::Default();
+}
 
-std::shared_ptr<Logger> IRGObject::GetLogger() const { return m_logger; }
+std::shared_ptr<Logger> IRGObject::GetLogger() const
+{
+    return m_logger;
+}
 
 const QString& IRGObject::GetVersion() const
 {
@@ -472,7 +536,10 @@ const QString& IRGObject::GetVersion() const
     return version;
 }
 
-std::shared_ptr<const void> IRGObject::SaveState() const { return nullptr; }
+std::shared_ptr<const void> IRGObject::SaveState() const
+{
+    return nullptr;
+}
 
 void IRGObject::RestoreState(const std::shared_ptr<const void>&) {}
 

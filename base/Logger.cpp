@@ -36,9 +36,15 @@ QString LogLevelName(LogLevel level)
     return index >= 0 && index < LogLevelNames().size() ? LogLevelNames().at(index) : QString();
 }
 
-Logger::Logger() : m_sink(&LogToQt) {}
+Logger::Logger()
+    : m_sink(&LogToQt)
+{
+}
 
-Logger::Logger(Sink sink) : m_sink(std::move(sink)) {}
+Logger::Logger(Sink sink)
+    : m_sink(std::move(sink))
+{
+}
 
 Logger::~Logger() = default;
 

@@ -23,8 +23,8 @@ int main(int argc, char** argv)
     if (!range.SaveXml(xmlPath))
         return 1;
     QFile binaryFile(binaryPath);
-    if (!binaryFile.open(QIODevice::WriteOnly)
-        || binaryFile.write(range.GetBinaryRepresentationAsQByteArray()) < 0)
+    if (!binaryFile.open(QIODevice::WriteOnly) ||
+        binaryFile.write(range.GetBinaryRepresentationAsQByteArray()) < 0)
         return 1;
     binaryFile.close();
 

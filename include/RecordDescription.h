@@ -36,10 +36,10 @@ struct RecordDescription;
 // One member of a record, as its record declares it. Read-only: this is the table the
 // library itself works from.
 struct MemberDescription {
-    int bit = 0;           // position in the member order, and of the member's flags
-    QString name;          // XML element or attribute name; also used in reports
-    QString fieldName;     // value field named in enumeration reports, e.g. "m_dFMode"
-    quint32 tag = 0;       // binary member tag
+    int bit = 0;       // position in the member order, and of the member's flags
+    QString name;      // XML element or attribute name; also used in reports
+    QString fieldName; // value field named in enumeration reports, e.g. "m_dFMode"
+    quint32 tag = 0;   // binary member tag
     MemberKind kind = MemberKind::Integer;
     bool attribute = false; // an XML attribute rather than an element
     bool required = false;  // needed for HasData() and reported by Check() when unset

@@ -14,25 +14,40 @@ struct FrequencyRangeData : StorageOf<FrequencyRangeData> {
 
 const RecordType& Type()
 {
-    static const RecordType type = MakeRecordType<FrequencyRangeData>(
-        "FrequencyRange", FrequencyRange::id,
-        {
-            Member<&FrequencyRangeData::startFrequency>(StartFrequencyBit, "StartFrequency", 0x2D99DCB9)
-                .Required().Fixed(0, 2).DefaultValue(88000000.0),
-            Member<&FrequencyRangeData::stopFrequency>(StopFrequencyBit, "StopFrequency", 0x7ADC955A)
-                .Required().Fixed(0, 2).DefaultValue(240000000.0),
-        });
+    static const RecordType type =
+        MakeRecordType<FrequencyRangeData>("FrequencyRange", FrequencyRange::id,
+                                           {
+                                               Member<&FrequencyRangeData::startFrequency>(
+                                                   StartFrequencyBit, "StartFrequency", 0x2D99DCB9)
+                                                   .Required()
+                                                   .Fixed(0, 2)
+                                                   .DefaultValue(88000000.0),
+                                               Member<&FrequencyRangeData::stopFrequency>(
+                                                   StopFrequencyBit, "StopFrequency", 0x7ADC955A)
+                                                   .Required()
+                                                   .Fixed(0, 2)
+                                                   .DefaultValue(240000000.0),
+                                           });
     return type;
 }
 
-QString ObjectName() { return QStringLiteral("FrequencyRange"); }
+QString ObjectName()
+{
+    return QStringLiteral("FrequencyRange");
+}
 
 } // namespace
 
 const __int64 FrequencyRange::id = 245222484;
 
-FrequencyRange::FrequencyRange() : Record(Type(), ObjectName(), id) {}
-FrequencyRange::FrequencyRange(const FrequencyRange& other) : Record(other, ObjectName(), id) {}
+FrequencyRange::FrequencyRange()
+    : Record(Type(), ObjectName(), id)
+{
+}
+FrequencyRange::FrequencyRange(const FrequencyRange& other)
+    : Record(other, ObjectName(), id)
+{
+}
 FrequencyRange& FrequencyRange::operator=(const FrequencyRange& other)
 {
     ShareStorage(other);
@@ -40,11 +55,23 @@ FrequencyRange& FrequencyRange::operator=(const FrequencyRange& other)
 }
 FrequencyRange::~FrequencyRange() = default;
 
-bool FrequencyRange::operator==(const FrequencyRange& other) const { return Equals(other); }
-bool FrequencyRange::operator!=(const FrequencyRange& other) const { return !Equals(other); }
+bool FrequencyRange::operator==(const FrequencyRange& other) const
+{
+    return Equals(other);
+}
+bool FrequencyRange::operator!=(const FrequencyRange& other) const
+{
+    return !Equals(other);
+}
 
-__int64 FrequencyRange::GetId() { return id; }
-const RecordDescription& FrequencyRange::Description() { return Type().description; }
+__int64 FrequencyRange::GetId()
+{
+    return id;
+}
+const RecordDescription& FrequencyRange::Description()
+{
+    return Type().description;
+}
 
 KVT317_NUMBER_ACCESSORS(FrequencyRange, double, StartFrequency)
 KVT317_NUMBER_ACCESSORS(FrequencyRange, double, StopFrequency)

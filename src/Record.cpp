@@ -33,7 +33,10 @@ QString NumberText(double value, const MemberRow& row)
                                     row.description.precision, QLatin1Char(' '));
 }
 
-QString IntegerText(int value) { return QStringLiteral("%1").arg(value, 0, 10, QLatin1Char(' ')); }
+QString IntegerText(int value)
+{
+    return QStringLiteral("%1").arg(value, 0, 10, QLatin1Char(' '));
+}
 
 QString EnumText(int value, const MemberRow& row)
 {
@@ -88,7 +91,10 @@ const MemberDescription* RecordDescription::FindName(const QString& memberName) 
 namespace {
 
 // XML texts are never null: an empty element or attribute is an empty text.
-QString NonNull(const QString& text) { return text.isNull() ? QStringLiteral("") : text; }
+QString NonNull(const QString& text)
+{
+    return text.isNull() ? QStringLiteral("") : text;
+}
 
 QByteArray Utf8(const QString& text)
 {
@@ -115,21 +121,25 @@ void EndLength(QDataStream& stream, qint64 start)
 
 QString PleaseSet(const QString& objectName, const QString& member)
 {
-    return objectName + QStringLiteral(": Please set %1 properly.").arg(member, 0, QLatin1Char(' '));
+    return objectName +
+           QStringLiteral(": Please set %1 properly.").arg(member, 0, QLatin1Char(' '));
 }
 
 } // namespace
 
 // ---- Construction and storage --------------------------------------------------------
 
-Record::Record(const RecordType& type, const QString& name, __int64 id) : m_type(type)
+Record::Record(const RecordType& type, const QString& name, __int64 id)
+    : m_type(type)
 {
     SetObjectName(name);
     m_id = id;
 }
 
 Record::Record(const Record& other, const QString& name, __int64 id)
-    : IRGObject(other.GetObjectType()), m_type(other.m_type), d(other.d)
+    : IRGObject(other.GetObjectType())
+    , m_type(other.m_type)
+    , d(other.d)
 {
     SetObjectName(name);
     m_id = id;
@@ -186,13 +196,25 @@ void* Record::Slot(int bit, Field field) const
     return m_type.rows[bit].ops->Get(Storage(), static_cast<SlotField>(field));
 }
 
-void Record::MarkSet(int bit) { Storage().m_isSet.setBit(bit); }
+void Record::MarkSet(int bit)
+{
+    Storage().m_isSet.setBit(bit);
+}
 
-void Record::MarkHasDefault(int bit) { Storage().m_hasDefault.setBit(bit); }
+void Record::MarkHasDefault(int bit)
+{
+    Storage().m_hasDefault.setBit(bit);
+}
 
-bool Record::IsInitialized() const { return d; }
+bool Record::IsInitialized() const
+{
+    return d;
+}
 
-const RecordDescription& Record::GetDescription() const { return m_type.description; }
+const RecordDescription& Record::GetDescription() const
+{
+    return m_type.description;
+}
 
 std::shared_ptr<const void> Record::SaveState() const
 {
@@ -237,7 +259,10 @@ void Record::SetLogger(std::shared_ptr<REPORTGENERATOR::Logger> logger) const
 
 // ---- Members -------------------------------------------------------------------------
 
-bool Record::IsMemberSet(int bit) const { return d && d.constData()->m_isSet.testBit(bit); }
+bool Record::IsMemberSet(int bit) const
+{
+    return d && d.constData()->m_isSet.testBit(bit);
+}
 
 void Record::ResetMember(int bit)
 {
@@ -259,7 +284,8 @@ void Record::Report(RGException& exception) const
 void Record::AssignText(int bit, const QString& value)
 {
     if (value.isNull()) {
-        OutOfRangeException exception(PleaseSet(GetObjectName(), m_type.rows[bit].description.name));
+        OutOfRangeException exception(
+            PleaseSet(GetObjectName(), m_type.rows[bit].description.name));
         Report(exception);
     }
     Assign<QString>(bit, value);
@@ -269,9 +295,9 @@ void Record::AssignEnum(int bit, int value)
 {
     const MemberRow& row = m_type.rows[bit];
     if (!IsValidEnum(bit, value)) {
-        OutOfRangeException exception(QStringLiteral("enum is not valid (classname=")
-                                      + m_type.description.name + QStringLiteral(",membername=")
-                                      + row.description.fieldName + QStringLiteral(")"));
+        OutOfRangeException exception(QStringLiteral("enum is not valid (classname=") +
+                                      m_type.description.name + QStringLiteral(",membername=") +
+                                      row.description.fieldName + QStringLiteral(")"));
         Report(exception);
     }
     StorageBlock& block = Storage();
@@ -348,8 +374,9 @@ void Record::Append(int bit, const Record& item)
     }
     if (!complete) {
         IncompleteDefinitionException exception(
-            GetObjectName() + QStringLiteral(": Tried to append not completely defined or invalid item ")
-            + row.description.name + QStringLiteral("."));
+            GetObjectName() +
+            QStringLiteral(": Tried to append not completely defined or invalid item ") +
+            row.description.name + QStringLiteral("."));
         Report(exception);
     }
 }
@@ -491,7 +518,10 @@ void Record::Check(bool noThrow) const
     }
 }
 
-void Record::Check() const { Check(false); }
+void Record::Check() const
+{
+    Check(false);
+}
 
 // ---- XML -----------------------------------------------------------------------------
 
@@ -505,9 +535,9 @@ void Record::GetXml(QXmlStreamWriter& writer) const
     }
     StorageBlock& block = Storage();
     const auto reportIncomplete = [this](const MemberDescription& member) {
-        IncompleteDefinitionException exception(
-            QStringLiteral("Parameters for ") + member.name
-            + QStringLiteral(" are not set properly in '%1'.").arg(GetObjectName(), 0, QLatin1Char(' ')));
+        IncompleteDefinitionException exception(QStringLiteral("Parameters for ") + member.name +
+                                                QStringLiteral(" are not set properly in '%1'.")
+                                                    .arg(GetObjectName(), 0, QLatin1Char(' ')));
         Report(exception);
     };
 
@@ -641,7 +671,7 @@ bool Record::GetBinary(QDataStream& stream, int tag, bool withTag) const
             if (set)
                 for (int i = 0; i < row.ops->ListSize(block); ++i)
                     row.ops->ListItem(block, i)->GetBinary(stream, static_cast<int>(member.tag),
-                                                            false);
+                                                           false);
             break;
         default:
             stream << Utf8(row.ops->Text(block, row));
@@ -714,8 +744,9 @@ void Record::SetBinary(QDataStream& stream, int length)
     if (remaining == 0)
         return;
     BinaryParsingException exception(
-        GetObjectName()
-        + QStringLiteral("::SetBinary(...): Length error occurred during processing of binary representation"));
+        GetObjectName() +
+        QStringLiteral(
+            "::SetBinary(...): Length error occurred during processing of binary representation"));
     TraceOrThrow(LogLevel::Error, exception, true, true);
 }
 

@@ -137,8 +137,8 @@ struct MemberRow {
 
 struct RecordType {
     RecordDescription description;
-    std::vector<MemberRow> rows;  // member order
-    std::vector<int> writeOrder;  // attributes first, then the others, each in member order
+    std::vector<MemberRow> rows; // member order
+    std::vector<int> writeOrder; // attributes first, then the others, each in member order
     StorageBlock* (*create)() = nullptr;
 };
 
@@ -146,7 +146,8 @@ struct RecordType {
 
 namespace slotops {
 
-template <class T> struct IsRecord : std::is_base_of<Record, T> {};
+template <class T> struct IsRecord : std::is_base_of<Record, T> {
+};
 
 template <class T> constexpr MemberKind KindOf()
 {
@@ -171,7 +172,10 @@ QString IntegerText(int value);
 QString EnumText(int value, const MemberRow& row);
 int EnumIndexOf(const QString& name, const MemberRow& row, int invalid);
 
-template <class T> bool RecordsEqual(const T& a, const T& b) { return a == b; }
+template <class T> bool RecordsEqual(const T& a, const T& b)
+{
+    return a == b;
+}
 
 // Plain slots: numbers, texts, date-times and child records.
 template <class Data, class T, Slot<T> Data::*P> class PlainOps final : public SlotOps
@@ -255,10 +259,7 @@ public:
 template <class Data, class E, EnumSlot<E> Data::*P> class EnumOps final : public SlotOps
 {
     static EnumSlot<E>& S(StorageBlock& b) { return static_cast<Data&>(b).*P; }
-    static const EnumSlot<E>& S(const StorageBlock& b)
-    {
-        return static_cast<const Data&>(b).*P;
-    }
+    static const EnumSlot<E>& S(const StorageBlock& b) { return static_cast<const Data&>(b).*P; }
     static E& F(EnumSlot<E>& s, SlotField field)
     {
         return field == 2 ? s.invalid : field == 1 ? s.def : s.value;
@@ -270,9 +271,10 @@ public:
     bool Init(StorageBlock& b, const MemberRow& row) const override
     {
         S(b).invalid = static_cast<E>(-1);
-        S(b).def = row.declaredDefault ? static_cast<E>(EnumIndexOf(row.nameDefault, row,
-                                                                    static_cast<int>(S(b).invalid)))
-                                       : static_cast<E>(-1);
+        S(b).def =
+            row.declaredDefault
+                ? static_cast<E>(EnumIndexOf(row.nameDefault, row, static_cast<int>(S(b).invalid)))
+                : static_cast<E>(-1);
         return row.declaredDefault;
     }
     void Restore(StorageBlock& b) const override { S(b).value = S(b).def; }
@@ -308,10 +310,7 @@ public:
 template <class Data, class T, ListSlot<T> Data::*P> class ListOps final : public SlotOps
 {
     static ListSlot<T>& S(StorageBlock& b) { return static_cast<Data&>(b).*P; }
-    static const ListSlot<T>& S(const StorageBlock& b)
-    {
-        return static_cast<const Data&>(b).*P;
-    }
+    static const ListSlot<T>& S(const StorageBlock& b) { return static_cast<const Data&>(b).*P; }
 
 public:
     void* Get(StorageBlock& b, SlotField field) const override
