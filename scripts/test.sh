@@ -1,0 +1,33 @@
+#!/usr/bin/env bash
+# Builds the library and runs every test.
+#   scripts/test.sh [--qt 5|6] [--sanitize]
+# Each variant builds in its own directory under build/.
+set -euo pipefail
+cd "$(dirname "$0")/.."
+
+qt=6
+sanitize=0
+while [ $# -gt 0 ]; do
+    case "$1" in
+        --qt) qt="$2"; shift 2 ;;
+        --sanitize) sanitize=1; shift ;;
+        *) echo "usage: $0 [--qt 5|6] [--sanitize]" >&2; exit 2 ;;
+    esac
+done
+
+bash scripts/deps.sh
+
+if [ "$sanitize" = 1 ]; then
+    dir="build/qt$qt-asan"
+    options=(-DCMAKE_BUILD_TYPE=Debug -DKVT317_SANITIZE=address,undefined)
+    export ASAN_OPTIONS=detect_leaks=1:abort_on_error=1
+    export UBSAN_OPTIONS=print_stacktrace=1:halt_on_error=1
+else
+    dir="build/qt$qt"
+    options=(-DCMAKE_BUILD_TYPE=RelWithDebInfo)
+fi
+
+cmake -S . -B "$dir" -DKVT317_QT_MAJOR="$qt" "${options[@]}" >/dev/null
+cmake --build "$dir" -j"$(nproc)"
+cd "$dir"
+ctest --output-on-failure -j"$(nproc)"
