@@ -1,0 +1,64 @@
+#pragma once
+
+#include <IRGObject.h>
+
+#include <QBuffer>
+#include <QByteArray>
+#include <QDataStream>
+#include <QString>
+#include <QXmlStreamWriter>
+
+// The bytes GetBinary writes for a record onto a big-endian memory stream.
+inline QByteArray BinaryOf(const REPORTGENERATOR::IRGObject& record, int tag, bool withTag,
+                           bool* written = nullptr)
+{
+    QByteArray bytes;
+    QBuffer buffer(&bytes);
+    buffer.open(QIODevice::WriteOnly);
+    QDataStream stream(&buffer);
+    const bool result = record.GetBinary(stream, tag, withTag);
+    if (written)
+        *written = result;
+    return bytes;
+}
+
+// The text GetXml writes for a record, without a document frame or indentation.
+inline QString XmlOf(const REPORTGENERATOR::IRGObject& record)
+{
+    QString text;
+    QXmlStreamWriter writer(&text);
+    record.GetXml(writer);
+    return text;
+}
+
+// Bytes from a hex text in which blanks are ignored.
+inline QByteArray Hex(const char* hex)
+{
+    return QByteArray::fromHex(QByteArray(hex));
+}
+
+// A 32-bit big-endian length followed by the text's bytes: Qt's QByteArray stream form.
+inline QByteArray Counted(const QByteArray& text)
+{
+    QByteArray bytes;
+    QDataStream stream(&bytes, QIODevice::WriteOnly);
+    stream << static_cast<qint32>(text.size());
+    bytes.append(text);
+    return bytes;
+}
+
+#include <ostream>
+
+// Readable failure output for Qt's text and byte types.
+inline void PrintTo(const QByteArray& bytes, std::ostream* os)
+{
+    *os << bytes.constData();
+}
+inline void PrintTo(const QString& text, std::ostream* os)
+{
+    *os << '"' << text.toStdString() << '"';
+}
+inline void PrintTo(const QStringList& lines, std::ostream* os)
+{
+    *os << "[" << lines.join(QStringLiteral(" | ")).toStdString() << "]";
+}
