@@ -260,7 +260,7 @@ bool IRGObject::ReadXmlDocument(QXmlStreamReader& reader, bool reset)
     return true;
 }
 
-QString IRGObject::GetXmlString() const
+QByteArray IRGObject::XmlDocument() const
 {
     QByteArray document;
     QBuffer buffer(&document);
@@ -271,23 +271,23 @@ QString IRGObject::GetXmlString() const
     writer.writeStartDocument();
     GetXml(writer);
     writer.writeEndDocument();
-    return QString::fromUtf8(document);
+    return document;
+}
+
+QString IRGObject::GetXmlString() const
+{
+    return QString::fromUtf8(XmlDocument());
 }
 
 bool IRGObject::SaveXml(const QString& path) const
 {
+    // The whole document is made before the file is touched: a record that raises while
+    // writing leaves no trace. The write is unbuffered so that a short write (a full disk)
+    // is seen here rather than lost in a buffer flush, and only then is the target replaced.
+    const QByteArray document = XmlDocument();
     QSaveFile file(path);
-    if (!file.open(QIODevice::WriteOnly)) {
-        ReportDocumentFault(QStringLiteral("Cannot write '%1': %2").arg(path, file.errorString()));
-        return false;
-    }
-    QXmlStreamWriter writer(&file);
-    writer.setAutoFormatting(true);
-    writer.setAutoFormattingIndent(2);
-    writer.writeStartDocument();
-    GetXml(writer); // an exception leaves QSaveFile uncommitted, and the target untouched
-    writer.writeEndDocument();
-    if (writer.hasError() || !file.commit()) {
+    if (!file.open(QIODevice::WriteOnly | QIODevice::Unbuffered) ||
+        file.write(document) != document.size() || !file.commit()) {
         ReportDocumentFault(QStringLiteral("Cannot write '%1': %2").arg(path, file.errorString()));
         return false;
     }

@@ -145,6 +145,7 @@ protected:
     __int64 m_id = 0;
 
 private:
+    QByteArray XmlDocument() const;
     bool ReadXmlDocument(QXmlStreamReader& reader, bool reset);
     bool ReadBinaryDocument(QDataStream& stream, bool wholeInput, bool reset);
     bool ReadFrame(QDataStream& stream, QString& fault);
