@@ -5,6 +5,8 @@
 
 #include "RecordStorage.h"
 
+#include <QCoreApplication>
+
 // int, float and double members.
 #define KVT317_NUMBER_ACCESSORS(Class, Type, X)                                                    \
     Type Class::Get##X() const                                                                     \
@@ -167,4 +169,23 @@
         for (const QString& name : Table().names)                                                  \
             names.append(Translate(name.toLatin1().constData()));                                  \
         return names;                                                                              \
+    }
+
+// Qt's translation functions of a record class, with the given context.
+#define KVT317_TRANSLATION_FUNCTIONS(Class, Context)                                               \
+    QString Class::tr(const char* sourceText, const char* disambiguation)                          \
+    {                                                                                              \
+        return QCoreApplication::translate(Context, sourceText, disambiguation);                   \
+    }                                                                                              \
+    QString Class::tr(const char* sourceText, const char* disambiguation, int n)                   \
+    {                                                                                              \
+        return QCoreApplication::translate(Context, sourceText, disambiguation, n);                \
+    }                                                                                              \
+    QString Class::trUtf8(const char* sourceText, const char* disambiguation)                      \
+    {                                                                                              \
+        return QCoreApplication::translate(Context, sourceText, disambiguation);                   \
+    }                                                                                              \
+    QString Class::trUtf8(const char* sourceText, const char* disambiguation, int n)               \
+    {                                                                                              \
+        return QCoreApplication::translate(Context, sourceText, disambiguation, n);                \
     }

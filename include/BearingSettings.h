@@ -1,0 +1,176 @@
+#pragma once
+
+#include "KVT317XmlExport.h"
+#include "Record.h"
+
+#include <QString>
+#include <QStringList>
+
+namespace KVT317XML {
+
+// The bearing evaluation settings of one receiver set-up: a document root of its own.
+//
+// Frequency is required and written to XML and binary whether set or not; every other
+// member is optional and written only when set. Name and Index are attributes of the
+// "BearingSettings" element ("Index" with a capital I) and ordinary entries in the binary
+// form. No member has a default until SetDefaultX gives it one.
+//
+// Validation is off for a new record: faults (a null text, a DFMode outside its names) are
+// logged as warnings and the value is stored. SetValidate(true) makes the first fault found
+// while setting or writing raise OutOfRangeException.
+class KVT317XML_EXPORT BearingSettings : public Record
+{
+public:
+    // Direction-finding mode; the names "Cont", "Norm" and "Gate" travel in XML and binary.
+    enum DFMode { DFMode_Cont = 0, DFMode_Norm = 1, DFMode_Gate = 2 };
+
+    BearingSettings();
+    BearingSettings(const BearingSettings& other);
+    BearingSettings& operator=(const BearingSettings& other);
+    ~BearingSettings() override;
+
+    bool operator==(const BearingSettings& other) const;
+    bool operator!=(const BearingSettings& other) const;
+
+    static const __int64 id;
+    static __int64 GetId();
+    // The member table this record works from.
+    static const RecordDescription& Description();
+
+    // Translation with the context "KVT317XML::BearingSettings".
+    static QString tr(const char* sourceText, const char* disambiguation = nullptr);
+    static QString tr(const char* sourceText, const char* disambiguation, int n);
+    static QString trUtf8(const char* sourceText, const char* disambiguation = nullptr);
+    static QString trUtf8(const char* sourceText, const char* disambiguation, int n);
+
+    double GetFrequency() const;
+    void SetFrequency(double value);
+    bool IsFrequencySet() const;
+    void ResetFrequency();
+    bool IsValidFrequency(const double& value) const;
+    const double& GetDefaultFrequency() const;
+    void SetDefaultFrequency(const double& value);
+
+    int GetAveragingTime() const;
+    void SetAveragingTime(int value);
+    bool IsAveragingTimeSet() const;
+    void ResetAveragingTime();
+    bool IsValidAveragingTime(const int& value) const;
+    const int& GetDefaultAveragingTime() const;
+    void SetDefaultAveragingTime(const int& value);
+
+    double GetDFBandwidth() const;
+    void SetDFBandwidth(double value);
+    bool IsDFBandwidthSet() const;
+    void ResetDFBandwidth();
+    bool IsValidDFBandwidth(const double& value) const;
+    const double& GetDefaultDFBandwidth() const;
+    void SetDefaultDFBandwidth(const double& value);
+
+    const DFMode& GetDFMode() const;
+    void SetDFMode(const DFMode& value);
+    bool IsDFModeSet() const;
+    void ResetDFMode();
+    bool IsValidDFMode(const DFMode& value) const;
+    const DFMode& GetDefaultDFMode() const;
+    void SetDefaultDFMode(const DFMode& value);
+    const DFMode& GetInvalidDFMode() const;
+    void SetInvalidDFMode(const DFMode& value);
+    // The name of a mode, or a null text outside 0 to 2.
+    QString DFModeToName(const DFMode& value) const;
+    // The mode of an exact (case-sensitive) name, or the invalid marker.
+    DFMode NameToDFMode(const QString& name) const;
+    QString GetDFModeAsString() const;
+    static QStringList GetDFModes();
+    static QStringList GetGUIDFModes();
+
+    int GetAngleSamples() const;
+    void SetAngleSamples(int value);
+    bool IsAngleSamplesSet() const;
+    void ResetAngleSamples();
+    bool IsValidAngleSamples(const int& value) const;
+    const int& GetDefaultAngleSamples() const;
+    void SetDefaultAngleSamples(const int& value);
+
+    int GetLevelThreshold() const;
+    void SetLevelThreshold(int value);
+    bool IsLevelThresholdSet() const;
+    void ResetLevelThreshold();
+    bool IsValidLevelThreshold(const int& value) const;
+    const int& GetDefaultLevelThreshold() const;
+    void SetDefaultLevelThreshold(const int& value);
+
+    int GetQualityThreshold() const;
+    void SetQualityThreshold(int value);
+    bool IsQualityThresholdSet() const;
+    void ResetQualityThreshold();
+    bool IsValidQualityThreshold(const int& value) const;
+    const int& GetDefaultQualityThreshold() const;
+    void SetDefaultQualityThreshold(const int& value);
+
+    int GetElevationThreshold() const;
+    void SetElevationThreshold(int value);
+    bool IsElevationThresholdSet() const;
+    void ResetElevationThreshold();
+    bool IsValidElevationThreshold(const int& value) const;
+    const int& GetDefaultElevationThreshold() const;
+    void SetDefaultElevationThreshold(const int& value);
+
+    int GetSlidingWindowTime() const;
+    void SetSlidingWindowTime(int value);
+    bool IsSlidingWindowTimeSet() const;
+    void ResetSlidingWindowTime();
+    bool IsValidSlidingWindowTime(const int& value) const;
+    const int& GetDefaultSlidingWindowTime() const;
+    void SetDefaultSlidingWindowTime(const int& value);
+
+    QString GetBearingVtPath();
+    void SetBearingVtPath(QString value);
+    bool IsBearingVtPathSet() const;
+    void ResetBearingVtPath();
+    bool IsValidBearingVtPath(const QString& value) const;
+    const QString& GetDefaultBearingVtPath() const;
+    void SetDefaultBearingVtPath(const QString& value);
+
+    QString GetBearingVtPathSR();
+    void SetBearingVtPathSR(QString value);
+    bool IsBearingVtPathSRSet() const;
+    void ResetBearingVtPathSR();
+    bool IsValidBearingVtPathSR(const QString& value) const;
+    const QString& GetDefaultBearingVtPathSR() const;
+    void SetDefaultBearingVtPathSR(const QString& value);
+
+    QString GetEigenValueVtPath();
+    void SetEigenValueVtPath(QString value);
+    bool IsEigenValueVtPathSet() const;
+    void ResetEigenValueVtPath();
+    bool IsValidEigenValueVtPath(const QString& value) const;
+    const QString& GetDefaultEigenValueVtPath() const;
+    void SetDefaultEigenValueVtPath(const QString& value);
+
+    QString GetSignalEstimationQualityVtPath();
+    void SetSignalEstimationQualityVtPath(QString value);
+    bool IsSignalEstimationQualityVtPathSet() const;
+    void ResetSignalEstimationQualityVtPath();
+    bool IsValidSignalEstimationQualityVtPath(const QString& value) const;
+    const QString& GetDefaultSignalEstimationQualityVtPath() const;
+    void SetDefaultSignalEstimationQualityVtPath(const QString& value);
+
+    QString GetName();
+    void SetName(QString value);
+    bool IsNameSet() const;
+    void ResetName();
+    bool IsValidName(const QString& value) const;
+    const QString& GetDefaultName() const;
+    void SetDefaultName(const QString& value);
+
+    int GetIndex() const;
+    void SetIndex(int value);
+    bool IsIndexSet() const;
+    void ResetIndex();
+    bool IsValidIndex(const int& value) const;
+    const int& GetDefaultIndex() const;
+    void SetDefaultIndex(const int& value);
+};
+
+} // namespace KVT317XML
