@@ -92,6 +92,10 @@ protected:
     void AssignText(int bit, const QString& value);
     void AssignEnum(int bit, int value);
 
+    // Appends a copy of item to a list member, unless validation is on and the item lacks
+    // data; an incomplete item is reported either way.
+    void Append(int bit, const Record& item);
+
     bool IsMemberSet(int bit) const;
     void ResetMember(int bit);
 
@@ -115,7 +119,6 @@ private:
     void Report(REPORTGENERATOR::RGException& exception) const;
     void ReportCheck(const MemberDescription& member, bool noThrow) const;
     void AssignFromText(int bit, const QString& text);
-    void Append(int bit, const Record& item);
 
     const RecordType& m_type;
     mutable QSharedDataPointer<StorageBlock> d;

@@ -189,3 +189,22 @@
     {                                                                                              \
         return QCoreApplication::translate(Context, sourceText, disambiguation, n);                \
     }
+
+// Enumerations that stand for physical values: conversions to and from the value, and the
+// whole table as a list of {value, name} pairs.
+#define KVT317_ENUM_VALUES(Class, X, Pair, Table)                                                  \
+    double Class::X##ToValue(const X& value) const                                                 \
+    {                                                                                              \
+        return EnumToValue(X##Bit, value);                                                         \
+    }                                                                                              \
+    Class::X Class::ValueTo##X(const double& value) const                                          \
+    {                                                                                              \
+        return static_cast<X>(EnumFromValue(X##Bit, value));                                       \
+    }                                                                                              \
+    QList<Class::Pair> Class::Get##X##s()                                                          \
+    {                                                                                              \
+        QList<Pair> pairs;                                                                         \
+        for (int i = 0; i < Table().names.size(); ++i)                                             \
+            pairs.append(Pair{Table().values.at(i), Table().names.at(i)});                         \
+        return pairs;                                                                              \
+    }

@@ -1,0 +1,335 @@
+#pragma once
+
+#include "FrequencyRange.h"
+#include "KVT317XmlExport.h"
+#include "Record.h"
+
+#include <QDateTime>
+#include <QList>
+#include <QString>
+#include <QStringList>
+
+namespace KVT317XML {
+
+// One complete receiver setting: antenna, averaging, direction-finding bandwidth and
+// method, its frequency range, real-time bandwidth, scan memory, selectivity, threshold,
+// stop time and attenuation, identified by a Name and an index.
+//
+// Every element member is required and written whether set or not, except the frequency
+// range, which is written only when set; Name and index are optional attributes ("index" in
+// lower case). Enumerations travel by name; their numeric values are their positions in the
+// name tables and are part of the stored format.
+//
+// Validation is off for a new record: faults are logged as warnings and the value is
+// stored. SetValidate(true) makes the first fault found while setting or writing raise.
+class KVT317XML_EXPORT KVT317SettingsDetail : public Record
+{
+public:
+    enum AntPreAmp { AntPreAmp_OFF = 0, AntPreAmp_ON = 1 };
+    enum AntennaPol {
+        AntennaPol_VERT = 0,
+        AntennaPol_HOR = 1,
+        AntennaPol_LEFT = 2,
+        AntennaPol_RIGHT = 3
+    };
+    enum AttSelect { AttSelect_AUTO = 0, AttSelect_MANUAL = 1 };
+    enum AverageMode { AverageMode_OFF = 0, AverageMode_GATE = 1, AverageMode_NORM = 2 };
+    enum DFPan_Selectivity {
+        DFPan_Selectivity_AUTO = 0,
+        DFPan_Selectivity_NORMAL = 1,
+        DFPan_Selectivity_NARROW = 2,
+        DFPan_Selectivity_SHARP = 3
+    };
+    enum DF_Alt {
+        DF_Alt_AUTO = 0,
+        DF_Alt_WATSONWATT = 1,
+        DF_Alt_CORRELATION = 2,
+        DF_Alt_SUPERRESOLUTION = 3,
+        DF_Alt_VECTORMATCHING = 4
+    };
+    enum BandwidthDF {
+        BandwidthDF_12_50_Hz = 0,
+        BandwidthDF_20_00_Hz = 1,
+        BandwidthDF_25_00_Hz = 2,
+        BandwidthDF_31_25_Hz = 3,
+        BandwidthDF_50_00_Hz = 4,
+        BandwidthDF_62_50_Hz = 5,
+        BandwidthDF_100_0_Hz = 6,
+        BandwidthDF_125_0_Hz = 7,
+        BandwidthDF_200_0_Hz = 8,
+        BandwidthDF_250_0_Hz = 9,
+        BandwidthDF_312_5_Hz = 10,
+        BandwidthDF_500_0_Hz = 11,
+        BandwidthDF_625_0_Hz = 12,
+        BandwidthDF_1_00_kHz = 13,
+        BandwidthDF_1_25_kHz = 14,
+        BandwidthDF_2_00_kHz = 15,
+        BandwidthDF_2_50_kHz = 16,
+        BandwidthDF_3_125_kHz = 17,
+        BandwidthDF_5_00_kHz = 18,
+        BandwidthDF_6_25_kHz = 19,
+        BandwidthDF_8_333_kHz = 20,
+        BandwidthDF_10_0_kHz = 21,
+        BandwidthDF_12_5_kHz = 22,
+        BandwidthDF_20_0_kHz = 23,
+        BandwidthDF_25_0_kHz = 24,
+        BandwidthDF_50_0_kHz = 25,
+        BandwidthDF_100_kHz = 26,
+        BandwidthDF_200_kHz = 27,
+        BandwidthDF_500_kHz = 28,
+        BandwidthDF_1_MHz = 29,
+        BandwidthDF_2_MHz = 30,
+    };
+    enum Real_Time_Bandwidth {
+        Real_Time_Bandwidth_100_kHz = 0,
+        Real_Time_Bandwidth_200_kHz = 1,
+        Real_Time_Bandwidth_500_kHz = 2,
+        Real_Time_Bandwidth_1_MHz = 3,
+        Real_Time_Bandwidth_2_MHz = 4,
+        Real_Time_Bandwidth_5_MHz = 5,
+        Real_Time_Bandwidth_10_MHz = 6,
+        Real_Time_Bandwidth_20_MHz = 7,
+        Real_Time_Bandwidth_40_MHz = 8,
+        Real_Time_Bandwidth_80_MHz = 9,
+    };
+
+    // A direction-finding bandwidth: hertz and display name.
+    struct structKVTBandwidthDF {
+        double value;
+        QString name;
+    };
+    // A real-time bandwidth: hertz and display name.
+    struct structKVTReal_Time_Bandwidth {
+        double value;
+        QString name;
+    };
+
+    KVT317SettingsDetail();
+    KVT317SettingsDetail(const KVT317SettingsDetail& other);
+    KVT317SettingsDetail& operator=(const KVT317SettingsDetail& other);
+    ~KVT317SettingsDetail() override;
+
+    bool operator==(const KVT317SettingsDetail& other) const;
+    bool operator!=(const KVT317SettingsDetail& other) const;
+
+    static const __int64 id;
+    static __int64 GetId();
+    // The member table this record works from.
+    static const RecordDescription& Description();
+
+    // Translation with the context "KVT317XML::KVT317SettingsDetail".
+    static QString tr(const char* sourceText, const char* disambiguation = nullptr);
+    static QString tr(const char* sourceText, const char* disambiguation, int n);
+    static QString trUtf8(const char* sourceText, const char* disambiguation = nullptr);
+    static QString trUtf8(const char* sourceText, const char* disambiguation, int n);
+
+    const AntennaPol& GetAntennaPol() const;
+    void SetAntennaPol(const AntennaPol& value);
+    bool IsAntennaPolSet() const;
+    void ResetAntennaPol();
+    bool IsValidAntennaPol(const AntennaPol& value) const;
+    const AntennaPol& GetDefaultAntennaPol() const;
+    void SetDefaultAntennaPol(const AntennaPol& value);
+    const AntennaPol& GetInvalidAntennaPol() const;
+    void SetInvalidAntennaPol(const AntennaPol& value);
+    QString AntennaPolToName(const AntennaPol& value) const;
+    AntennaPol NameToAntennaPol(const QString& name) const;
+    QString GetAntennaPolAsString() const;
+    static QStringList GetAntennaPols();
+    // The names through QObject::tr, in the same order.
+    static QStringList GetGUIAntennaPols();
+
+    const AntPreAmp& GetAntPreAmp() const;
+    void SetAntPreAmp(const AntPreAmp& value);
+    bool IsAntPreAmpSet() const;
+    void ResetAntPreAmp();
+    bool IsValidAntPreAmp(const AntPreAmp& value) const;
+    const AntPreAmp& GetDefaultAntPreAmp() const;
+    void SetDefaultAntPreAmp(const AntPreAmp& value);
+    const AntPreAmp& GetInvalidAntPreAmp() const;
+    void SetInvalidAntPreAmp(const AntPreAmp& value);
+    QString AntPreAmpToName(const AntPreAmp& value) const;
+    AntPreAmp NameToAntPreAmp(const QString& name) const;
+    QString GetAntPreAmpAsString() const;
+    static QStringList GetAntPreAmps();
+    // The names through QObject::tr, in the same order.
+    static QStringList GetGUIAntPreAmps();
+
+    const AverageMode& GetAverageMode() const;
+    void SetAverageMode(const AverageMode& value);
+    bool IsAverageModeSet() const;
+    void ResetAverageMode();
+    bool IsValidAverageMode(const AverageMode& value) const;
+    const AverageMode& GetDefaultAverageMode() const;
+    void SetDefaultAverageMode(const AverageMode& value);
+    const AverageMode& GetInvalidAverageMode() const;
+    void SetInvalidAverageMode(const AverageMode& value);
+    QString AverageModeToName(const AverageMode& value) const;
+    AverageMode NameToAverageMode(const QString& name) const;
+    QString GetAverageModeAsString() const;
+    static QStringList GetAverageModes();
+    // The names through QObject::tr, in the same order.
+    static QStringList GetGUIAverageModes();
+
+    const BandwidthDF& GetBandwidthDF() const;
+    void SetBandwidthDF(const BandwidthDF& value);
+    bool IsBandwidthDFSet() const;
+    void ResetBandwidthDF();
+    bool IsValidBandwidthDF(const BandwidthDF& value) const;
+    const BandwidthDF& GetDefaultBandwidthDF() const;
+    void SetDefaultBandwidthDF(const BandwidthDF& value);
+    const BandwidthDF& GetInvalidBandwidthDF() const;
+    void SetInvalidBandwidthDF(const BandwidthDF& value);
+    QString BandwidthDFToName(const BandwidthDF& value) const;
+    BandwidthDF NameToBandwidthDF(const QString& name) const;
+    QString GetBandwidthDFAsString() const;
+    // Hertz of a value, or 0.0 outside the table.
+    double BandwidthDFToValue(const BandwidthDF& value) const;
+    // The value of exactly these hertz, or the invalid marker.
+    BandwidthDF ValueToBandwidthDF(const double& value) const;
+    static QList<structKVTBandwidthDF> GetBandwidthDFs();
+
+    int GetBlockAveragingTime() const;
+    void SetBlockAveragingTime(int value);
+    bool IsBlockAveragingTimeSet() const;
+    void ResetBlockAveragingTime();
+    bool IsValidBlockAveragingTime(const int& value) const;
+    const int& GetDefaultBlockAveragingTime() const;
+    void SetDefaultBlockAveragingTime(const int& value);
+
+    const DF_Alt& GetDF_Alt() const;
+    void SetDF_Alt(const DF_Alt& value);
+    bool IsDF_AltSet() const;
+    void ResetDF_Alt();
+    bool IsValidDF_Alt(const DF_Alt& value) const;
+    const DF_Alt& GetDefaultDF_Alt() const;
+    void SetDefaultDF_Alt(const DF_Alt& value);
+    const DF_Alt& GetInvalidDF_Alt() const;
+    void SetInvalidDF_Alt(const DF_Alt& value);
+    QString DF_AltToName(const DF_Alt& value) const;
+    DF_Alt NameToDF_Alt(const QString& name) const;
+    QString GetDF_AltAsString() const;
+    static QStringList GetDF_Alts();
+    // The names through QObject::tr, in the same order.
+    static QStringList GetGUIDF_Alts();
+
+    // Marks the member set: the caller is taken to change it.
+    FrequencyRange& GetFrequencyRange();
+    const FrequencyRange& GetFrequencyRange() const;
+    void SetFrequencyRange(const FrequencyRange& value);
+    bool IsFrequencyRangeSet() const;
+    void ResetFrequencyRange();
+    bool IsValidFrequencyRange(const FrequencyRange& value) const;
+    const FrequencyRange& GetDefaultFrequencyRange() const;
+    void SetDefaultFrequencyRange(const FrequencyRange& value);
+
+    const Real_Time_Bandwidth& GetReal_Time_Bandwidth() const;
+    void SetReal_Time_Bandwidth(const Real_Time_Bandwidth& value);
+    bool IsReal_Time_BandwidthSet() const;
+    void ResetReal_Time_Bandwidth();
+    bool IsValidReal_Time_Bandwidth(const Real_Time_Bandwidth& value) const;
+    const Real_Time_Bandwidth& GetDefaultReal_Time_Bandwidth() const;
+    void SetDefaultReal_Time_Bandwidth(const Real_Time_Bandwidth& value);
+    const Real_Time_Bandwidth& GetInvalidReal_Time_Bandwidth() const;
+    void SetInvalidReal_Time_Bandwidth(const Real_Time_Bandwidth& value);
+    QString Real_Time_BandwidthToName(const Real_Time_Bandwidth& value) const;
+    Real_Time_Bandwidth NameToReal_Time_Bandwidth(const QString& name) const;
+    QString GetReal_Time_BandwidthAsString() const;
+    // Hertz of a value, or 0.0 outside the table.
+    double Real_Time_BandwidthToValue(const Real_Time_Bandwidth& value) const;
+    // The value of exactly these hertz, or the invalid marker.
+    Real_Time_Bandwidth ValueToReal_Time_Bandwidth(const double& value) const;
+    static QList<structKVTReal_Time_Bandwidth> GetReal_Time_Bandwidths();
+
+    int GetScanMemoryID() const;
+    void SetScanMemoryID(int value);
+    bool IsScanMemoryIDSet() const;
+    void ResetScanMemoryID();
+    bool IsValidScanMemoryID(const int& value) const;
+    const int& GetDefaultScanMemoryID() const;
+    void SetDefaultScanMemoryID(const int& value);
+
+    const DFPan_Selectivity& GetDFPan_Selectivity() const;
+    void SetDFPan_Selectivity(const DFPan_Selectivity& value);
+    bool IsDFPan_SelectivitySet() const;
+    void ResetDFPan_Selectivity();
+    bool IsValidDFPan_Selectivity(const DFPan_Selectivity& value) const;
+    const DFPan_Selectivity& GetDefaultDFPan_Selectivity() const;
+    void SetDefaultDFPan_Selectivity(const DFPan_Selectivity& value);
+    const DFPan_Selectivity& GetInvalidDFPan_Selectivity() const;
+    void SetInvalidDFPan_Selectivity(const DFPan_Selectivity& value);
+    QString DFPan_SelectivityToName(const DFPan_Selectivity& value) const;
+    DFPan_Selectivity NameToDFPan_Selectivity(const QString& name) const;
+    QString GetDFPan_SelectivityAsString() const;
+    static QStringList GetDFPan_Selectivitys();
+    // The names through QObject::tr, in the same order.
+    static QStringList GetGUIDFPan_Selectivitys();
+
+    int GetThreshold() const;
+    void SetThreshold(int value);
+    bool IsThresholdSet() const;
+    void ResetThreshold();
+    bool IsValidThreshold(const int& value) const;
+    const int& GetDefaultThreshold() const;
+    void SetDefaultThreshold(const int& value);
+
+    // Marks the member set: the caller is taken to change it.
+    QDateTime& GetStopTime();
+    const QDateTime& GetStopTime() const;
+    void SetStopTime(const QDateTime& value);
+    bool IsStopTimeSet() const;
+    void ResetStopTime();
+    bool IsValidStopTime(const QDateTime& value) const;
+    const QDateTime& GetDefaultStopTime() const;
+    void SetDefaultStopTime(const QDateTime& value);
+
+    const AttSelect& GetAttSelect() const;
+    void SetAttSelect(const AttSelect& value);
+    bool IsAttSelectSet() const;
+    void ResetAttSelect();
+    bool IsValidAttSelect(const AttSelect& value) const;
+    const AttSelect& GetDefaultAttSelect() const;
+    void SetDefaultAttSelect(const AttSelect& value);
+    const AttSelect& GetInvalidAttSelect() const;
+    void SetInvalidAttSelect(const AttSelect& value);
+    QString AttSelectToName(const AttSelect& value) const;
+    AttSelect NameToAttSelect(const QString& name) const;
+    QString GetAttSelectAsString() const;
+    static QStringList GetAttSelects();
+    // The names through QObject::tr, in the same order.
+    static QStringList GetGUIAttSelects();
+
+    float GetAttenuationHoldValue() const;
+    void SetAttenuationHoldValue(float value);
+    bool IsAttenuationHoldValueSet() const;
+    void ResetAttenuationHoldValue();
+    bool IsValidAttenuationHoldValue(const float& value) const;
+    const float& GetDefaultAttenuationHoldValue() const;
+    void SetDefaultAttenuationHoldValue(const float& value);
+
+    float GetAttenuationHoldTime() const;
+    void SetAttenuationHoldTime(float value);
+    bool IsAttenuationHoldTimeSet() const;
+    void ResetAttenuationHoldTime();
+    bool IsValidAttenuationHoldTime(const float& value) const;
+    const float& GetDefaultAttenuationHoldTime() const;
+    void SetDefaultAttenuationHoldTime(const float& value);
+
+    QString GetName();
+    void SetName(QString value);
+    bool IsNameSet() const;
+    void ResetName();
+    bool IsValidName(const QString& value) const;
+    const QString& GetDefaultName() const;
+    void SetDefaultName(const QString& value);
+
+    int Getindex() const;
+    void Setindex(int value);
+    bool IsindexSet() const;
+    void Resetindex();
+    bool IsValidindex(const int& value) const;
+    const int& GetDefaultindex() const;
+    void SetDefaultindex(const int& value);
+};
+
+} // namespace KVT317XML
