@@ -7,7 +7,10 @@
 #include <QXmlStreamWriter>
 
 #include <cmath>
+#include <functional>
 #include <limits>
+#include <utility>
+#include <vector>
 
 #include <zlib.h>
 
@@ -219,45 +222,69 @@ bool IRGObject::LoadXml(QFile* file)
 
 bool IRGObject::ReadXmlDocument(QXmlStreamReader& reader, bool reset)
 {
+    return ReadDocument(reset, [this, &reader]() -> QString {
+        // A document type declaration can only stand before the root element; refusing it
+        // there keeps entity declarations and their expansion out of the reader.
+        while (!reader.atEnd() && !reader.isStartElement()) {
+            reader.readNext();
+            if (reader.tokenType() == QXmlStreamReader::DTD)
+                return QStringLiteral(
+                           "Document type declarations are not accepted (line %1, column %2)")
+                    .arg(reader.lineNumber())
+                    .arg(reader.columnNumber());
+        }
+        if (!reader.hasError() && reader.name() != GetObjectName())
+            return QStringLiteral("Root element is '%1', expected '%2'")
+                .arg(reader.name().toString(), GetObjectName());
+        if (!reader.hasError())
+            ProcessXml(reader);
+        while (!reader.atEnd())
+            reader.readNext();
+        if (reader.hasError())
+            return QStringLiteral("XML error in line %1, column %2: %3")
+                .arg(reader.lineNumber())
+                .arg(reader.columnNumber())
+                .arg(reader.errorString());
+        return QString();
+    });
+}
+
+bool IRGObject::ReadDocument(bool reset, const std::function<QString()>& read)
+{
+    // The reports of a load are held until the document is known to be good: a document
+    // that fails leaves one report, naming the fault, and the record as it was.
     const auto state = SaveState();
-    const auto fail = [&](const QString& message) {
-        RestoreState(state);
-        ReportDocumentFault(message);
-        return false;
-    };
-    const auto xmlError = [&reader]() {
-        return QStringLiteral("XML error in line %1, column %2: %3")
-            .arg(reader.lineNumber())
-            .arg(reader.columnNumber())
-            .arg(reader.errorString());
-    };
-    const auto doctype = [&reader]() {
-        return QStringLiteral("Document type declarations are not accepted (line %1, column %2)")
-            .arg(reader.lineNumber())
-            .arg(reader.columnNumber());
+    const std::shared_ptr<Logger> logger = GetLogger();
+    std::vector<std::pair<LogLevel, QString>> held;
+    SetLogger(std::make_shared<Logger>(
+        [&held](LogLevel level, const QString& message) { held.emplace_back(level, message); }));
+    const auto release = [&]() {
+        SetLogger(logger);
+        if (logger)
+            for (const auto& report : held)
+                logger->Log(report.first, report.second);
     };
 
-    // A document type declaration can only stand before the root element; refusing it
-    // there keeps entity declarations and their expansion out of the reader.
-    while (!reader.atEnd() && !reader.isStartElement()) {
-        reader.readNext();
-        if (reader.tokenType() == QXmlStreamReader::DTD)
-            return fail(doctype());
+    QString fault;
+    try {
+        if (reset)
+            Reset();
+        fault = read();
+    } catch (const BinaryParsingException& exception) {
+        fault = exception.GetMessage();
+    } catch (...) {
+        // A record's own report raised: it passes out, with what was reported before it.
+        release();
+        throw;
     }
-    if (reader.hasError())
-        return fail(xmlError());
-    if (reader.name() != GetObjectName())
-        return fail(QStringLiteral("Root element is '%1', expected '%2'")
-                        .arg(reader.name().toString(), GetObjectName()));
-
-    if (reset)
-        Reset();
-    ProcessXml(reader);
-    while (!reader.atEnd())
-        reader.readNext();
-    if (reader.hasError())
-        return fail(xmlError());
-    return true;
+    if (fault.isEmpty()) {
+        release();
+        return true;
+    }
+    RestoreState(state);
+    SetLogger(logger);
+    ReportDocumentFault(fault);
+    return false;
 }
 
 QByteArray IRGObject::XmlDocument() const
@@ -380,23 +407,12 @@ bool IRGObject::LoadBinary(QFile* file)
 
 bool IRGObject::ReadBinaryDocument(QDataStream& stream, bool wholeInput, bool reset)
 {
-    const auto state = SaveState();
-    if (reset)
-        Reset();
-    QString fault;
-    try {
+    return ReadDocument(reset, [this, &stream, wholeInput]() -> QString {
+        QString fault;
         if (ReadFrame(stream, fault) && wholeInput && !stream.atEnd())
             fault = QStringLiteral("Binary data continues after the record frame");
-    } catch (const BinaryParsingException&) {
-        // Already reported by the record that found it.
-        RestoreState(state);
-        return false;
-    }
-    if (fault.isEmpty())
-        return true;
-    RestoreState(state);
-    ReportDocumentFault(fault);
-    return false;
+        return fault;
+    });
 }
 
 bool IRGObject::ReadFrame(QDataStream& stream, QString& fault)

@@ -12,6 +12,7 @@
 #include <QDateTime>
 #include <QString>
 
+#include <functional>
 #include <memory>
 
 #if !defined(_MSC_VER)
@@ -146,6 +147,7 @@ protected:
 
 private:
     QByteArray XmlDocument() const;
+    bool ReadDocument(bool reset, const std::function<QString()>& read);
     bool ReadXmlDocument(QXmlStreamReader& reader, bool reset);
     bool ReadBinaryDocument(QDataStream& stream, bool wholeInput, bool reset);
     bool ReadFrame(QDataStream& stream, QString& fault);

@@ -721,8 +721,8 @@ void Record::SetBinary(QDataStream& stream, int length)
             // than the payload can hold.
             const int room = std::max(0, (payload - 4) / 4);
             row.ops->ListReserve(Storage(), row.ops->ListSize(Storage()) + std::min(count, room));
-            for (qint32 i = 0; i < count && !stream.atEnd() && stream.status() == QDataStream::Ok;
-                 ++i) {
+            qint32 read = 0;
+            for (; read < count && !stream.atEnd() && stream.status() == QDataStream::Ok; ++read) {
                 qint32 itemLength = 0;
                 stream >> itemLength;
                 const std::unique_ptr<Record> item = row.ops->NewItem();
@@ -731,6 +731,9 @@ void Record::SetBinary(QDataStream& stream, int length)
                 item->SetBinary(stream, itemLength);
                 Append(bit, *item);
             }
+            // A list that ends before its count is as short as a frame that does.
+            if (read < count)
+                remaining = -1;
             break;
         }
         default: {

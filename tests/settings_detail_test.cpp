@@ -37,6 +37,10 @@ void ReadBinary(Detail& detail, QByteArray bytes)
 
 } // namespace
 
+// Shared with settings_test.cpp.
+Detail FullySetDetail();
+Detail DefaultDetail();
+
 Detail FullySetDetail()
 {
     Detail detail;
@@ -76,6 +80,7 @@ Detail DefaultDetail()
     return detail;
 }
 
+extern const char* const FullySetDetailHex;
 const char* const FullySetDetailHex = "0000013A"
                                       "58D44D66000000050000000144"
                                       "CFF2FA5F000000080000000000000003"
@@ -97,6 +102,7 @@ const char* const FullySetDetailHex = "0000013A"
                                       "5C505A010000000800000004312E3530"
                                       "4B68079A0000000800000004322E3235";
 
+extern const char* const DefaultDetailHex;
 const char* const DefaultDetailHex = "000000EE"
                                      "36B1CFF8000000080000000456455254"
                                      "0B576A3200000007000000034F4646"
@@ -113,6 +119,7 @@ const char* const DefaultDetailHex = "000000EE"
                                      "5C505A01000000090000000531302E3030"
                                      "4B68079A0000000A000000063130302E3030";
 
+extern const QString FullySetDetailXml;
 const QString FullySetDetailXml = QStringLiteral(
     "<KVT317SettingsDetail Name=\"D\" index=\"3\">"
     "<AntennaPol>LEFT</AntennaPol><AntPreAmp>ON</AntPreAmp><AverageMode>GATE</AverageMode>"
