@@ -474,6 +474,34 @@ bool IRGObject::ReadFrame(QDataStream& stream, QString& fault)
     return true;
 }
 
+QByteArray IRGObject::PlainFrame(const QByteArray& document, QString* fault)
+{
+    QDataStream stream(document);
+    DocumentFormat format(stream);
+    qint32 tag = 0;
+    stream >> tag;
+    QString error;
+    if (stream.status() != QDataStream::Ok) {
+        error = QStringLiteral("Binary data ends before the frame head");
+    } else if (tag == CompressedMarker) {
+        QByteArray packed;
+        stream >> packed;
+        QByteArray plain;
+        QString why;
+        if (stream.status() != QDataStream::Ok)
+            error = QStringLiteral("Compressed binary data is truncated");
+        else if (!Inflate(packed, plain, why))
+            error = QStringLiteral("Compressed binary data does not inflate: %1").arg(why);
+        else
+            return plain;
+    } else {
+        return document;
+    }
+    if (fault)
+        *fault = error;
+    return QByteArray();
+}
+
 int IRGObject::skipCurrentElement(QDataStream& stream, int length, int /*tag*/) const
 {
     if (length < 0) {

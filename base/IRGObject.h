@@ -128,6 +128,11 @@ protected:
 public:
     std::shared_ptr<Logger> GetLogger() const;
 
+    // The plain frame of a binary document, inflated when the document is compressed; a
+    // null array with the fault when it cannot be read. Its first four bytes are the tag of
+    // the record type (the low 32 bits of the class id).
+    static QByteArray PlainFrame(const QByteArray& document, QString* fault = nullptr);
+
     // Consumes the payload of a member entry whose tag is unknown. Returns the number of
     // bytes skipped, or -1 when the stream ended first or the length is negative (the
     // stream's status then tells).

@@ -22,7 +22,8 @@ class KVT317XML_EXPORT BearingSettings : public Record
 {
 public:
     // Direction-finding mode; the names "Cont", "Norm" and "Gate" travel in XML and binary.
-    enum DFMode { DFMode_Cont = 0, DFMode_Norm = 1, DFMode_Gate = 2 };
+    // Any int can be held, so that the invalid marker -1 and bad input can be reported.
+    enum DFMode : int { DFMode_Cont = 0, DFMode_Norm = 1, DFMode_Gate = 2 };
 
     BearingSettings();
     BearingSettings(const BearingSettings& other);

@@ -25,29 +25,31 @@ namespace KVT317XML {
 class KVT317XML_EXPORT KVT317SettingsDetail : public Record
 {
 public:
-    enum AntPreAmp { AntPreAmp_OFF = 0, AntPreAmp_ON = 1 };
-    enum AntennaPol {
+    // The enumerations have int as their underlying type, so that the invalid marker -1 and
+    // any out-of-table value read from a document can be held and reported.
+    enum AntPreAmp : int { AntPreAmp_OFF = 0, AntPreAmp_ON = 1 };
+    enum AntennaPol : int {
         AntennaPol_VERT = 0,
         AntennaPol_HOR = 1,
         AntennaPol_LEFT = 2,
         AntennaPol_RIGHT = 3
     };
-    enum AttSelect { AttSelect_AUTO = 0, AttSelect_MANUAL = 1 };
-    enum AverageMode { AverageMode_OFF = 0, AverageMode_GATE = 1, AverageMode_NORM = 2 };
-    enum DFPan_Selectivity {
+    enum AttSelect : int { AttSelect_AUTO = 0, AttSelect_MANUAL = 1 };
+    enum AverageMode : int { AverageMode_OFF = 0, AverageMode_GATE = 1, AverageMode_NORM = 2 };
+    enum DFPan_Selectivity : int {
         DFPan_Selectivity_AUTO = 0,
         DFPan_Selectivity_NORMAL = 1,
         DFPan_Selectivity_NARROW = 2,
         DFPan_Selectivity_SHARP = 3
     };
-    enum DF_Alt {
+    enum DF_Alt : int {
         DF_Alt_AUTO = 0,
         DF_Alt_WATSONWATT = 1,
         DF_Alt_CORRELATION = 2,
         DF_Alt_SUPERRESOLUTION = 3,
         DF_Alt_VECTORMATCHING = 4
     };
-    enum BandwidthDF {
+    enum BandwidthDF : int {
         BandwidthDF_12_50_Hz = 0,
         BandwidthDF_20_00_Hz = 1,
         BandwidthDF_25_00_Hz = 2,
@@ -80,7 +82,7 @@ public:
         BandwidthDF_1_MHz = 29,
         BandwidthDF_2_MHz = 30,
     };
-    enum Real_Time_Bandwidth {
+    enum Real_Time_Bandwidth : int {
         Real_Time_Bandwidth_100_kHz = 0,
         Real_Time_Bandwidth_200_kHz = 1,
         Real_Time_Bandwidth_500_kHz = 2,

@@ -42,11 +42,23 @@ public:
 
     const RecordDescription& GetDescription() const;
 
+    // Read-only reflection over the member table, for generic tools. `bit` is a member's
+    // position in GetDescription().members.
+    bool IsMemberSet(int bit) const;
+    // The member's current value in its XML text form (empty for child records and lists).
+    QString MemberText(int bit) const;
+    // The child record of a Record member.
+    const Record* Child(int bit) const;
+    // The items of a RecordList member.
+    int ListSize(int bit) const;
+    const Record* ListItem(int bit, int index) const;
+    // Equality by the records' own rule; records of different types are unequal.
+    bool Equals(const Record& other) const;
+
 protected:
     Record(const RecordType& type, const QString& name, __int64 id);
     Record(const Record& other, const QString& name, __int64 id);
     void ShareStorage(const Record& other);
-    bool Equals(const Record& other) const;
 
     void ProcessXmlStartElement(QXmlStreamReader& reader) override;
     std::shared_ptr<const void> SaveState() const override;
@@ -96,7 +108,6 @@ protected:
     // data; an incomplete item is reported either way.
     void Append(int bit, const Record& item);
 
-    bool IsMemberSet(int bit) const;
     void ResetMember(int bit);
 
     // Enumeration conversions through the member's name table.

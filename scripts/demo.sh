@@ -9,4 +9,9 @@ cmake --build build/qt6 -j"$(nproc)"
 
 out=$(mktemp -d)
 trap 'rm -rf "$out"' EXIT
-build/qt6/examples/frequency_range_example "$out"
+kvt317=build/qt6/tools/kvt317
+"$kvt317" check examples/settings.xml examples/bearing-settings.xml
+"$kvt317" convert examples/settings.xml "$out/settings.bin"
+"$kvt317" convert "$out/settings.bin" "$out/settings.xml"
+cmp examples/settings.xml "$out/settings.xml" && echo "XML -> binary -> XML reproduces examples/settings.xml"
+"$kvt317" show "$out/settings.bin"

@@ -466,6 +466,8 @@ void Record::ResetToDefault()
 
 bool Record::Equals(const Record& other) const
 {
+    if (&m_type != &other.m_type)
+        return false;
     if (d == other.d)
         return true;
     const StorageBlock* a = d.constData();
@@ -485,6 +487,29 @@ bool Record::Equals(const Record& other) const
             return false;
     }
     return true;
+}
+
+// ---- Reflection ----------------------------------------------------------------------
+
+QString Record::MemberText(int bit) const
+{
+    const MemberRow& row = m_type.rows[bit];
+    return row.ops->Text(Storage(), row);
+}
+
+const Record* Record::Child(int bit) const
+{
+    return m_type.rows[bit].ops->Child(Storage());
+}
+
+int Record::ListSize(int bit) const
+{
+    return m_type.rows[bit].ops->ListSize(Storage());
+}
+
+const Record* Record::ListItem(int bit, int index) const
+{
+    return m_type.rows[bit].ops->ListItem(Storage(), index);
 }
 
 // ---- Check ---------------------------------------------------------------------------
