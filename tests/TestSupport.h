@@ -6,6 +6,7 @@
 #include <QByteArray>
 #include <QDataStream>
 #include <QString>
+#include <QXmlStreamReader>
 #include <QXmlStreamWriter>
 
 // The bytes GetBinary writes for a record onto a big-endian memory stream.
@@ -29,6 +30,23 @@ inline QString XmlOf(const REPORTGENERATOR::IRGObject& record)
     QXmlStreamWriter writer(&text);
     record.GetXml(writer);
     return text;
+}
+
+// Reads an element into a record through its own ProcessXml.
+inline void ReadXml(REPORTGENERATOR::IRGObject& record, const QString& xml)
+{
+    QXmlStreamReader reader(xml);
+    reader.readNextStartElement();
+    record.ProcessXml(reader);
+}
+
+// Reads a tagless frame (its 32-bit length, then the entries) through SetBinary.
+inline void ReadFrame(REPORTGENERATOR::IRGObject& record, QByteArray frame)
+{
+    QDataStream stream(&frame, QIODevice::ReadOnly);
+    qint32 length = 0;
+    stream >> length;
+    record.SetBinary(stream, length);
 }
 
 // Bytes from a hex text in which blanks are ignored.

@@ -14,21 +14,6 @@ using REPORTGENERATOR::OutOfRangeException;
 
 namespace {
 
-void ReadXml(BearingSettings& record, const QString& xml)
-{
-    QXmlStreamReader reader(xml);
-    reader.readNextStartElement();
-    record.ProcessXml(reader);
-}
-
-void ReadBinary(BearingSettings& record, QByteArray bytes)
-{
-    QDataStream stream(&bytes, QIODevice::ReadOnly);
-    qint32 length = 0;
-    stream >> length;
-    record.SetBinary(stream, length);
-}
-
 BearingSettings FullySet()
 {
     BearingSettings record;
@@ -402,7 +387,7 @@ TEST(BearingSettingsBinary, FullySetRecord)
 {
     EXPECT_EQ(BinaryOf(FullySet(), 0, false).toHex(), FullySetFrame.toHex());
     BearingSettings back;
-    ReadBinary(back, FullySetFrame);
+    ReadFrame(back, FullySetFrame);
     EXPECT_TRUE(back == FullySet());
     EXPECT_EQ(back.GetEigenValueVtPath(), QStringLiteral(""));
     EXPECT_FALSE(back.GetEigenValueVtPath().isNull());
@@ -422,8 +407,8 @@ TEST(BearingSettingsBinary, IndexIsAnOrdinaryEntry)
 TEST(BearingSettingsBinary, WholeNumbersAreCutToTheirLow32Bits)
 {
     BearingSettings record;
-    ReadBinary(record, Hex("00000020 EBEB1BDE 00000008 0000000180000005"
-                           "18C6455A 00000008 00000001FFFFFFFF"));
+    ReadFrame(record, Hex("00000020 EBEB1BDE 00000008 0000000180000005"
+                          "18C6455A 00000008 00000001FFFFFFFF"));
     EXPECT_EQ(record.GetAveragingTime(), -2147483643);
     EXPECT_EQ(record.GetAngleSamples(), -1);
 }
@@ -433,9 +418,9 @@ TEST(BearingSettingsBinary, UnknownTagsAreSkipped)
     LogCapture log;
     BearingSettings record;
     record.SetLogger(log.logger);
-    ReadBinary(record, Hex("00000021 0BADF00D 00000004 DEADBEEF"
-                           "58D44D66 00000005 00000001 41"
-                           "7FFFFFFF 00000000"));
+    ReadFrame(record, Hex("00000021 0BADF00D 00000004 DEADBEEF"
+                          "58D44D66 00000005 00000001 41"
+                          "7FFFFFFF 00000000"));
     EXPECT_EQ(record.GetName(), QStringLiteral("A"));
     EXPECT_TRUE(log.lines.isEmpty());
 }
@@ -445,7 +430,7 @@ TEST(BearingSettingsBinary, NullTextTravelsAsNull)
     LogCapture log;
     BearingSettings record;
     record.SetLogger(log.logger);
-    ReadBinary(record, Hex("0000000C 58D44D66 00000004 FFFFFFFF"));
+    ReadFrame(record, Hex("0000000C 58D44D66 00000004 FFFFFFFF"));
     EXPECT_TRUE(record.IsNameSet());
     EXPECT_TRUE(record.GetName().isNull());
     EXPECT_EQ(log.lines,

@@ -23,13 +23,6 @@ const QByteArray DefaultsAsMember = Hex("08B36734 0000002F"
                                         "2D99DCB9 0000000F 0000000B 38383030303030302E3030"
                                         "7ADC955A 00000010 0000000C 3234303030303030302E3030");
 
-void ReadXml(FrequencyRange& range, const QString& xml)
-{
-    QXmlStreamReader reader(xml);
-    reader.readNextStartElement();
-    range.ProcessXml(reader);
-}
-
 void ReadBinary(FrequencyRange& range, QByteArray bytes, int length)
 {
     QDataStream stream(&bytes, QIODevice::ReadOnly);

@@ -20,21 +20,6 @@ template <class E> E As(int value)
     return static_cast<E>(value);
 }
 
-void ReadXml(Detail& detail, const QString& xml)
-{
-    QXmlStreamReader reader(xml);
-    reader.readNextStartElement();
-    detail.ProcessXml(reader);
-}
-
-void ReadBinary(Detail& detail, QByteArray bytes)
-{
-    QDataStream stream(&bytes, QIODevice::ReadOnly);
-    qint32 length = 0;
-    stream >> length;
-    detail.SetBinary(stream, length);
-}
-
 } // namespace
 
 // Shared with settings_test.cpp.
@@ -509,7 +494,7 @@ TEST(DetailBinary, FullySetRecord)
 {
     EXPECT_EQ(BinaryOf(FullySetDetail(), 0, false).toHex(), Hex(FullySetDetailHex).toHex());
     Detail back;
-    ReadBinary(back, Hex(FullySetDetailHex));
+    ReadFrame(back, Hex(FullySetDetailHex));
     EXPECT_TRUE(back == FullySetDetail());
     EXPECT_EQ(BinaryOf(back, 0, false).toHex(), Hex(FullySetDetailHex).toHex());
 }
@@ -518,7 +503,7 @@ TEST(DetailBinary, DefaultsWithANullStopTime)
 {
     EXPECT_EQ(BinaryOf(DefaultDetail(), 0, false).toHex(), Hex(DefaultDetailHex).toHex());
     Detail back;
-    ReadBinary(back, Hex(DefaultDetailHex));
+    ReadFrame(back, Hex(DefaultDetailHex));
     EXPECT_TRUE(back.IsStopTimeSet());
     EXPECT_TRUE(static_cast<const Detail&>(back).GetStopTime().isNull());
     EXPECT_FALSE(back.IsFrequencyRangeSet());
