@@ -144,6 +144,7 @@ private:
 
     // Switch and logger
     void PassDown() const;
+    void Settle();
     void HandDown(bool validate, bool logger) const;
     bool ChildrenFollow(bool validate, bool logger) const;
 

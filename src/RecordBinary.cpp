@@ -109,7 +109,7 @@ void Record::WriteMemberEntry(QDataStream& stream, const MemberRow& row,
 
 void Record::SetBinary(QDataStream& stream, int length)
 {
-    PassDown();
+    Settle();
     InitData();
     if (length == 0)
         return;

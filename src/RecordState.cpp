@@ -415,6 +415,23 @@ void Record::HandDown(bool validate, bool logger) const
     }
 }
 
+// For operations that write anyway: hands down, then records that every list item follows,
+// so that the next hand-down costs nothing. Only a storage of its own is written.
+void Record::Settle()
+{
+    PassDown();
+    if (!d || !m_type.hasChildren || d.constData()->ref.loadRelaxed() != 1)
+        return;
+    StorageBlock& block = *d.data();
+    for (const MemberRow& row : m_type.rows) {
+        if (!row.list)
+            continue;
+        void* slot = SlotOf(block, row);
+        if (!row.list->shared(slot))
+            row.list->sync(slot) = ListSync{row.list->size(slot), GetValidate(), CurrentLogger()};
+    }
+}
+
 // ---- Members ---------------------------------------------------------------------------
 
 bool Record::IsMemberSet(int bit) const

@@ -83,7 +83,8 @@ struct ListOps {
     const Record& (*item)(const void* slot, int index);
     // Detaches the items first; the caller resets the sync when they were shared.
     Record& (*mutableItem)(void* slot, int index);
-    bool (*detach)(void* slot);     // true when the items were shared and have been copied
+    bool (*detach)(void* slot); // true when the items were shared and have been copied
+    bool (*shared)(const void* slot);
     Record& (*emplace)(void* slot); // a default item at the end
     void (*popBack)(void* slot);
     void (*append)(void* slot, const Record& item);
@@ -242,6 +243,7 @@ template <class T> const ListOps& ListOpsOf()
             items.detach();
             return true;
         },
+        [](const void* s) { return !static_cast<const Slot*>(s)->items.isDetached(); },
         [](void* s) -> Record& {
             QVector<T>& items = static_cast<Slot*>(s)->items;
             items.append(T());

@@ -78,7 +78,7 @@ void Record::ProcessXml(QXmlStreamReader& reader)
 
 void Record::ProcessXmlStartElement(QXmlStreamReader& reader)
 {
-    PassDown();
+    Settle();
     InitData();
     const auto name = reader.name();
     for (const MemberRow& row : m_type.rows) {
