@@ -139,7 +139,8 @@ public:
     int skipCurrentElement(QDataStream& stream, int length, int tag) const;
 
 protected:
-    // The logger without taking a reference, for comparisons.
+    // The switch and the logger without a virtual call or a reference, for comparisons.
+    bool CurrentValidate() const noexcept { return m_validate; }
     const Logger* CurrentLogger() const noexcept { return m_logger.get(); }
     // Writes the message to the logger at the level.
     void Trace(LogLevel level, const RGException& exception) const;

@@ -27,39 +27,41 @@ void Record::Check(bool noThrow) const
 {
     PassDown();
     const StorageBlock& block = ConstStorage();
-    for (const MemberRow& row : m_type.rows) {
+    // The members to report: required ones not set, set enumerations outside their table,
+    // set texts that are null. A member yields at most one report.
+    quint32 faults = m_type.requiredFlags & ~block.isSet;
+    for (quint32 bits = block.isSet & m_type.enumerationFlags; bits; bits &= bits - 1) {
+        const MemberRow& row = m_type.rows[qCountTrailingZeroBits(bits)];
+        const int value = EnumAt(&block, row.valueOffset);
+        if (value < 0 || value >= row.description.enumeration->names.size())
+            faults |= bits & (~bits + 1);
+    }
+    for (quint32 bits = block.isSet & m_type.textFlags; bits; bits &= bits - 1)
+        if (At<QString>(&block, m_type.rows[qCountTrailingZeroBits(bits)].valueOffset).isNull())
+            faults |= bits & (~bits + 1);
+
+    // Reports in member order; children are checked at their place, set or not. Without
+    // faults only the children need a visit.
+    const auto visit = [&](const MemberRow& row) {
         const MemberDescription& member = row.description;
-        const bool set = block.isSet & (quint32(1) << member.bit);
         const void* value = reinterpret_cast<const char*>(&block) + row.valueOffset;
-        switch (member.kind) {
-        case MemberKind::Record:
-            // A child is checked by its own rules, set or not.
+        if (row.asRecord) {
             RecordAt(row, value, 0).Check(noThrow);
-            break;
-        case MemberKind::RecordList:
-            if (!set)
+        } else if (row.list) {
+            if (!(block.isSet & (quint32(1) << member.bit)))
                 ReportCheck(member, noThrow);
             for (int i = 0; i < row.list->size(value); ++i)
                 row.list->item(value, i).Check(noThrow);
-            break;
-        case MemberKind::Enumeration: {
-            const int v = EnumAt(value, 0);
-            if (set ? v >= 0 && v < member.enumeration->names.size() : !member.required)
-                break;
+        } else if (faults & (quint32(1) << member.bit)) {
             ReportCheck(member, noThrow);
-            break;
         }
-        case MemberKind::Text:
-            if (set ? !At<QString>(value, 0).isNull() : !member.required)
-                break;
-            ReportCheck(member, noThrow);
-            break;
-        default:
-            // A set number or date-time is always valid.
-            if (!set && member.required)
-                ReportCheck(member, noThrow);
-        }
-    }
+    };
+    if (faults)
+        for (const MemberRow& row : m_type.rows)
+            visit(row);
+    else
+        for (const int bit : m_type.children)
+            visit(m_type.rows[bit]);
 }
 
 void Record::Check() const

@@ -22,6 +22,11 @@ template <> KVT317XML::DefaultsBlock* QSharedDataPointer<KVT317XML::DefaultsBloc
 
 namespace KVT317XML {
 
+// What the engine's free functions may do to a record.
+struct RecordAccess {
+    static void Share(Record& target, const Record& source) { target.ShareStorage(source); }
+};
+
 StorageBlock::~StorageBlock() = default;
 DefaultsBlock::~DefaultsBlock() = default;
 
@@ -75,6 +80,41 @@ bool ValuesEqual(const MemberRow& row, const StorageBlock& a, const StorageBlock
     return false;
 }
 
+// A member's value from its default. After any reset a text reads as null, never as its
+// default; a list is empty.
+void RestoreValue(const MemberRow& row, StorageBlock& block)
+{
+    void* value = SlotOf(block, row);
+    const void* def = reinterpret_cast<const char*>(block.defaults.constData()) + row.defaultOffset;
+    switch (row.description.kind) {
+    case MemberKind::Integer:
+        At<int>(value, 0) = At<int>(def, 0);
+        break;
+    case MemberKind::Float:
+        At<float>(value, 0) = At<float>(def, 0);
+        break;
+    case MemberKind::Double:
+        At<double>(value, 0) = At<double>(def, 0);
+        break;
+    case MemberKind::Enumeration:
+        SetEnumAt(value, 0, EnumAt(def, 0));
+        break;
+    case MemberKind::Text:
+        At<QString>(value, 0) = QString();
+        break;
+    case MemberKind::DateTime:
+        At<QDateTime>(value, 0) = At<QDateTime>(def, 0);
+        break;
+    case MemberKind::Record:
+        RecordAccess::Share(RecordAt(row, value, 0), RecordAt(row, def, 0));
+        break;
+    case MemberKind::RecordList:
+        row.list->clear(value);
+        row.list->sync(value).synced = 0;
+        break;
+    }
+}
+
 } // namespace
 
 namespace detail {
@@ -104,10 +144,40 @@ void FinishRecordType(RecordType& type, StorageBlock* values, DefaultsBlock* def
         row.defaultOffset = defInDefaults + row.fieldOffset;
         row.invalidOffset = invalidInDefaults + row.fieldOffset;
         const MemberKind kind = row.description.kind;
-        if (kind == MemberKind::Record || kind == MemberKind::RecordList)
+        if (kind == MemberKind::Record || kind == MemberKind::RecordList) {
             type.hasChildren = true;
-        else if (row.description.required)
+            type.children.push_back(row.description.bit);
+        } else if (row.description.required) {
             type.requiredFlags |= Flag(row.description.bit);
+        }
+        const quint32 flag = Flag(row.description.bit);
+        type.valueOffsets[i] = row.valueOffset;
+        switch (kind) {
+        case MemberKind::Enumeration:
+            type.enumerationFlags |= flag;
+            type.integerFlags |= flag;
+            break;
+        case MemberKind::Integer:
+            type.integerFlags |= flag;
+            break;
+        case MemberKind::Float:
+            type.floatFlags |= flag;
+            break;
+        case MemberKind::Double:
+            type.doubleFlags |= flag;
+            break;
+        case MemberKind::Text:
+            type.textFlags |= flag;
+            break;
+        case MemberKind::DateTime:
+            type.dateTimeFlags |= flag;
+            break;
+        case MemberKind::Record:
+            type.recordFlags |= flag;
+            break;
+        case MemberKind::RecordList:
+            break;
+        }
         type.description.members.push_back(row.description);
     }
     for (const bool attributes : {true, false})
@@ -171,8 +241,8 @@ Record::Record(const Record& other, const QString& name, __int64 id)
     m_id = id;
     // The copy takes the source's switch, and its own (the base's default) logger; its
     // children follow both, as they would in a storage of their own.
-    SetValidate(other.GetValidate());
-    HandDown(false, true);
+    IRGObject::SetValidate(other.CurrentValidate());
+    HandDown(true, true);
 }
 
 Record::~Record() = default;
@@ -216,39 +286,8 @@ StorageBlock& Record::MutableStorage()
 
 void Record::ConstNoClearReset(StorageBlock& block) const
 {
-    const DefaultsBlock& defaults = *block.defaults.constData();
-    for (const MemberRow& row : m_type.rows) {
-        void* value = SlotOf(block, row);
-        const void* def = reinterpret_cast<const char*>(&defaults) + row.defaultOffset;
-        switch (row.description.kind) {
-        case MemberKind::Integer:
-            At<int>(value, 0) = At<int>(def, 0);
-            break;
-        case MemberKind::Float:
-            At<float>(value, 0) = At<float>(def, 0);
-            break;
-        case MemberKind::Double:
-            At<double>(value, 0) = At<double>(def, 0);
-            break;
-        case MemberKind::Enumeration:
-            SetEnumAt(value, 0, EnumAt(def, 0));
-            break;
-        case MemberKind::Text:
-            // After any reset a text reads as null, never as its default.
-            At<QString>(value, 0) = QString();
-            break;
-        case MemberKind::DateTime:
-            At<QDateTime>(value, 0) = At<QDateTime>(def, 0);
-            break;
-        case MemberKind::Record:
-            RecordAt(row, value, 0).ShareStorage(RecordAt(row, def, 0));
-            break;
-        case MemberKind::RecordList:
-            row.list->clear(value);
-            row.list->sync(value).synced = 0;
-            break;
-        }
-    }
+    for (const MemberRow& row : m_type.rows)
+        RestoreValue(row, block);
 }
 
 const void* Record::ConstField(int bit, Field field) const
@@ -349,15 +388,16 @@ bool Record::ChildrenFollow(bool validate, bool logger) const
 {
     if (!d || !m_type.hasChildren)
         return true;
-    const bool ownValidate = GetValidate();
+    const bool ownValidate = CurrentValidate();
     const REPORTGENERATOR::Logger* ownLogger = CurrentLogger();
     const auto follows = [&](const Record& child) {
-        return (!validate || child.GetValidate() == ownValidate) &&
+        return (!validate || child.CurrentValidate() == ownValidate) &&
                (!logger || child.CurrentLogger() == ownLogger) &&
                child.ChildrenFollow(validate, logger);
     };
     const StorageBlock& block = *d.constData();
-    for (const MemberRow& row : m_type.rows) {
+    for (const int bit : m_type.children) {
+        const MemberRow& row = m_type.rows[bit];
         const void* slot = SlotOf(block, row);
         if (row.asRecord) {
             if (!follows(RecordAt(row, slot, 0)))
@@ -392,7 +432,8 @@ void Record::HandDown(bool validate, bool logger) const
         if (logger)
             child.SetLogger(ownLogger);
     };
-    for (const MemberRow& row : m_type.rows) {
+    for (const int bit : m_type.children) {
+        const MemberRow& row = m_type.rows[bit];
         void* slot = SlotOf(block, row);
         if (row.asRecord) {
             handTo(RecordAt(row, slot, 0));
@@ -445,36 +486,7 @@ void Record::ResetMember(int bit)
         return;
     StorageBlock& block = MutableStorage();
     block.isSet &= ~Flag(bit);
-    const MemberRow& row = m_type.rows[bit];
-    void* value = SlotOf(block, row);
-    const void* def = reinterpret_cast<const char*>(block.defaults.constData()) + row.defaultOffset;
-    switch (row.description.kind) {
-    case MemberKind::Integer:
-        At<int>(value, 0) = At<int>(def, 0);
-        break;
-    case MemberKind::Float:
-        At<float>(value, 0) = At<float>(def, 0);
-        break;
-    case MemberKind::Double:
-        At<double>(value, 0) = At<double>(def, 0);
-        break;
-    case MemberKind::Enumeration:
-        SetEnumAt(value, 0, EnumAt(def, 0));
-        break;
-    case MemberKind::Text:
-        At<QString>(value, 0) = QString();
-        break;
-    case MemberKind::DateTime:
-        At<QDateTime>(value, 0) = At<QDateTime>(def, 0);
-        break;
-    case MemberKind::Record:
-        RecordAt(row, value, 0).ShareStorage(RecordAt(row, def, 0));
-        break;
-    case MemberKind::RecordList:
-        row.list->clear(value);
-        row.list->sync(value).synced = 0;
-        break;
-    }
+    RestoreValue(m_type.rows[bit], block);
 }
 
 void Record::Report(RGException& exception) const
@@ -698,23 +710,40 @@ bool Record::Equals(const Record& other) const
         return true;
     const StorageBlock* a = d.constData();
     const StorageBlock* b = other.d.constData();
-    const quint32 setA = a ? a->isSet : 0;
-    const quint32 setB = b ? b->isSet : 0;
-    for (const MemberRow& row : m_type.rows) {
-        if (row.list) {
-            // The list compares by its items; its set flag takes no part.
-            const int sizeA = a ? row.list->size(SlotOf(*a, row)) : 0;
-            const int sizeB = b ? row.list->size(SlotOf(*b, row)) : 0;
-            if (sizeA != sizeB || (sizeA > 0 && !ValuesEqual(row, *a, *b)))
-                return false;
+    // Lists compare by their items, their set flags take no part; every other member must
+    // be set on both sides or on neither, and equal where set.
+    quint32 listFlags = 0;
+    for (const int bit : m_type.children) {
+        const MemberRow& row = m_type.rows[bit];
+        if (!row.list)
             continue;
-        }
-        const quint32 flag = Flag(row.description.bit);
-        if ((setA & flag) != (setB & flag))
-            return false;
-        if ((setA & flag) && !ValuesEqual(row, *a, *b))
+        listFlags |= Flag(bit);
+        const int sizeA = a ? row.list->size(SlotOf(*a, row)) : 0;
+        const int sizeB = b ? row.list->size(SlotOf(*b, row)) : 0;
+        if (sizeA != sizeB || (sizeA > 0 && !ValuesEqual(row, *a, *b)))
             return false;
     }
+    const quint32 set = (a ? a->isSet : 0) & ~listFlags;
+    if (set != ((b ? b->isSet : 0) & ~listFlags))
+        return false;
+    // The order of the comparisons does not matter: only the result is seen.
+    const std::ptrdiff_t* offsets = m_type.valueOffsets;
+    const auto same = [&](quint32 flags, auto type) {
+        using T = decltype(type);
+        for (quint32 bits = set & flags; bits; bits &= bits - 1) {
+            const std::ptrdiff_t at = offsets[qCountTrailingZeroBits(bits)];
+            if (!(At<T>(a, at) == At<T>(b, at)))
+                return false;
+        }
+        return true;
+    };
+    if (!same(m_type.integerFlags, int()) || !same(m_type.doubleFlags, double()) ||
+        !same(m_type.floatFlags, float()) || !same(m_type.textFlags, QString()) ||
+        !same(m_type.dateTimeFlags, QDateTime()))
+        return false;
+    for (quint32 bits = set & m_type.recordFlags; bits; bits &= bits - 1)
+        if (!ValuesEqual(m_type.rows[qCountTrailingZeroBits(bits)], *a, *b))
+            return false;
     return true;
 }
 

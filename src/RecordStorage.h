@@ -15,6 +15,7 @@
 
 #include <QSharedData>
 #include <QVector>
+#include <QtAlgorithms>
 
 #include <cstddef>
 #include <cstring>
@@ -149,10 +150,20 @@ struct MemberRow {
 
 struct RecordType {
     RecordDescription description;
-    std::vector<MemberRow> rows; // member order
-    std::vector<int> writeOrder; // attributes first, then the others, each in member order
-    quint32 requiredFlags = 0;   // required members whose set flag HasData tests
-    bool hasChildren = false;    // Record or RecordList members
+    std::vector<MemberRow> rows;  // member order
+    std::vector<int> writeOrder;  // attributes first, then the others, each in member order
+    quint32 requiredFlags = 0;    // required members whose set flag HasData tests
+    bool hasChildren = false;     // Record or RecordList members
+    std::vector<int> children;    // the bits of Record and RecordList members
+    quint32 enumerationFlags = 0; // members with a name table
+    quint32 textFlags = 0;        // QString members
+    // Members by kind, for the comparisons that equality runs.
+    quint32 integerFlags = 0; // int and enumeration members, compared as int
+    quint32 floatFlags = 0;
+    quint32 doubleFlags = 0;
+    quint32 dateTimeFlags = 0;
+    quint32 recordFlags = 0;
+    std::ptrdiff_t valueOffsets[32] = {};
     QSharedDataPointer<StorageBlock> prototype; // a fresh record's storage
 };
 
