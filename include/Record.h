@@ -82,7 +82,7 @@ protected:
     // For the non-const getters of class-typed members: marks the member set.
     template <class T> T& MutableValue(int bit)
     {
-        T& value = *static_cast<T*>(MutableField(bit, Field::Value));
+        T& value = *static_cast<T*>(LendField(bit));
         MarkSet(bit);
         return value;
     }
@@ -139,6 +139,9 @@ private:
     StorageBlock& MutableStorage();           // creates, and copies when shared
     const void* ConstField(int bit, Field field) const;
     void* MutableField(int bit, Field field);
+    void* LendField(int bit); // a value the caller keeps a reference to
+    QSharedDataPointer<StorageBlock> CopyOf(const StorageBlock& source) const;
+    void ShareOrCopy(const QSharedDataPointer<StorageBlock>& source);
     void MarkSet(int bit);
     void MarkHasDefault(int bit);
 

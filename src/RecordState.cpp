@@ -235,8 +235,8 @@ Record::Record(const RecordType& type, const QString& name, __int64 id)
 Record::Record(const Record& other, const QString& name, __int64 id)
     : IRGObject(other.GetObjectType())
     , m_type(other.m_type)
-    , d(other.d)
 {
+    ShareOrCopy(other.d);
     SetObjectName(name);
     m_id = id;
     // The copy takes the source's switch, and its own (the base's default) logger; its
@@ -250,12 +250,41 @@ Record::~Record() = default;
 void Record::ShareStorage(const Record& other)
 {
     if (this != &other)
-        d = other.d;
+        ShareOrCopy(other.d);
+}
+
+// Storage is shared, unless a reference into it is out: then it is copied.
+void Record::ShareOrCopy(const QSharedDataPointer<StorageBlock>& source)
+{
+    if (source && source.constData()->lent)
+        d = CopyOf(*source.constData());
+    else
+        d = source;
+}
+
+QSharedDataPointer<StorageBlock> Record::CopyOf(const StorageBlock& source) const
+{
+    QSharedDataPointer<StorageBlock> copy(source.Clone());
+    StorageBlock& block = *copy.data();
+    block.lent = false;
+    for (const int bit : m_type.children) {
+        const MemberRow& row = m_type.rows[bit];
+        if (row.asRecord) {
+            // A child's copy constructor gave it the default logger; inside this record it
+            // keeps the one it had.
+            RecordAt(row, &block, row.valueOffset)
+                .SetLogger(RecordAt(row, &source, row.valueOffset).GetLogger());
+        } else if (source.lent) {
+            // References to the source's items may be out: the copy has items of its own.
+            DetachItems(row, SlotOf(block, row));
+        }
+    }
+    return copy;
 }
 
 void Record::InitData() const
 {
-    if (d)
+    if (d.constData())
         return;
     d = m_type.prototype;
     PassDown();
@@ -272,13 +301,7 @@ StorageBlock& Record::MutableStorage()
     InitData();
     const StorageBlock& source = *d.constData();
     if (source.ref.loadRelaxed() != 1) {
-        QSharedDataPointer<StorageBlock> copy(source.Clone());
-        // A child's copy constructor gave it the default logger; inside this record it
-        // keeps the one it had.
-        for (const MemberRow& row : m_type.rows)
-            if (row.asRecord)
-                RecordAt(row, copy.data(), row.valueOffset)
-                    .SetLogger(RecordAt(row, &source, row.valueOffset).GetLogger());
+        QSharedDataPointer<StorageBlock> copy = CopyOf(source);
         d.swap(copy);
     }
     return *d.data();
@@ -330,6 +353,13 @@ void* Record::MutableField(int bit, Field field)
     return row.list ? row.list->defaultItem(def) : def;
 }
 
+void* Record::LendField(int bit)
+{
+    void* value = MutableField(bit, Field::Value);
+    d.data()->lent = true;
+    return value;
+}
+
 void Record::MarkSet(int bit)
 {
     MutableStorage().isSet |= Flag(bit);
@@ -342,7 +372,7 @@ void Record::MarkHasDefault(int bit)
 
 bool Record::IsInitialized() const
 {
-    return d;
+    return d.constData() != nullptr;
 }
 
 const RecordDescription& Record::GetDescription() const
@@ -352,6 +382,9 @@ const RecordDescription& Record::GetDescription() const
 
 std::shared_ptr<const void> Record::SaveState() const
 {
+    // A snapshot must not take the storage from under references that are out.
+    if (d.constData() && d.constData()->lent)
+        return std::make_shared<const QSharedDataPointer<StorageBlock>>(CopyOf(*d.constData()));
     return std::make_shared<const QSharedDataPointer<StorageBlock>>(d);
 }
 
@@ -477,7 +510,7 @@ void Record::Settle()
 
 bool Record::IsMemberSet(int bit) const
 {
-    return d && (d.constData()->isSet & Flag(bit));
+    return d.constData() && (d.constData()->isSet & Flag(bit));
 }
 
 void Record::ResetMember(int bit)

@@ -45,6 +45,9 @@ struct StorageBlock : public QSharedData {
     virtual StorageBlock* Clone() const = 0;
 
     quint32 isSet = 0; // bit i: member i is set
+    // A reference into this block was handed out (a non-const getter): it must never be
+    // seen through another record, so copies of the record copy the block at once.
+    bool lent = false;
     QSharedDataPointer<DefaultsBlock> defaults;
 };
 
