@@ -3,6 +3,7 @@
 #include "LogLevel.h"
 #include "ReportBaseExport.h"
 
+#include <QLoggingCategory>
 #include <QString>
 
 #include <functional>
@@ -11,10 +12,15 @@
 
 namespace REPORTGENERATOR {
 
-// Receives the reports of records. A record and its children share one Logger through a
-// std::shared_ptr. Log() may be called from several threads at once: calls are serialised,
-// so a sink never runs concurrently with itself.
-class REPORTBASE_EXPORT Logger
+// The logging category "reportbase", under which the default logger writes. Applications
+// can log under it or filter it, e.g. QT_LOGGING_RULES="reportbase.warning=false".
+// (What Q_DECLARE_EXPORTED_LOGGING_CATEGORY says in Qt 6.5 and later.)
+REPORTBASE_EXPORT Q_DECLARE_LOGGING_CATEGORY(lcReportBase)
+
+    // Receives the reports of records. A record and its children share one Logger through a
+    // std::shared_ptr. Log() may be called from several threads at once: calls are serialised,
+    // so a sink never runs concurrently with itself.
+    class REPORTBASE_EXPORT Logger
 {
 public:
     using Sink = std::function<void(LogLevel, const QString&)>;

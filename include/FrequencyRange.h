@@ -2,6 +2,7 @@
 
 #include "KVT317XmlExport.h"
 #include "Record.h"
+#include "RecordDebug.h"
 
 namespace KVT317XML {
 

@@ -3,6 +3,7 @@
 #include "FrequencyRange.h"
 #include "KVT317XmlExport.h"
 #include "Record.h"
+#include "RecordDebug.h"
 
 #include <QDateTime>
 #include <QList>

@@ -3,6 +3,7 @@
 #include "KVT317SettingsDetail.h"
 #include "KVT317XmlExport.h"
 #include "Record.h"
+#include "RecordDebug.h"
 
 #include <QVector>
 
