@@ -25,6 +25,12 @@ foreach(header FrequencyRange.h IRGObject.h Record.h Logger.h RecordDebug.h Repo
   endif()
 endforeach()
 
+foreach(schema KVT317_Settings.xsd BearingSettings.xsd)
+  if(NOT EXISTS "${prefix}/share/KVT317Xml/schema/${schema}")
+    message(FATAL_ERROR "${schema} is not installed into share/KVT317Xml/schema")
+  endif()
+endforeach()
+
 run("configuring the consumer" "${CMAKE_COMMAND}" -S "${SOURCE_DIR}" -B "${WORK_DIR}/build"
     "-DCMAKE_PREFIX_PATH=${prefix}" -DCMAKE_BUILD_TYPE=Release
     -DQT_NO_CREATE_VERSIONLESS_TARGETS=ON "-DEXPECTED_QT_MAJOR=${QT_MAJOR}"
