@@ -139,6 +139,8 @@ public:
     int skipCurrentElement(QDataStream& stream, int length, int tag) const;
 
 protected:
+    // The logger without taking a reference, for comparisons.
+    const Logger* CurrentLogger() const noexcept { return m_logger.get(); }
     // Writes the message to the logger at the level.
     void Trace(LogLevel level, const RGException& exception) const;
     // Writes the message when trace is true, then raises it when throwException is true.

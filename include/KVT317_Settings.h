@@ -48,3 +48,6 @@ public:
 };
 
 } // namespace KVT317XML
+
+// Records hold no pointer into themselves: containers may move them as bytes.
+Q_DECLARE_TYPEINFO(KVT317XML::KVT317_Settings, Q_MOVABLE_TYPE);

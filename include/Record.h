@@ -11,11 +11,16 @@ namespace KVT317XML {
 
 struct StorageBlock;
 struct RecordType;
+struct MemberRow;
 
 // The behaviour that every record shares, driven by its member table: lazily created,
 // implicitly shared member storage with set and has-default flags, defaults and invalid
 // markers; resets; data predicates; equality; checks and reports; the XML and binary forms.
 // Concrete records add their typed accessors on top.
+//
+// Storage is shared between copies until one of them writes; const operations never copy
+// it, so a record can be read from several threads at once, as Qt's implicitly shared
+// classes can.
 class KVT317XML_EXPORT Record : public REPORTGENERATOR::IRGObject
 {
 public:
@@ -57,7 +62,9 @@ public:
 
 protected:
     Record(const RecordType& type, const QString& name, __int64 id);
+    // Shares other's storage and takes over its validation switch (not its logger).
     Record(const Record& other, const QString& name, __int64 id);
+    // Assignment: shares other's storage; switch and logger stay.
     void ShareStorage(const Record& other);
 
     void ProcessXmlStartElement(QXmlStreamReader& reader) override;
@@ -66,38 +73,40 @@ protected:
 
     enum class Field { Value, Default, Invalid };
 
-    // Typed access for the accessors of concrete records; T is the member's own type.
+    // Typed access for the accessors of concrete records; T is the member's own type (the
+    // item type for a list's default).
     template <class T> const T& Value(int bit) const
     {
-        return *static_cast<const T*>(Slot(bit, Field::Value));
+        return *static_cast<const T*>(ConstField(bit, Field::Value));
     }
     // For the non-const getters of class-typed members: marks the member set.
     template <class T> T& MutableValue(int bit)
     {
+        T& value = *static_cast<T*>(MutableField(bit, Field::Value));
         MarkSet(bit);
-        return *static_cast<T*>(Slot(bit, Field::Value));
+        return value;
     }
     template <class T> const T& Default(int bit) const
     {
-        return *static_cast<const T*>(Slot(bit, Field::Default));
+        return *static_cast<const T*>(ConstField(bit, Field::Default));
     }
     template <class T> const T& Invalid(int bit) const
     {
-        return *static_cast<const T*>(Slot(bit, Field::Invalid));
+        return *static_cast<const T*>(ConstField(bit, Field::Invalid));
     }
     template <class T> void Assign(int bit, const T& value)
     {
-        *static_cast<T*>(Slot(bit, Field::Value)) = value;
+        *static_cast<T*>(MutableField(bit, Field::Value)) = value;
         MarkSet(bit);
     }
     template <class T> void AssignDefault(int bit, const T& value)
     {
-        *static_cast<T*>(Slot(bit, Field::Default)) = value;
+        *static_cast<T*>(MutableField(bit, Field::Default)) = value;
         MarkHasDefault(bit);
     }
     template <class T> void AssignInvalid(int bit, const T& value)
     {
-        *static_cast<T*>(Slot(bit, Field::Invalid)) = value;
+        *static_cast<T*>(MutableField(bit, Field::Invalid)) = value;
     }
 
     // Setters that report before they store.
@@ -117,19 +126,43 @@ protected:
     int EnumFromValue(int bit, double value) const;
     bool IsValidEnum(int bit, int value) const;
 
+    // Equality that first creates the right-hand record's storage when this record has some.
+    bool EqualsCreatingStorage(const Record& other) const;
+
 private:
     friend struct RecordAccess;
 
-    StorageBlock& Storage() const; // creates and detaches
-    void* Slot(int bit, Field field) const;
+    // Storage
+    void InitData() const;
+    void ConstNoClearReset(StorageBlock& block) const;
+    const StorageBlock& ConstStorage() const; // creates, never copies
+    StorageBlock& MutableStorage();           // creates, and copies when shared
+    const void* ConstField(int bit, Field field) const;
+    void* MutableField(int bit, Field field);
     void MarkSet(int bit);
     void MarkHasDefault(int bit);
-    void InitData() const;
-    void ConstNoClearReset() const;
+
+    // Switch and logger
     void PassDown() const;
+    void Settle();
+    void HandDown(bool validate, bool logger) const;
+    bool ChildrenFollow(bool validate, bool logger) const;
+
+    // Reports
     void Report(REPORTGENERATOR::RGException& exception) const;
     void ReportCheck(const MemberDescription& member, bool noThrow) const;
+    void ReportIncomplete(const MemberDescription& member) const;
+    void ReportIncompleteAppend(const MemberDescription& member) const;
+
+    // Reading
     void AssignFromText(int bit, const QString& text);
+    Record& BeginItem(const MemberRow& row);
+    void EndItem(const MemberRow& row, Record& item);
+    void ReadListEntry(const MemberRow& row, QDataStream& stream, int payload, qint64& remaining);
+
+    // Writing
+    void WriteMemberEntry(QDataStream& stream, const MemberRow& row,
+                          const StorageBlock& block) const;
 
     const RecordType& m_type;
     mutable QSharedDataPointer<StorageBlock> d;
