@@ -140,8 +140,7 @@ public:
     void Add(const std::shared_ptr<Logger>& logger, LogLevel level, const QString& message)
     {
         const auto text = m_texts.constFind(message);
-        const quint32 textIndex =
-            text != m_texts.constEnd() ? text.value() : AddText(message);
+        const quint32 textIndex = text != m_texts.constEnd() ? text.value() : AddText(message);
         quint32 loggerIndex = 0;
         while (loggerIndex < m_loggers.size() && m_loggers[loggerIndex] != logger)
             ++loggerIndex;

@@ -4,7 +4,7 @@ set -euo pipefail
 
 packages=(cmake g++ make pkg-config qt6-base-dev qtbase5-dev zlib1g-dev libgtest-dev googletest
           libbenchmark-dev
-          clang-format)
+          clang-format doxygen libxml2-utils)
 missing=()
 for package in "${packages[@]}"; do
     dpkg-query -W -f='${Status}' "$package" 2>/dev/null | grep -q 'install ok installed' \
