@@ -201,14 +201,29 @@ thread_local HeldReports* HeldReports::t_current = nullptr;
 
 } // namespace
 
+namespace {
+const std::shared_ptr<Logger>& DefaultLogger()
+{
+    static const std::shared_ptr<Logger> logger = Logger::Default();
+    return logger;
+}
+} // namespace
+
 IRGObject::IRGObject()
-    : m_logger(Logger::Default())
+    : m_logger(DefaultLogger())
 {
 }
 
 IRGObject::IRGObject(ObjectTypes type)
     : m_objectType(type)
-    , m_logger(Logger::Default())
+    , m_logger(DefaultLogger())
+{
+}
+
+IRGObject::IRGObject(ObjectTypes type, const QString& objectName)
+    : m_objectName(objectName)
+    , m_objectType(type)
+    , m_logger(DefaultLogger())
 {
 }
 

@@ -170,6 +170,10 @@ public:
     virtual void SetObjectType(ObjectTypes type) = 0;
 
 protected:
+    /// A record of the given type with its object name set, for the constructors of
+    /// records, which set both at once.
+    IRGObject(ObjectTypes type, const QString& objectName);
+
     /// Sets the record's object name; constructors of concrete records call it.
     virtual void SetObjectName(const QString& name);
     /// Called by ProcessXml() for each child start element of the record's element.

@@ -115,6 +115,19 @@ void RestoreValue(const MemberRow& row, StorageBlock& block)
     }
 }
 
+// Equality of the members of one kind whose flags are given.
+template <class T>
+bool SameValues(quint32 flags, const std::ptrdiff_t* offsets, const StorageBlock* a,
+                const StorageBlock* b)
+{
+    for (; flags; flags &= flags - 1) {
+        const std::ptrdiff_t offset = offsets[qCountTrailingZeroBits(flags)];
+        if (!(At<T>(a, offset) == At<T>(b, offset)))
+            return false;
+    }
+    return true;
+}
+
 } // namespace
 
 namespace detail {
@@ -176,6 +189,7 @@ void FinishRecordType(RecordType& type, StorageBlock* values, DefaultsBlock* def
             type.recordFlags |= flag;
             break;
         case MemberKind::RecordList:
+            type.listFlags |= flag;
             break;
         }
         type.description.members.push_back(row.description);
@@ -226,18 +240,17 @@ void FinishRecordType(RecordType& type, StorageBlock* values, DefaultsBlock* def
 // ---- Construction and storage ----------------------------------------------------------
 
 Record::Record(const RecordType& type, const QString& name, __int64 id)
-    : m_type(type)
+    : IRGObject(REPORTGENERATOR::ObjectTypes::Undefined, name)
+    , m_type(type)
 {
-    SetObjectName(name);
     m_id = id;
 }
 
 Record::Record(const Record& other, const QString& name, __int64 id)
-    : IRGObject(other.GetObjectType())
+    : IRGObject(other.GetObjectType(), name)
     , m_type(other.m_type)
 {
     ShareOrCopy(other.d);
-    SetObjectName(name);
     m_id = id;
     // The copy takes the source's switch, and its own (the base's default) logger; its
     // children follow both, as they would in a storage of their own.
@@ -419,31 +432,31 @@ void Record::PassDown() const
 // switch (when `validate`) and logger (when `logger`). Reads only.
 bool Record::ChildrenFollow(bool validate, bool logger) const
 {
-    if (!d || !m_type.hasChildren)
+    const StorageBlock* block = d.constData();
+    if (!block || m_type.children.empty())
         return true;
     const bool ownValidate = CurrentValidate();
     const REPORTGENERATOR::Logger* ownLogger = CurrentLogger();
-    const auto follows = [&](const Record& child) {
+    const auto follows = [=](const Record& child) {
         return (!validate || child.CurrentValidate() == ownValidate) &&
                (!logger || child.CurrentLogger() == ownLogger) &&
-               child.ChildrenFollow(validate, logger);
+               (child.m_type.children.empty() || child.ChildrenFollow(validate, logger));
     };
-    const StorageBlock& block = *d.constData();
     for (const int bit : m_type.children) {
         const MemberRow& row = m_type.rows[bit];
-        const void* slot = SlotOf(block, row);
-        if (row.asRecord) {
+        const void* slot = SlotOf(*block, row);
+        if (!row.list) {
             if (!follows(RecordAt(row, slot, 0)))
                 return false;
-        } else if (row.list) {
-            const ListSync& sync = row.list->constSync(slot);
-            const bool cached = (!validate || sync.validate == ownValidate) &&
-                                (!logger || sync.logger == ownLogger);
-            const int size = row.list->size(slot);
-            for (int i = cached ? sync.synced : 0; i < size; ++i)
-                if (!follows(row.list->item(slot, i)))
-                    return false;
+            continue;
         }
+        const ListSync& sync = row.list->constSync(slot);
+        const bool cached =
+            (!validate || sync.validate == ownValidate) && (!logger || sync.logger == ownLogger);
+        const int size = row.list->size(slot);
+        for (int i = cached ? sync.synced : 0; i < size; ++i)
+            if (!follows(row.list->item(slot, i)))
+                return false;
     }
     return true;
 }
@@ -453,7 +466,7 @@ bool Record::ChildrenFollow(bool validate, bool logger) const
 // it never touch shared storage.
 void Record::HandDown(bool validate, bool logger) const
 {
-    if (ChildrenFollow(validate, logger))
+    if (m_type.children.empty() || ChildrenFollow(validate, logger))
         return;
     Record& self = const_cast<Record&>(*this);
     StorageBlock& block = self.MutableStorage();
@@ -739,44 +752,39 @@ bool Record::Equals(const Record& other) const
 {
     if (&m_type != &other.m_type)
         return false;
-    if (d.constData() == other.d.constData())
-        return true;
     const StorageBlock* a = d.constData();
     const StorageBlock* b = other.d.constData();
+    if (a == b)
+        return true;
     // Lists compare by their items, their set flags take no part; every other member must
     // be set on both sides or on neither, and equal where set.
-    quint32 listFlags = 0;
     for (const int bit : m_type.children) {
         const MemberRow& row = m_type.rows[bit];
         if (!row.list)
             continue;
-        listFlags |= Flag(bit);
         const int sizeA = a ? row.list->size(SlotOf(*a, row)) : 0;
         const int sizeB = b ? row.list->size(SlotOf(*b, row)) : 0;
         if (sizeA != sizeB || (sizeA > 0 && !ValuesEqual(row, *a, *b)))
             return false;
     }
-    const quint32 set = (a ? a->isSet : 0) & ~listFlags;
-    if (set != ((b ? b->isSet : 0) & ~listFlags))
+    const quint32 set = (a ? a->isSet : 0) & ~m_type.listFlags;
+    if (set != ((b ? b->isSet : 0) & ~m_type.listFlags))
         return false;
-    // The order of the comparisons does not matter: only the result is seen.
-    const std::ptrdiff_t* offsets = m_type.valueOffsets;
-    const auto same = [&](quint32 flags, auto type) {
-        using T = decltype(type);
-        for (quint32 bits = set & flags; bits; bits &= bits - 1) {
-            const std::ptrdiff_t at = offsets[qCountTrailingZeroBits(bits)];
-            if (!(At<T>(a, at) == At<T>(b, at)))
-                return false;
-        }
+    if (!set)
         return true;
-    };
-    if (!same(m_type.integerFlags, int()) || !same(m_type.doubleFlags, double()) ||
-        !same(m_type.floatFlags, float()) || !same(m_type.textFlags, QString()) ||
-        !same(m_type.dateTimeFlags, QDateTime()))
+    // The order of the comparisons does not matter: only the result is seen.
+    const std::ptrdiff_t* at = m_type.valueOffsets;
+    if (!SameValues<int>(set & m_type.integerFlags, at, a, b) ||
+        !SameValues<double>(set & m_type.doubleFlags, at, a, b) ||
+        !SameValues<float>(set & m_type.floatFlags, at, a, b) ||
+        !SameValues<QString>(set & m_type.textFlags, at, a, b) ||
+        !SameValues<QDateTime>(set & m_type.dateTimeFlags, at, a, b))
         return false;
-    for (quint32 bits = set & m_type.recordFlags; bits; bits &= bits - 1)
-        if (!ValuesEqual(m_type.rows[qCountTrailingZeroBits(bits)], *a, *b))
+    for (quint32 bits = set & m_type.recordFlags; bits; bits &= bits - 1) {
+        const MemberRow& row = m_type.rows[qCountTrailingZeroBits(bits)];
+        if (!RecordAt(row, a, row.valueOffset).Equals(RecordAt(row, b, row.valueOffset)))
             return false;
+    }
     return true;
 }
 

@@ -114,6 +114,7 @@ struct MemberRow {
     std::ptrdiff_t defaultOffset = 0;           // from the DefaultsBlock
     std::ptrdiff_t invalidOffset = 0;           // from the DefaultsBlock, enumerations only
     Record& (*asRecord)(void* field) = nullptr; // Record members
+    std::ptrdiff_t recordBase = 0;              // of the Record within a Record member
     const ListOps* list = nullptr;              // RecordList members
 
     MemberRow& Required()
@@ -166,6 +167,7 @@ struct RecordType {
     quint32 doubleFlags = 0;
     quint32 dateTimeFlags = 0;
     quint32 recordFlags = 0;
+    quint32 listFlags = 0;
     std::ptrdiff_t valueOffsets[32] = {};
     QSharedDataPointer<StorageBlock> prototype; // a fresh record's storage
 };
@@ -196,11 +198,11 @@ inline void SetEnumAt(void* base, std::ptrdiff_t offset, int value)
 
 inline const Record& RecordAt(const MemberRow& row, const void* base, std::ptrdiff_t offset)
 {
-    return row.asRecord(const_cast<char*>(static_cast<const char*>(base)) + offset);
+    return At<Record>(base, offset + row.recordBase);
 }
 inline Record& RecordAt(const MemberRow& row, void* base, std::ptrdiff_t offset)
 {
-    return row.asRecord(static_cast<char*>(base) + offset);
+    return At<Record>(base, offset + row.recordBase);
 }
 
 // ---- Declaring members ----------------------------------------------------------------
@@ -314,6 +316,9 @@ template <auto P> MemberRow Member(int bit, const char* name, quint32 tag)
     } else if constexpr (std::is_base_of_v<Record, F>) {
         row.description.nested = []() { return &F::Description(); };
         row.asRecord = &detail::AsRecord<F>;
+        const F& field = probe.get()->*P;
+        row.recordBase = reinterpret_cast<const char*>(static_cast<const Record*>(&field)) -
+                         reinterpret_cast<const char*>(&field);
     }
     return row;
 }
