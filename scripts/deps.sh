@@ -3,7 +3,7 @@
 set -euo pipefail
 
 packages=(cmake g++ make pkg-config qt6-base-dev qtbase5-dev zlib1g-dev libgtest-dev googletest
-          libbenchmark-dev
+          libbenchmark-dev valgrind bc
           clang-format doxygen libxml2-utils)
 missing=()
 for package in "${packages[@]}"; do
