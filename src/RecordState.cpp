@@ -223,6 +223,7 @@ void FinishRecordType(RecordType& type, StorageBlock* values, DefaultsBlock* def
     }
     values->defaults = QSharedDataPointer<DefaultsBlock>(defaults);
     type.prototype = QSharedDataPointer<StorageBlock>(values);
+    type.variants = std::make_shared<PrototypeVariants>();
     // The values start as the defaults; nothing is set.
     for (const MemberRow& row : type.rows) {
         const MemberKind kind = row.description.kind;
@@ -300,7 +301,21 @@ void Record::InitData() const
     if (d.constData())
         return;
     d = m_type.prototype;
-    PassDown();
+    if (!m_type.children.empty() && !ChildrenFollow(true, true)) {
+        // Children of the prototype hold the defaults; a record with another switch or
+        // logger shares a fresh storage made for that pair.
+        PrototypeVariants& variants = *m_type.variants;
+        const std::lock_guard<std::mutex> lock(variants.mutex);
+        for (const PrototypeVariants::Variant& variant : variants.recent)
+            if (variant.validate == CurrentValidate() && variant.logger.get() == CurrentLogger())
+                d = variant.block;
+        if (d.constData() == m_type.prototype.constData()) {
+            PassDown();
+            if (variants.recent.size() == 4)
+                variants.recent.erase(variants.recent.begin());
+            variants.recent.push_back({CurrentValidate(), GetLogger(), d});
+        }
+    }
 }
 
 const StorageBlock& Record::ConstStorage() const

@@ -20,6 +20,7 @@
 #include <cstddef>
 #include <cstring>
 #include <memory>
+#include <mutex>
 #include <type_traits>
 #include <vector>
 
@@ -170,6 +171,19 @@ struct RecordType {
     quint32 listFlags = 0;
     std::ptrdiff_t valueOffsets[32] = {};
     QSharedDataPointer<StorageBlock> prototype; // a fresh record's storage
+    // Fresh storages whose children already hold a switch and logger other than the
+    // defaults, so that records created in numbers under one logger share one.
+    std::shared_ptr<struct PrototypeVariants> variants;
+};
+
+struct PrototypeVariants {
+    struct Variant {
+        bool validate;
+        std::shared_ptr<REPORTGENERATOR::Logger> logger;
+        QSharedDataPointer<StorageBlock> block;
+    };
+    std::mutex mutex;
+    std::vector<Variant> recent; // the most recently made last
 };
 
 // ---- Typed access ---------------------------------------------------------------------
