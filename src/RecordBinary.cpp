@@ -102,8 +102,10 @@ void Record::WriteMemberEntry(QDataStream& stream, const MemberRow& row,
         EndLength(stream, start);
     } else {
         // Texts, numbers and enumeration names: a byte array of the UTF-8 text.
-        const QByteArray bytes = Utf8(text::MemberText(row, block));
-        stream << static_cast<qint32>(4 + bytes.size()) << bytes;
+        text::WithText(row, block, [&stream](const QString& text) {
+            const QByteArray bytes = Utf8(text);
+            stream << static_cast<qint32>(4 + bytes.size()) << bytes;
+        });
     }
 }
 

@@ -35,7 +35,9 @@ void Record::GetXml(QXmlStreamWriter& writer) const
         if (!row.description.attribute)
             break;
         if (block.isSet & (quint32(1) << bit))
-            writer.writeAttribute(row.description.name, text::MemberText(row, block));
+            text::WithText(row, block, [&](const QString& text) {
+                writer.writeAttribute(row.description.name, text);
+            });
     }
     for (const MemberRow& row : m_type.rows) {
         const MemberDescription& member = row.description;
@@ -58,7 +60,9 @@ void Record::GetXml(QXmlStreamWriter& writer) const
                     item.GetXml(writer);
             }
         } else if (set || member.AlwaysWritten()) {
-            writer.writeTextElement(member.name, text::MemberText(row, block));
+            text::WithText(row, block, [&](const QString& text) {
+                writer.writeTextElement(member.name, text);
+            });
         }
     }
     writer.writeEndElement();
