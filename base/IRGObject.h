@@ -6,6 +6,7 @@
 #include "ObjectTypes.h"
 #include "RGException.h"
 #include "ReportBaseExport.h"
+#include "XmlText.h"
 
 #include <QByteArray>
 #include <QDataStream>
@@ -38,6 +39,11 @@ inline constexpr char Version[] = "1.0";
 // reports one ERROR naming the fault, returns false and leaves the record as it was.
 // Reports of the record's own checks are not document faults: with validation on they
 // raise, and the exception passes out of the load.
+//
+// Hostile input. Compressed documents are inflated only up to MaxInflatedSize(); a larger
+// one is refused before more than that limit is held. XML of any nesting depth is read with
+// bounded stack: the content loop, the text of member elements and the skip of unknown
+// elements work iteratively. The reports of a load are held compactly (HeldRepeatLimit).
 //
 // The declaration order of the virtual operations is part of the binary interface.
 class REPORTBASE_EXPORT IRGObject
@@ -89,9 +95,15 @@ public:
     virtual ObjectTypes GetObjectType() const;
     virtual const QString& GetObjectName() const;
     // Reads the content of the record's element; the reader stands on its start element
-    // and is left on its end element.
+    // and is left on its own end element. Every start element inside goes to
+    // ProcessXmlStartElement. The loop counts the elements it is inside of, so that an end
+    // element carrying the record's name ends it only when it closes the record itself; it
+    // follows SkipUnknownElement when that stops inside an unknown element.
     virtual void ProcessXml(QXmlStreamReader& reader);
-    // The record as a complete UTF-8 XML document, indented by two blanks.
+    // The record as a complete UTF-8 XML document, indented by two blanks. Returned as
+    // written, also when a text holds a character that XML cannot carry: in element text
+    // such a character stands as a character reference (for example "&#1;"), which XML
+    // readers refuse; in an attribute value it is left out (see XmlText).
     virtual QString GetXmlString() const;
     // One frame: the class id (low 32 bits) as tag, the record length and the members.
     virtual void GetBinaryRepresentation(QDataStream& stream) const;
@@ -104,7 +116,9 @@ public:
     virtual bool LoadXml(const QString& path);
     virtual bool LoadXml(QFile* file);
     virtual bool LoadBinary(QFile* file);
-    // Atomic: the target is replaced only once the whole document was written.
+    // Atomic: the target is replaced only once the whole document was written. A document
+    // that holds a character XML cannot carry is not saved: one ERROR report names the
+    // character and its place, and an existing file is left untouched.
     virtual bool SaveXml(const QString& path) const;
     virtual void SetValidate(bool validate) const;
     virtual bool GetValidate() const;
@@ -133,6 +147,19 @@ public:
     // the record type (the low 32 bits of the class id).
     static QByteArray PlainFrame(const QByteArray& document, QString* fault = nullptr);
 
+    // The largest size a compressed document may inflate to, in bytes; 256 MiB unless
+    // changed. A compressed document that would inflate to more is refused with one ERROR
+    // report, before more than the limit is held in memory. The setting is process-wide and
+    // may be changed from any thread; values are clamped to 0 .. 2^31 - 1 (no frame is
+    // longer).
+    static void SetMaxInflatedSize(qint64 bytes);
+    static qint64 MaxInflatedSize();
+
+    // A load holds at most this many reports of one level and text; the further ones are
+    // counted, and after the held reports one report at their level says how many of which
+    // text were left out: "<n> more reports like this were left out: <text>".
+    static constexpr int HeldRepeatLimit = 100;
+
     // Consumes the payload of a member entry whose tag is unknown. Returns the number of
     // bytes skipped, or -1 when the stream ended first or the length is negative (the
     // stream's status then tells).
@@ -144,14 +171,24 @@ protected:
     // Writes the message when trace is true, then raises it when throwException is true.
     void TraceOrThrow(LogLevel level, RGException& exception, bool throwException,
                       bool trace) const;
-    // The text of the element the reader stands on, including the text of nested
-    // elements; leaves the reader on the element's end.
+    // The text of the element the reader stands on, leaving the reader on the element's
+    // end. Only the element's own text counts: its character data and CDATA sections, in
+    // order, entity references included. Child elements, at any depth, are skipped with
+    // whatever they hold ("<a>x<b>y</b>z</a>" gives "xz"): a member element is a text
+    // element, and its text does not change when something unknown is nested in it. Not on
+    // a start element: a null string, and the reader does not move.
     QString GetTextValue(QXmlStreamReader& reader);
+    // Skips the unknown element the reader stands on, the way records always have: reads on
+    // until a token carries the element's name. Usually that is the element's own end; a
+    // nested element of the same name ends the skip at its start, and what follows is read
+    // as content of the record. Tells ProcessXml how many elements are left open, so that the
+    // content loop still ends on the record's own end element.
+    void SkipUnknownElement(QXmlStreamReader& reader);
 
     __int64 m_id = 0;
 
 private:
-    QByteArray XmlDocument() const;
+    QByteArray XmlDocument(bool* writerError = nullptr) const;
     bool ReadDocument(bool reset, const std::function<QString()>& read);
     bool ReadXmlDocument(QXmlStreamReader& reader, bool reset);
     bool ReadBinaryDocument(QDataStream& stream, bool wholeInput, bool reset);
@@ -162,6 +199,8 @@ private:
     ObjectTypes m_objectType = ObjectTypes::Undefined;
     mutable bool m_validate = false;
     mutable std::shared_ptr<Logger> m_logger;
+    // Elements SkipUnknownElement left open; -1 when no skip ran.
+    qint64 m_openAfterSkip = -1;
 };
 
 } // namespace REPORTGENERATOR
