@@ -31,6 +31,9 @@ constexpr qint32 CompressedMarker = 0x4B56545A;
 std::atomic<qint64> inflationLimit{qint64(256) * 1024 * 1024};
 // Output a first pass of inflation keeps; longer documents are inflated twice.
 constexpr qint64 FirstPassSize = 1024 * 1024;
+// Elements the last SkipUnknownElement on this thread left open, for the content loop that
+// called it; -1 when none ran. Kept here rather than in every record object.
+thread_local qint64 openAfterSkip = -1;
 
 // Puts a caller's stream into the document format and back.
 class DocumentFormat
@@ -475,11 +478,13 @@ void IRGObject::ProcessXml(QXmlStreamReader& reader)
     while (!reader.atEnd()) {
         reader.readNext();
         if (reader.isStartElement()) {
-            m_openAfterSkip = -1;
+            openAfterSkip = -1;
             ProcessXmlStartElement(reader);
-            if (m_openAfterSkip > 0)
-                open += m_openAfterSkip;
-            else if (m_openAfterSkip < 0 && !reader.isEndElement())
+            const qint64 left = openAfterSkip;
+            openAfterSkip = -1;
+            if (left > 0)
+                open += left;
+            else if (left < 0 && !reader.isEndElement())
                 counting = false;
         } else if (reader.isEndElement()) {
             if (counting ? open == 0 : reader.name() == name)
@@ -530,7 +535,7 @@ void IRGObject::SkipUnknownElement(QXmlStreamReader& reader)
         if (reader.name() == name)
             break;
     }
-    m_openAfterSkip = reader.atEnd() ? 0 : open;
+    openAfterSkip = reader.atEnd() ? 0 : open;
 }
 
 // ---- Binary documents ----------------------------------------------------------------

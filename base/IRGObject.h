@@ -199,8 +199,6 @@ private:
     ObjectTypes m_objectType = ObjectTypes::Undefined;
     mutable bool m_validate = false;
     mutable std::shared_ptr<Logger> m_logger;
-    // Elements SkipUnknownElement left open; -1 when no skip ran.
-    qint64 m_openAfterSkip = -1;
 };
 
 } // namespace REPORTGENERATOR

@@ -3,6 +3,7 @@
 // texts XML cannot carry. Tested on a record written straight on the base (ProbeRecord) and
 // on the settings documents where the base alone decides.
 
+#include "HostileInput.h"
 #include "LogCapture.h"
 #include "ProbeRecord.h"
 #include "TestSupport.h"
@@ -17,8 +18,6 @@
 #include <gtest/gtest.h>
 
 #include <functional>
-
-#include <zlib.h>
 
 using KVT317XML::KVT317_Settings;
 using REPORTGENERATOR::IRGObject;
@@ -59,40 +58,6 @@ struct LimitScope {
     explicit LimitScope(qint64 bytes) { IRGObject::SetMaxInflatedSize(bytes); }
     ~LimitScope() { IRGObject::SetMaxInflatedSize(qint64(256) * 1024 * 1024); }
 };
-
-// A compressed document: the marker "KVTZ", then the zlib data as a counted byte array.
-QByteArray Compressed(const QByteArray& packed)
-{
-    return Hex("4B56545A") + Counted(packed);
-}
-
-// zlib data that inflates to `size` zero bytes, made without holding them.
-QByteArray Zeros(qint64 size)
-{
-    z_stream zs{};
-    deflateInit(&zs, Z_BEST_COMPRESSION);
-    const QByteArray zeros(1 << 20, '\0');
-    QByteArray packed;
-    char out[1 << 16];
-    for (qint64 left = size; left >= 0;) {
-        const qint64 now = std::min<qint64>(left, zeros.size());
-        zs.next_in = reinterpret_cast<Bytef*>(const_cast<char*>(zeros.constData()));
-        zs.avail_in = static_cast<uInt>(now);
-        left -= now;
-        const int flush = left == 0 ? Z_FINISH : Z_NO_FLUSH;
-        int result = Z_OK;
-        do {
-            zs.next_out = reinterpret_cast<Bytef*>(out);
-            zs.avail_out = sizeof out;
-            result = deflate(&zs, flush);
-            packed.append(out, static_cast<int>(sizeof out - zs.avail_out));
-        } while (zs.avail_out == 0);
-        if (result == Z_STREAM_END)
-            break;
-    }
-    deflateEnd(&zs);
-    return packed;
-}
 
 } // namespace
 
@@ -203,26 +168,10 @@ TEST(DeepNesting, SettingsDocuments)
 {
     // The same three places in a settings document: a member element, an unknown element
     // and the root itself.
-    const QString detail = QString::fromUtf8(ExampleFile("settings.xml"));
-    const int at = detail.indexOf(QStringLiteral("<BlockAveragingTime>"));
-    ASSERT_GT(at, 0);
-    const QString deep = Repeat("<n>", 100000) + Repeat("</n>", 100000);
-    const QStringList documents{
-        QString(detail).insert(at + 20, deep),
-        QString(detail).insert(at, QStringLiteral("<U>") + deep + QStringLiteral("</U>")),
-        QString(detail).insert(detail.indexOf(QStringLiteral("<KVT317SettingsDetail")), deep)};
-    KVT317_Settings expected;
-    ASSERT_TRUE(expected.SetXmlString(detail, true));
-    for (const QString& xml : documents) {
-        WithSmallStack([&]() {
-            KVT317_Settings settings;
-            LogCapture log;
-            settings.SetLogger(log.logger);
-            EXPECT_TRUE(settings.SetXmlString(xml, true));
-            EXPECT_TRUE(settings == expected);
-            EXPECT_EQ(log.lines, QStringList());
-        });
-    }
+    const QStringList documents = hostile::DeepSettingsDocuments();
+    ASSERT_EQ(documents.size(), 3);
+    for (const QString& xml : documents)
+        WithSmallStack([&]() { hostile::ExpectReadsAsExample(xml); });
 }
 
 // ---- Held reports --------------------------------------------------------------------
@@ -320,7 +269,7 @@ TEST(InflationLimit, ADocumentAtTheLimitLoadsOnePastItIsRefused)
 TEST(InflationLimit, ADeflateBombIsRefused)
 {
     LimitScope limit(4 * 1024 * 1024);
-    QByteArray bomb = Compressed(Zeros(qint64(64) * 1024 * 1024));
+    QByteArray bomb = hostile::Compressed(hostile::Deflated(qint64(64) * 1024 * 1024));
     EXPECT_LT(bomb.size(), 100 * 1024);
     KVT317_Settings settings;
     LogCapture log;
@@ -355,15 +304,15 @@ TEST(InflationLimit, LargeDocumentsInflateInTwoPasses)
 
 TEST(InflationLimit, DamagedCompressedDataStillNamesItsFault)
 {
-    QByteArray packed = Zeros(100);
+    QByteArray packed = hostile::Deflated(100);
     packed.chop(3);
     QString fault;
-    EXPECT_TRUE(IRGObject::PlainFrame(Compressed(packed), &fault).isNull());
+    EXPECT_TRUE(IRGObject::PlainFrame(hostile::Compressed(packed), &fault).isNull());
     EXPECT_EQ(fault,
               QStringLiteral("Compressed binary data does not inflate: the compressed data is "
                              "truncated"));
-    QByteArray extra = Zeros(100) + "xy";
-    EXPECT_TRUE(IRGObject::PlainFrame(Compressed(extra), &fault).isNull());
+    QByteArray extra = hostile::Deflated(100) + "xy";
+    EXPECT_TRUE(IRGObject::PlainFrame(hostile::Compressed(extra), &fault).isNull());
     EXPECT_EQ(fault, QStringLiteral("Compressed binary data does not inflate: 2 bytes follow the "
                                     "compressed data"));
 }
