@@ -753,9 +753,13 @@ void IRGObject::SetObjectName(const QString& name)
     m_objectName = name;
 }
 
+// Records hand their switch and logger down at the start of const operations. Storing only a
+// change keeps those calls free of writes, so that one record can be read from several
+// threads at once.
 void IRGObject::SetValidate(bool validate) const
 {
-    m_validate = validate;
+    if (m_validate != validate)
+        m_validate = validate;
 }
 
 bool IRGObject::GetValidate() const
@@ -765,12 +769,13 @@ bool IRGObject::GetValidate() const
 
 void IRGObject::SetLogger(std::shared_ptr<Logger> logger) const
 {
-    m_logger = std::move(logger);
+    if (m_logger != logger)
+        m_logger = std::move(logger);
 }
 
 void IRGObject::ResetLogger() const
 {
-    m_logger = Logger::Default();
+    IRGObject::SetLogger(Logger::Default());
 }
 
 std::shared_ptr<Logger> IRGObject::GetLogger() const

@@ -120,6 +120,8 @@ public:
     // that holds a character XML cannot carry is not saved: one ERROR report names the
     // character and its place, and an existing file is left untouched.
     virtual bool SaveXml(const QString& path) const;
+    // Switch and logger are stored only when they change: handing down the values already
+    // in place writes nothing, so const operations can run on several threads at once.
     virtual void SetValidate(bool validate) const;
     virtual bool GetValidate() const;
     // A null logger silences the record.

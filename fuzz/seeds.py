@@ -128,15 +128,15 @@ binary_documents = {
 }
 
 
-# Seeds that stay out of the replayed corpus until the record engine writes element texts
-# through XmlText (a carriage return in element text reads back as a line feed before that).
-PENDING = {"bearing-binary-odd-texts-to-xml", "bearing-binary-odd-texts-to-xml-validating",
-           "bearing-carriage-return-to-xml", "bearing-carriage-return-to-xml-validating"}
+# Seeds that stay out of the replayed corpus until the record engine rework lands: the list
+# reader reserves by a declared length and subtracts from an INT_MIN one, and element texts
+# do not go through XmlText yet (a carriage return reads back as a line feed).
+PENDING = ("huge-count", "int-min-payload", "odd-texts-to-xml", "carriage-return-to-xml")
 
 
 def write(target, name, data):
     directory = os.path.join(CORPUS, target)
-    if name in PENDING:
+    if any(marker in name for marker in PENDING):
         directory = os.path.join(ROOT, "fuzz", "pending", target)
     os.makedirs(directory, exist_ok=True)
     with open(os.path.join(directory, "seed-" + name), "wb") as f:

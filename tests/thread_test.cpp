@@ -3,6 +3,7 @@
 // independent. Run under ThreadSanitizer in CI (-DKVT317_SANITIZE=thread). Every thread
 // reports to one shared Logger.
 
+#include "ProbeRecord.h"
 #include "TestSupport.h"
 
 #include <BearingSettings.h>
@@ -57,6 +58,28 @@ QString Text(const QByteArray& bytes)
 }
 
 } // namespace
+
+TEST(Threads, HandingDownTheSwitchAndLoggerInPlaceWritesNothing)
+{
+    // What every const operation of a record does first, from several threads at once.
+    ProbeRecord record;
+    record.members[QStringLiteral("A")] = QStringLiteral("a");
+    SharedLog log;
+    record.SetLogger(log.logger);
+    record.SetValidate(true);
+    const ProbeRecord& shared = record;
+    RunThreads([&](int) {
+        for (int round = 0; round < Rounds; ++round) {
+            shared.SetValidate(shared.GetValidate());
+            shared.SetLogger(shared.GetLogger());
+            EXPECT_EQ(shared.GetXmlString(), QStringLiteral("<?xml version=\"1.0\" "
+                                                            "encoding=\"UTF-8\"?>\n<Probe>\n"
+                                                            "  <A>a</A>\n</Probe>\n"));
+        }
+    });
+    EXPECT_TRUE(record.GetValidate());
+    EXPECT_EQ(record.GetLogger(), log.logger);
+}
 
 TEST(Threads, DISABLED_CopiesOfOneDocumentAreEditedCheckedAndWrittenOnEachThread)
 {
