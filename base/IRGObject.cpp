@@ -2,11 +2,10 @@
 
 #include <QBuffer>
 #include <QFile>
+#include <QHash>
 #include <QSaveFile>
 #include <QXmlStreamReader>
 #include <QXmlStreamWriter>
-
-#include <QHash>
 
 #include <algorithm>
 #include <atomic>
@@ -150,49 +149,6 @@ QByteArray Inflate(const QByteArray& packed, QString& fault)
     return plain;
 }
 
-// Reports of a load, held until the document is known to be good. Identical reports past
-// HeldRepeatLimit are only counted, so that a document repeating one fault a million times
-// holds a hundred reports, not a million.
-class HeldReports
-{
-public:
-    void Add(LogLevel level, const QString& message)
-    {
-        const auto key = qMakePair(static_cast<int>(level), message);
-        auto found = m_index.find(key);
-        if (found == m_index.end()) {
-            found = m_index.insert(key, static_cast<int>(m_kinds.size()));
-            m_kinds.push_back(Kind{level, message, 0});
-        }
-        Kind& kind = m_kinds[static_cast<std::size_t>(found.value())];
-        if (++kind.count <= IRGObject::HeldRepeatLimit)
-            m_order.push_back(found.value());
-    }
-
-    void Replay(const Logger& logger) const
-    {
-        for (const int index : m_order) {
-            const Kind& kind = m_kinds[static_cast<std::size_t>(index)];
-            logger.Log(kind.level, kind.message);
-        }
-        for (const Kind& kind : m_kinds)
-            if (kind.count > IRGObject::HeldRepeatLimit)
-                logger.Log(kind.level, QStringLiteral("%1 more reports like this were left out: %2")
-                                           .arg(kind.count - IRGObject::HeldRepeatLimit)
-                                           .arg(kind.message));
-    }
-
-private:
-    struct Kind {
-        LogLevel level;
-        QString message;
-        qint64 count;
-    };
-    std::vector<Kind> m_kinds;
-    QHash<QPair<int, QString>, int> m_index;
-    std::vector<int> m_order;
-};
-
 uint Digit(uchar c)
 {
     if (c >= '0' && c <= '9')
@@ -255,16 +211,111 @@ QString Hex32(qint32 value)
     return QStringLiteral("%1").arg(static_cast<quint32>(value), 8, 16, QLatin1Char('0')).toUpper();
 }
 
+// The reports made on this thread while a document loads, held until the load is known to
+// be good. Reports stay in order with their loggers and levels; a run of identical reports
+// is held once with its count, and each text once, so that a document that repeats a fault
+// a million times holds a few bytes per report.
+class HeldReports
+{
+public:
+    HeldReports()
+        : m_outer(t_current)
+    {
+        t_current = this;
+    }
+    ~HeldReports() { t_current = m_outer; }
+    HeldReports(const HeldReports&) = delete;
+    HeldReports& operator=(const HeldReports&) = delete;
+
+    static HeldReports* Current() { return t_current; }
+
+    void Add(const std::shared_ptr<Logger>& logger, LogLevel level, const QString& message)
+    {
+        const auto text = m_texts.constFind(message);
+        const quint32 textIndex = text != m_texts.constEnd() ? text.value() : AddText(message);
+        quint32 loggerIndex = 0;
+        while (loggerIndex < m_loggers.size() && m_loggers[loggerIndex] != logger)
+            ++loggerIndex;
+        if (loggerIndex == m_loggers.size())
+            m_loggers.push_back(logger);
+        if (!m_reports.empty()) {
+            Report& last = m_reports.back();
+            if (last.text == textIndex && last.logger == loggerIndex && last.level == level &&
+                last.count < std::numeric_limits<quint32>::max()) {
+                ++last.count;
+                return;
+            }
+        }
+        m_reports.push_back(Report{textIndex, loggerIndex, level, 1});
+    }
+
+    // Sends the held reports on, in order, outside the hold.
+    void Release()
+    {
+        t_current = m_outer;
+        for (const Report& report : m_reports)
+            for (quint32 i = 0; i < report.count; ++i)
+                m_loggers[report.logger]->Log(report.level, m_textList.at(report.text));
+        Drop();
+    }
+
+    void Drop()
+    {
+        t_current = m_outer;
+        m_reports.clear();
+    }
+
+private:
+    struct Report {
+        quint32 text;
+        quint32 logger;
+        LogLevel level;
+        quint32 count;
+    };
+
+    quint32 AddText(const QString& message)
+    {
+        const auto index = static_cast<quint32>(m_textList.size());
+        m_textList.append(message);
+        m_texts.insert(message, index);
+        return index;
+    }
+
+    static thread_local HeldReports* t_current;
+    HeldReports* m_outer;
+    std::vector<Report> m_reports;
+    std::vector<std::shared_ptr<Logger>> m_loggers;
+    QHash<QString, quint32> m_texts;
+    QStringList m_textList;
+};
+
+thread_local HeldReports* HeldReports::t_current = nullptr;
+
+} // namespace
+
+namespace {
+const std::shared_ptr<Logger>& DefaultLogger()
+{
+    static const std::shared_ptr<Logger> logger = Logger::Default();
+    return logger;
+}
 } // namespace
 
 IRGObject::IRGObject()
-    : m_logger(Logger::Default())
+    : m_logger(DefaultLogger())
 {
 }
 
 IRGObject::IRGObject(ObjectTypes type)
     : m_objectType(type)
-    , m_logger(Logger::Default())
+    , m_logger(DefaultLogger())
+{
+}
+
+IRGObject::IRGObject(ObjectTypes type, const QString& objectName)
+    : m_objectName(objectName)
+    , m_objectType(type)
+    , m_logger(DefaultLogger())
 {
 }
 
@@ -391,15 +442,7 @@ bool IRGObject::ReadDocument(bool reset, const std::function<QString()>& read)
     // The reports of a load are held until the document is known to be good: a document
     // that fails leaves one report, naming the fault, and the record as it was.
     const auto state = SaveState();
-    const std::shared_ptr<Logger> logger = GetLogger();
     HeldReports held;
-    SetLogger(std::make_shared<Logger>(
-        [&held](LogLevel level, const QString& message) { held.Add(level, message); }));
-    const auto release = [&]() {
-        SetLogger(logger);
-        if (logger)
-            held.Replay(*logger);
-    };
 
     QString fault;
     try {
@@ -410,15 +453,18 @@ bool IRGObject::ReadDocument(bool reset, const std::function<QString()>& read)
         fault = exception.GetMessage();
     } catch (...) {
         // A record's own report raised: it passes out, with what was reported before it.
-        release();
+        held.Release();
         throw;
     }
     if (fault.isEmpty()) {
-        release();
+        // Whatever the load added follows the record's switch and logger.
+        SetValidate(GetValidate());
+        SetLogger(GetLogger());
+        held.Release();
         return true;
     }
+    held.Drop();
     RestoreState(state);
-    SetLogger(logger);
     ReportDocumentFault(fault);
     return false;
 }
@@ -800,7 +846,11 @@ void IRGObject::RestoreState(const std::shared_ptr<const void>&) {}
 
 void IRGObject::Trace(LogLevel level, const RGException& exception) const
 {
-    if (m_logger)
+    if (!m_logger)
+        return;
+    if (HeldReports* held = HeldReports::Current())
+        held->Add(m_logger, level, exception.GetMessage());
+    else
         m_logger->Log(level, exception.GetMessage());
 }
 

@@ -1,23 +1,22 @@
 #include "Logger.h"
 
-#include <QLoggingCategory>
-
 namespace REPORTGENERATOR {
 
+Q_LOGGING_CATEGORY(lcReportBase, "reportbase")
+
 namespace {
-Q_LOGGING_CATEGORY(reportBaseCategory, "reportbase")
 
 void LogToQt(LogLevel level, const QString& message)
 {
     switch (level) {
     case LogLevel::Error:
-        qCCritical(reportBaseCategory).noquote() << message;
+        qCCritical(lcReportBase).noquote() << message;
         break;
     case LogLevel::Warning:
-        qCWarning(reportBaseCategory).noquote() << message;
+        qCWarning(lcReportBase).noquote() << message;
         break;
     case LogLevel::Info:
-        qCInfo(reportBaseCategory).noquote() << message;
+        qCInfo(lcReportBase).noquote() << message;
         break;
     }
 }

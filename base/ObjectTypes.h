@@ -2,8 +2,14 @@
 
 namespace REPORTGENERATOR {
 
-// What kind of object a record is. Records keep the type they were constructed with;
-// a default-constructed record is Undefined.
-enum class ObjectTypes : int { Undefined = 0, Settings = 1, Report = 2 };
+/// @brief What kind of object a record is.
+///
+/// Records keep the type they were constructed with; a default-constructed record is
+/// Undefined.
+enum class ObjectTypes : int {
+    Undefined = 0, ///< No particular kind; what default construction gives
+    Settings = 1,  ///< A settings record
+    Report = 2     ///< A report record
+};
 
 } // namespace REPORTGENERATOR

@@ -11,11 +11,45 @@ namespace KVT317XML {
 
 struct StorageBlock;
 struct RecordType;
+struct MemberRow;
 
-// The behaviour that every record shares, driven by its member table: lazily created,
-// implicitly shared member storage with set and has-default flags, defaults and invalid
-// markers; resets; data predicates; equality; checks and reports; the XML and binary forms.
-// Concrete records add their typed accessors on top.
+/// @brief The behaviour that every record shares, driven by its member table.
+///
+/// Lazily created, implicitly shared member storage with set and has-default flags,
+/// defaults and invalid markers; resets; data predicates; equality; checks and reports; the
+/// XML and binary forms. Concrete records (KVT317_Settings, KVT317SettingsDetail,
+/// FrequencyRange, BearingSettings) add their typed accessors on top.
+///
+/// Storage is shared between copies until one of them writes; const operations never copy
+/// it, so a record can be read from several threads at once, as Qt's implicitly shared
+/// classes can. A copy takes over the validation switch but not the logger.
+///
+/// @anchor accessor_pattern
+/// ### The accessor pattern
+///
+/// Every member `X` of a record has the same family of accessors:
+///
+/// | Accessor | What it does |
+/// |---|---|
+/// | `GetX()` | The value; while the member is unset, its default. |
+/// | `SetX(value)` | Stores the value and marks the member set. A value that is not valid (an
+/// enumeration outside its names, a null text) is reported first: as WARNING and stored all the
+/// same with validation off, raised with validation on. | | `IsXSet()` | Whether the member is set.
+/// | | `ResetX()` | Marks the member unset and puts its default back. | | `IsValidX(value)` |
+/// Whether a value is valid for the member. | | `GetDefaultX()`, `SetDefaultX(value)` | The
+/// member's default in this object. A member with a default is set to it by ResetToDefault(). |
+///
+/// An enumerated member adds `GetInvalidX()` and `SetInvalidX()` (the value that
+/// `NameToX()` gives for an unknown name, -1 unless changed), `XToName(value)` and
+/// `NameToX(name)` (exact, case-sensitive), `GetXAsString()` (the name of the current
+/// value), the static list of names `GetXs()` (position = value) and, for names that are
+/// shown to users, `GetGUIXs()` (the names through `tr`). A bandwidth adds `XToValue()` and
+/// `ValueToX()` (hertz). A member that is itself a class (a child record, a date-time) has a
+/// non-const `GetX()` that returns a reference for editing in place and marks the member set.
+///
+/// Required members are written to XML and binary whether set or not (an unset one with its
+/// current value); optional members only when set. HasData() tells whether every required
+/// member is set, Check() reports each one that is not.
 class KVT317XML_EXPORT Record : public REPORTGENERATOR::IRGObject
 {
 public:
@@ -33,103 +67,164 @@ public:
     void SetLogger(std::shared_ptr<REPORTGENERATOR::Logger> logger) const override;
     void SetObjectType(REPORTGENERATOR::ObjectTypes type) override;
 
-    // Any member holds something.
+    /// Whether any member holds something.
     bool AnyData() const;
-    // The member storage exists.
+    /// Whether the member storage exists; it is created by the first access.
     bool IsInitialized() const;
-    // Reset, then set every member that has a usable default to it.
+    /// Reset(), then sets every member that has a usable default to it.
     void ResetToDefault();
 
+    /// The record's member table.
     const RecordDescription& GetDescription() const;
 
-    // Read-only reflection over the member table, for generic tools. `bit` is a member's
-    // position in GetDescription().members.
+    /// @name Reflection
+    /// Read-only access to the members through the member table, for generic tools such as
+    /// printing (see RecordDebug.h). `bit` is a member's position in
+    /// GetDescription().members.
+    ///@{
+    /// Whether the member is set.
     bool IsMemberSet(int bit) const;
-    // The member's current value in its XML text form (empty for child records and lists).
+    /// The member's current value in its XML text form (empty for child records and lists).
     QString MemberText(int bit) const;
-    // The child record of a Record member.
+    /// The child record of a Record member.
     const Record* Child(int bit) const;
-    // The items of a RecordList member.
+    /// The number of items of a RecordList member.
     int ListSize(int bit) const;
+    /// An item of a RecordList member.
     const Record* ListItem(int bit, int index) const;
-    // Equality by the records' own rule; records of different types are unequal.
+    /// Equality by the records' own rule; records of different types are unequal.
     bool Equals(const Record& other) const;
+    ///@}
 
 protected:
+    /// A record of the given member table, object name and class id.
     Record(const RecordType& type, const QString& name, __int64 id);
+    /// Shares other's storage and takes over its validation switch (not its logger).
     Record(const Record& other, const QString& name, __int64 id);
+    /// Assignment: shares other's storage; switch and logger stay.
     void ShareStorage(const Record& other);
 
     void ProcessXmlStartElement(QXmlStreamReader& reader) override;
     std::shared_ptr<const void> SaveState() const override;
     void RestoreState(const std::shared_ptr<const void>& state) override;
 
-    enum class Field { Value, Default, Invalid };
+    /// Which of a member's fields to reach.
+    enum class Field {
+        Value,   ///< the current value
+        Default, ///< the default
+        Invalid  ///< the invalid marker of an enumeration
+    };
 
-    // Typed access for the accessors of concrete records; T is the member's own type.
+    /// @name Typed access for the accessors of concrete records
+    /// `T` is the member's own type (the item type for a list's default).
+    ///@{
+    /// The member's current value.
     template <class T> const T& Value(int bit) const
     {
-        return *static_cast<const T*>(Slot(bit, Field::Value));
+        return *static_cast<const T*>(ConstField(bit, Field::Value));
     }
-    // For the non-const getters of class-typed members: marks the member set.
+    /// For the non-const getters of class-typed members: marks the member set.
     template <class T> T& MutableValue(int bit)
     {
+        T& value = *static_cast<T*>(LendField(bit));
         MarkSet(bit);
-        return *static_cast<T*>(Slot(bit, Field::Value));
+        return value;
     }
+    /// The member's default.
     template <class T> const T& Default(int bit) const
     {
-        return *static_cast<const T*>(Slot(bit, Field::Default));
+        return *static_cast<const T*>(ConstField(bit, Field::Default));
     }
+    /// The member's invalid marker.
     template <class T> const T& Invalid(int bit) const
     {
-        return *static_cast<const T*>(Slot(bit, Field::Invalid));
+        return *static_cast<const T*>(ConstField(bit, Field::Invalid));
     }
+    /// Stores a value and marks the member set.
     template <class T> void Assign(int bit, const T& value)
     {
-        *static_cast<T*>(Slot(bit, Field::Value)) = value;
+        *static_cast<T*>(MutableField(bit, Field::Value)) = value;
         MarkSet(bit);
     }
+    /// Stores a default and marks the member as having one.
     template <class T> void AssignDefault(int bit, const T& value)
     {
-        *static_cast<T*>(Slot(bit, Field::Default)) = value;
+        *static_cast<T*>(MutableField(bit, Field::Default)) = value;
         MarkHasDefault(bit);
     }
+    /// Stores an invalid marker.
     template <class T> void AssignInvalid(int bit, const T& value)
     {
-        *static_cast<T*>(Slot(bit, Field::Invalid)) = value;
+        *static_cast<T*>(MutableField(bit, Field::Invalid)) = value;
     }
 
-    // Setters that report before they store.
+    /// Stores a text, reporting a null one first.
     void AssignText(int bit, const QString& value);
+    /// Stores an enumeration value, reporting one outside the names first.
     void AssignEnum(int bit, int value);
 
-    // Appends a copy of item to a list member, unless validation is on and the item lacks
-    // data; an incomplete item is reported either way.
+    /// Appends a copy of item to a list member, unless validation is on and the item lacks
+    /// data; an incomplete item is reported either way.
     void Append(int bit, const Record& item);
 
+    /// Marks the member unset and puts its default back.
     void ResetMember(int bit);
+    ///@}
 
-    // Enumeration conversions through the member's name table.
+    /// @name Enumeration conversions through the member's name table
+    ///@{
+    /// The name of a value, or a null text outside the names.
     QString EnumName(int bit, int value) const;
+    /// The value of an exact name, or the member's invalid marker.
     int EnumIndex(int bit, const QString& name) const;
+    /// The hertz of a value, or 0.0 outside the table.
     double EnumToValue(int bit, int value) const;
+    /// The value of exactly these hertz, or the member's invalid marker.
     int EnumFromValue(int bit, double value) const;
+    /// Whether a value is inside the names.
     bool IsValidEnum(int bit, int value) const;
+    ///@}
+
+    /// Equality that first creates the right-hand record's storage when this record has some.
+    bool EqualsCreatingStorage(const Record& other) const;
 
 private:
     friend struct RecordAccess;
 
-    StorageBlock& Storage() const; // creates and detaches
-    void* Slot(int bit, Field field) const;
+    // Storage
+    void InitData() const;
+    void ConstNoClearReset(StorageBlock& block) const;
+    const StorageBlock& ConstStorage() const; // creates, never copies
+    StorageBlock& MutableStorage();           // creates, and copies when shared
+    const void* ConstField(int bit, Field field) const;
+    void* MutableField(int bit, Field field);
+    void* LendField(int bit); // a value the caller keeps a reference to
+    QSharedDataPointer<StorageBlock> CopyOf(const StorageBlock& source) const;
+    void ShareOrCopy(const QSharedDataPointer<StorageBlock>& source);
     void MarkSet(int bit);
     void MarkHasDefault(int bit);
-    void InitData() const;
-    void ConstNoClearReset() const;
+
+    // Switch and logger
     void PassDown() const;
+    void Settle();
+    void HandDown(bool validate, bool logger) const;
+    bool ChildrenFollow(bool validate, bool logger) const;
+
+    // Reports
     void Report(REPORTGENERATOR::RGException& exception) const;
     void ReportCheck(const MemberDescription& member, bool noThrow) const;
+    void ReportIncomplete(const MemberDescription& member) const;
+    void ReportIncompleteAppend(const MemberDescription& member) const;
+
+    // Reading
     void AssignFromText(int bit, const QString& text);
+    Record& BeginItem(const MemberRow& row);
+    void EndItem(const MemberRow& row, Record& item);
+    void ReadListEntry(const MemberRow& row, QDataStream& stream, int payload, qint64& remaining);
+
+    // Writing
+    void WriteMemberEntry(QDataStream& stream, const MemberRow& row,
+                          const StorageBlock& block) const;
 
     const RecordType& m_type;
     mutable QSharedDataPointer<StorageBlock> d;
@@ -137,4 +232,6 @@ private:
 
 } // namespace KVT317XML
 
+/// @cond
 template <> KVT317XML::StorageBlock* QSharedDataPointer<KVT317XML::StorageBlock>::clone();
+/// @endcond

@@ -23,22 +23,22 @@ enum : int {
     IndexBit
 };
 
-struct BearingSettingsData : StorageOf<BearingSettingsData> {
-    Slot<double> frequency;
-    Slot<int> averagingTime;
-    Slot<double> dFBandwidth;
-    EnumSlot<BearingSettings::DFMode> dFMode;
-    Slot<int> angleSamples;
-    Slot<int> levelThreshold;
-    Slot<int> qualityThreshold;
-    Slot<int> elevationThreshold;
-    Slot<int> slidingWindowTime;
-    Slot<QString> bearingVtPath;
-    Slot<QString> bearingVtPathSR;
-    Slot<QString> eigenValueVtPath;
-    Slot<QString> signalEstimationQualityVtPath;
-    Slot<QString> name;
-    Slot<int> index;
+struct BearingSettingsData {
+    double frequency{};
+    int averagingTime{};
+    double dFBandwidth{};
+    BearingSettings::DFMode dFMode{};
+    int angleSamples{};
+    int levelThreshold{};
+    int qualityThreshold{};
+    int elevationThreshold{};
+    int slidingWindowTime{};
+    QString bearingVtPath{};
+    QString bearingVtPathSR{};
+    QString eigenValueVtPath{};
+    QString signalEstimationQualityVtPath{};
+    QString name{};
+    int index{};
 };
 
 const EnumerationDescription& DFModes()
@@ -74,47 +74,12 @@ const RecordType& Type()
 }
 // clang-format on
 
-QString ObjectName()
-{
-    return QStringLiteral("BearingSettings");
-}
-
 } // namespace
 
 const __int64 BearingSettings::id = -2056480618;
 
-BearingSettings::BearingSettings()
-    : Record(Type(), ObjectName(), id)
-{
-}
-BearingSettings::BearingSettings(const BearingSettings& other)
-    : Record(other, ObjectName(), id)
-{
-}
-BearingSettings& BearingSettings::operator=(const BearingSettings& other)
-{
-    ShareStorage(other);
-    return *this;
-}
-BearingSettings::~BearingSettings() = default;
-
-bool BearingSettings::operator==(const BearingSettings& other) const
-{
-    return Equals(other);
-}
-bool BearingSettings::operator!=(const BearingSettings& other) const
-{
-    return !Equals(other);
-}
-
-__int64 BearingSettings::GetId()
-{
-    return id;
-}
-const RecordDescription& BearingSettings::Description()
-{
-    return Type().description;
-}
+KVT317_RECORD_BASICS(BearingSettings, "BearingSettings")
+KVT317_RECORD_EQUALITY(BearingSettings)
 
 KVT317_TRANSLATION_FUNCTIONS(BearingSettings, "KVT317XML::BearingSettings")
 

@@ -7,9 +7,9 @@ namespace {
 
 enum : int { StartFrequencyBit, StopFrequencyBit };
 
-struct FrequencyRangeData : StorageOf<FrequencyRangeData> {
-    Slot<double> startFrequency;
-    Slot<double> stopFrequency;
+struct FrequencyRangeData {
+    double startFrequency{};
+    double stopFrequency{};
 };
 
 // clang-format off
@@ -23,47 +23,12 @@ const RecordType& Type()
 }
 // clang-format on
 
-QString ObjectName()
-{
-    return QStringLiteral("FrequencyRange");
-}
-
 } // namespace
 
 const __int64 FrequencyRange::id = 245222484;
 
-FrequencyRange::FrequencyRange()
-    : Record(Type(), ObjectName(), id)
-{
-}
-FrequencyRange::FrequencyRange(const FrequencyRange& other)
-    : Record(other, ObjectName(), id)
-{
-}
-FrequencyRange& FrequencyRange::operator=(const FrequencyRange& other)
-{
-    ShareStorage(other);
-    return *this;
-}
-FrequencyRange::~FrequencyRange() = default;
-
-bool FrequencyRange::operator==(const FrequencyRange& other) const
-{
-    return Equals(other);
-}
-bool FrequencyRange::operator!=(const FrequencyRange& other) const
-{
-    return !Equals(other);
-}
-
-__int64 FrequencyRange::GetId()
-{
-    return id;
-}
-const RecordDescription& FrequencyRange::Description()
-{
-    return Type().description;
-}
+KVT317_RECORD_BASICS(FrequencyRange, "FrequencyRange")
+KVT317_RECORD_EQUALITY(FrequencyRange)
 
 KVT317_NUMBER_ACCESSORS(FrequencyRange, double, StartFrequency)
 KVT317_NUMBER_ACCESSORS(FrequencyRange, double, StopFrequency)

@@ -29,24 +29,24 @@ enum : int {
     indexBit
 };
 
-struct KVT317SettingsDetailData : StorageOf<KVT317SettingsDetailData> {
-    EnumSlot<Detail::AntennaPol> antennaPol;
-    EnumSlot<Detail::AntPreAmp> antPreAmp;
-    EnumSlot<Detail::AverageMode> averageMode;
-    EnumSlot<Detail::BandwidthDF> bandwidthDF;
-    Slot<int> blockAveragingTime;
-    EnumSlot<Detail::DF_Alt> dF_Alt;
-    Slot<FrequencyRange> frequencyRange;
-    EnumSlot<Detail::Real_Time_Bandwidth> real_Time_Bandwidth;
-    Slot<int> scanMemoryID;
-    EnumSlot<Detail::DFPan_Selectivity> dFPan_Selectivity;
-    Slot<int> threshold;
-    Slot<QDateTime> stopTime;
-    EnumSlot<Detail::AttSelect> attSelect;
-    Slot<float> attenuationHoldValue;
-    Slot<float> attenuationHoldTime;
-    Slot<QString> name;
-    Slot<int> index;
+struct KVT317SettingsDetailData {
+    Detail::AntennaPol antennaPol{};
+    Detail::AntPreAmp antPreAmp{};
+    Detail::AverageMode averageMode{};
+    Detail::BandwidthDF bandwidthDF{};
+    int blockAveragingTime{};
+    Detail::DF_Alt dF_Alt{};
+    FrequencyRange frequencyRange{};
+    Detail::Real_Time_Bandwidth real_Time_Bandwidth{};
+    int scanMemoryID{};
+    Detail::DFPan_Selectivity dFPan_Selectivity{};
+    int threshold{};
+    QDateTime stopTime{};
+    Detail::AttSelect attSelect{};
+    float attenuationHoldValue{};
+    float attenuationHoldTime{};
+    QString name{};
+    int index{};
 };
 
 const EnumerationDescription& AntPreAmpTable()
@@ -142,11 +142,6 @@ const RecordType& Type()
 }
 // clang-format on
 
-QString ObjectName()
-{
-    return QStringLiteral("KVT317SettingsDetail");
-}
-
 QString ObjectTr(const char* sourceText)
 {
     return QObject::tr(sourceText);
@@ -156,38 +151,8 @@ QString ObjectTr(const char* sourceText)
 
 const __int64 KVT317SettingsDetail::id = -102096553;
 
-KVT317SettingsDetail::KVT317SettingsDetail()
-    : Record(Type(), ObjectName(), id)
-{
-}
-KVT317SettingsDetail::KVT317SettingsDetail(const KVT317SettingsDetail& other)
-    : Record(other, ObjectName(), id)
-{
-}
-KVT317SettingsDetail& KVT317SettingsDetail::operator=(const KVT317SettingsDetail& other)
-{
-    ShareStorage(other);
-    return *this;
-}
-KVT317SettingsDetail::~KVT317SettingsDetail() = default;
-
-bool KVT317SettingsDetail::operator==(const KVT317SettingsDetail& other) const
-{
-    return Equals(other);
-}
-bool KVT317SettingsDetail::operator!=(const KVT317SettingsDetail& other) const
-{
-    return !Equals(other);
-}
-
-__int64 KVT317SettingsDetail::GetId()
-{
-    return id;
-}
-const RecordDescription& KVT317SettingsDetail::Description()
-{
-    return Type().description;
-}
+KVT317_RECORD_BASICS(KVT317SettingsDetail, "KVT317SettingsDetail")
+KVT317_RECORD_EQUALITY(KVT317SettingsDetail)
 
 KVT317_TRANSLATION_FUNCTIONS(KVT317SettingsDetail, "KVT317XML::KVT317SettingsDetail")
 

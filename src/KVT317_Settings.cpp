@@ -9,7 +9,7 @@ enum : int { KVT317SettingsDetailBit };
 
 using Details = QVector<KVT317SettingsDetail>;
 
-struct KVT317_SettingsData : StorageOf<KVT317_SettingsData> {
+struct KVT317_SettingsData {
     ListSlot<KVT317SettingsDetail> kVT317SettingsDetail;
 };
 
@@ -25,46 +25,20 @@ const RecordType& Type()
 }
 // clang-format on
 
-QString ObjectName()
-{
-    return QStringLiteral("KVT317_Settings");
-}
-
 } // namespace
 
 const __int64 KVT317_Settings::id = 1576399973;
 
-KVT317_Settings::KVT317_Settings()
-    : Record(Type(), ObjectName(), id)
-{
-}
-KVT317_Settings::KVT317_Settings(const KVT317_Settings& other)
-    : Record(other, ObjectName(), id)
-{
-}
-KVT317_Settings& KVT317_Settings::operator=(const KVT317_Settings& other)
-{
-    ShareStorage(other);
-    return *this;
-}
-KVT317_Settings::~KVT317_Settings() = default;
+KVT317_RECORD_BASICS(KVT317_Settings, "KVT317_Settings")
 
+// A root with storage compares against the other's storage, created if missing.
 bool KVT317_Settings::operator==(const KVT317_Settings& other) const
 {
-    return Equals(other);
+    return EqualsCreatingStorage(other);
 }
 bool KVT317_Settings::operator!=(const KVT317_Settings& other) const
 {
-    return !Equals(other);
-}
-
-__int64 KVT317_Settings::GetId()
-{
-    return id;
-}
-const RecordDescription& KVT317_Settings::Description()
-{
-    return Type().description;
+    return !(*this == other);
 }
 
 Details& KVT317_Settings::GetKVT317SettingsDetail()

@@ -9,6 +9,21 @@
 
 // clang-format off
 
+// Construction, copy, assignment, destruction and the class id of a record; Type() is the
+// record's member table.
+#define KVT317_RECORD_BASICS(Class, Name)                                                      \
+    Class::Class() : Record(Type(), QStringLiteral(Name), id) {}                               \
+    Class::Class(const Class& other) : Record(other, QStringLiteral(Name), id) {}              \
+    Class& Class::operator=(const Class& other) { ShareStorage(other); return *this; }         \
+    Class::~Class() = default;                                                                 \
+    __int64 Class::GetId() { return id; }                                                      \
+    const RecordDescription& Class::Description() { return Type().description; }
+
+// Equality by the member rule: set members equal, unset ones ignored.
+#define KVT317_RECORD_EQUALITY(Class)                                                          \
+    bool Class::operator==(const Class& other) const { return Equals(other); }                 \
+    bool Class::operator!=(const Class& other) const { return !Equals(other); }
+
 // What every member has: set flag, reset, and its per-object default.
 #define KVT317_MEMBER_STATE(Class, Type, X)                                                    \
     bool Class::Is##X##Set() const { return IsMemberSet(X##Bit); }                             \

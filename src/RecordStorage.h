@@ -1,24 +1,42 @@
 #pragma once
 
-// The record framework's internals: storage blocks, member slots and the member table
-// that a record's source declares. Not installed.
+// The record framework's internals: storage blocks, the member table that a record's
+// source declares, and typed access to member slots. Not installed.
+//
+// A record's members live in one implicitly shared values block. The per-object defaults
+// and invalid markers live in a second shared block that the values block points to: they
+// are rarely changed, so every record of a type shares one until SetDefaultX or SetInvalidX
+// is called. A fresh record's storage is the type's prototype block, shared until written,
+// so creating storage allocates nothing.
 
 #include "Record.h"
 
 #include <Converters.h>
 
-#include <QBitArray>
 #include <QSharedData>
 #include <QVector>
+#include <QtAlgorithms>
 
+#include <cstddef>
+#include <cstring>
 #include <memory>
 #include <type_traits>
 #include <vector>
 
 namespace KVT317XML {
 
-// One record's members. Concrete records derive their storage struct (FrequencyRangeData,
-// ...) from StorageOf<> and hold one slot per member, in member order.
+// Per-object defaults (has-default flags, default values, invalid markers).
+struct DefaultsBlock : public QSharedData {
+    DefaultsBlock() = default;
+    DefaultsBlock(const DefaultsBlock&) = default;
+    DefaultsBlock& operator=(const DefaultsBlock&) = delete;
+    virtual ~DefaultsBlock();
+    virtual DefaultsBlock* Clone() const = 0;
+
+    quint32 hasDefault = 0; // bit i: member i has a default
+};
+
+// One record's member values and set flags.
 struct StorageBlock : public QSharedData {
     StorageBlock() = default;
     StorageBlock(const StorageBlock&) = default;
@@ -26,79 +44,78 @@ struct StorageBlock : public QSharedData {
     virtual ~StorageBlock();
     virtual StorageBlock* Clone() const = 0;
 
-    QBitArray m_isSet;      // bit i: member i is set
-    QBitArray m_hasDefault; // bit i: member i has a default
+    quint32 isSet = 0; // bit i: member i is set
+    // A reference into this block was handed out (a non-const getter): it must never be
+    // seen through another record, so copies of the record copy the block at once.
+    bool lent = false;
+    QSharedDataPointer<DefaultsBlock> defaults;
 };
 
-template <class Data> struct StorageOf : public StorageBlock {
-    StorageBlock* Clone() const override { return new Data(static_cast<const Data&>(*this)); }
+// A record's members are the fields of a plain struct (FrequencyRangeData, ...), declared
+// in member order; the values block holds one instance, the defaults block two (defaults
+// and invalid markers).
+template <class Data> struct ValuesOf final : StorageBlock {
+    StorageBlock* Clone() const override { return new ValuesOf(*this); }
+    Data data;
 };
 
-// A member of plain type: numbers, texts, date-times, child records.
-template <class T> struct Slot {
-    T def{};
-    T value{};
+template <class Data> struct DefaultsOf final : DefaultsBlock {
+    DefaultsBlock* Clone() const override { return new DefaultsOf(*this); }
+    Data def;
+    Data invalid;
 };
 
-// An enumeration member carries its own invalid marker, ahead of the default.
-template <class E> struct EnumSlot {
-    E invalid = static_cast<E>(-1);
-    E def = static_cast<E>(-1);
-    E value = static_cast<E>(-1);
+// What a list member's slot knows about the switch and logger of its items, so that
+// handing them down costs nothing when they are already in place: items [0, synced) and
+// their own children hold `validate` and `logger`.
+struct ListSync {
+    int synced = 0;
+    bool validate = false;
+    const REPORTGENERATOR::Logger* logger = nullptr;
 };
 
-// A list of child records, with a default item and the item reused while reading XML.
+// A list of child records, with the list's default item.
 template <class T> struct ListSlot {
+    QVector<T> items;
     T def;
-    QVector<T> value;
-    T buffer;
+    ListSync sync;
 };
 
-using SlotField = int; // 0 value, 1 default, 2 invalid marker; as Record::Field
-struct MemberRow;
-
-// What the generic algorithms need of one member slot, implemented once per slot type.
-class SlotOps
-{
-public:
-    virtual ~SlotOps();
-    virtual void* Get(StorageBlock& block, SlotField field) const = 0;
-    // Stores the invalid marker and the declared default; true when there is one.
-    virtual bool Init(StorageBlock& block, const MemberRow& row) const = 0;
-    // The value from the default (a text becomes null, a list empty).
-    virtual void Restore(StorageBlock& block) const = 0;
-    virtual bool Equal(const StorageBlock& a, const StorageBlock& b) const = 0;
-    // Whether ResetToDefault may store the default.
-    virtual bool DefaultUsable(const StorageBlock& block, const MemberRow& row) const = 0;
-    virtual void ApplyDefault(StorageBlock& block) const = 0;
-    // The value test of Check.
-    virtual bool Valid(const StorageBlock& block, const MemberRow& row) const = 0;
-    // The XML text and binary text payload.
-    virtual QString Text(const StorageBlock& block, const MemberRow& row) const = 0;
-    // Whether a text holds something (not null); AnyData's test for texts.
-    virtual bool HoldsText(const StorageBlock&) const { return false; }
-
-    virtual int EnumGet(const StorageBlock&, SlotField) const { return -1; }
-    virtual void EnumSet(StorageBlock&, SlotField, int) const {}
-
-    virtual Record* Child(StorageBlock&) const { return nullptr; }
-
-    virtual int ListSize(const StorageBlock&) const { return 0; }
-    virtual Record* ListItem(StorageBlock&, int) const { return nullptr; }
-    virtual Record* ListBuffer(StorageBlock&) const { return nullptr; }
-    virtual void ListAppend(StorageBlock&, const Record&) const {}
-    virtual void ListReserve(StorageBlock&, int) const {}
-    virtual std::unique_ptr<Record> NewItem() const { return nullptr; }
+// Operations on a list slot of one item type.
+struct ListOps {
+    int (*size)(const void* slot);
+    const Record& (*item)(const void* slot, int index);
+    // Detaches the items first; the caller resets the sync when they were shared.
+    Record& (*mutableItem)(void* slot, int index);
+    bool (*detach)(void* slot); // true when the items were shared and have been copied
+    bool (*shared)(const void* slot);
+    Record& (*emplace)(void* slot); // a default item at the end
+    void (*popBack)(void* slot);
+    void (*append)(void* slot, const Record& item);
+    void (*reserve)(void* slot, int count);
+    void (*clear)(void* slot);
+    bool (*equal)(const void* a, const void* b);
+    void* (*defaultItem)(void* slot); // the item type's object
+    void* (*items)(void* slot);       // the QVector of items
+    ListSync& (*sync)(void* slot);
+    const ListSync& (*constSync)(const void* slot);
 };
 
-// One row of a record's member table: the public description, the declared default and
-// the slot's operations.
+// One row of a record's member table: the public description, the declared default, and
+// where the member lives in the blocks.
 struct MemberRow {
     MemberDescription description;
     bool declaredDefault = false;
     double numberDefault = 0.0;
     QString nameDefault; // enumeration default, looked up by name at storage creation
-    const SlotOps* ops = nullptr;
+
+    std::ptrdiff_t fieldOffset = 0;             // in the record's Data struct
+    std::ptrdiff_t valueOffset = 0;             // from the StorageBlock
+    std::ptrdiff_t defaultOffset = 0;           // from the DefaultsBlock
+    std::ptrdiff_t invalidOffset = 0;           // from the DefaultsBlock, enumerations only
+    Record& (*asRecord)(void* field) = nullptr; // Record members
+    std::ptrdiff_t recordBase = 0;              // of the Record within a Record member
+    const ListOps* list = nullptr;              // RecordList members
 
     MemberRow& Required()
     {
@@ -137,16 +154,65 @@ struct MemberRow {
 
 struct RecordType {
     RecordDescription description;
-    std::vector<MemberRow> rows; // member order
-    std::vector<int> writeOrder; // attributes first, then the others, each in member order
-    StorageBlock* (*create)() = nullptr;
+    std::vector<MemberRow> rows;  // member order
+    std::vector<int> writeOrder;  // attributes first, then the others, each in member order
+    quint32 requiredFlags = 0;    // required members whose set flag HasData tests
+    bool hasChildren = false;     // Record or RecordList members
+    std::vector<int> children;    // the bits of Record and RecordList members
+    quint32 enumerationFlags = 0; // members with a name table
+    quint32 textFlags = 0;        // QString members
+    // Members by kind, for the comparisons that equality runs.
+    quint32 integerFlags = 0; // int and enumeration members, compared as int
+    quint32 floatFlags = 0;
+    quint32 doubleFlags = 0;
+    quint32 dateTimeFlags = 0;
+    quint32 recordFlags = 0;
+    quint32 listFlags = 0;
+    std::ptrdiff_t valueOffsets[32] = {};
+    QSharedDataPointer<StorageBlock> prototype; // a fresh record's storage
 };
 
-// ---- Slot operations by type ---------------------------------------------------------
+// ---- Typed access ---------------------------------------------------------------------
 
-namespace slotops {
+template <class T> T& At(void* base, std::ptrdiff_t offset)
+{
+    return *reinterpret_cast<T*>(static_cast<char*>(base) + offset);
+}
+template <class T> const T& At(const void* base, std::ptrdiff_t offset)
+{
+    return *reinterpret_cast<const T*>(static_cast<const char*>(base) + offset);
+}
 
-template <class T> struct IsRecord : std::is_base_of<Record, T> {
+// Enumerations are stored as their own types, all with int as underlying type; the
+// generic code reads and writes them as int.
+inline int EnumAt(const void* base, std::ptrdiff_t offset)
+{
+    int value;
+    std::memcpy(&value, static_cast<const char*>(base) + offset, sizeof value);
+    return value;
+}
+inline void SetEnumAt(void* base, std::ptrdiff_t offset, int value)
+{
+    std::memcpy(static_cast<char*>(base) + offset, &value, sizeof value);
+}
+
+inline const Record& RecordAt(const MemberRow& row, const void* base, std::ptrdiff_t offset)
+{
+    return At<Record>(base, offset + row.recordBase);
+}
+inline Record& RecordAt(const MemberRow& row, void* base, std::ptrdiff_t offset)
+{
+    return At<Record>(base, offset + row.recordBase);
+}
+
+// ---- Declaring members ----------------------------------------------------------------
+
+namespace detail {
+
+template <class T> struct IsList : std::false_type {
+};
+template <class T> struct IsList<ListSlot<T>> : std::true_type {
+    using Item = T;
 };
 
 template <class T> constexpr MemberKind KindOf()
@@ -161,248 +227,107 @@ template <class T> constexpr MemberKind KindOf()
         return MemberKind::Text;
     else if constexpr (std::is_same_v<T, QDateTime>)
         return MemberKind::DateTime;
+    else if constexpr (std::is_enum_v<T>) {
+        static_assert(sizeof(T) == sizeof(int), "enumerations are held as int");
+        return MemberKind::Enumeration;
+    } else if constexpr (IsList<T>::value)
+        return MemberKind::RecordList;
     else {
-        static_assert(IsRecord<T>::value, "unsupported member type");
+        static_assert(std::is_base_of_v<Record, T>, "unsupported member type");
         return MemberKind::Record;
     }
 }
 
-QString NumberText(double value, const MemberRow& row);
-QString IntegerText(int value);
-QString EnumText(int value, const MemberRow& row);
-int EnumIndexOf(const QString& name, const MemberRow& row, int invalid);
-
-template <class T> bool RecordsEqual(const T& a, const T& b)
+template <class T> Record& AsRecord(void* field)
 {
-    return a == b;
+    return *static_cast<T*>(field);
 }
 
-// Plain slots: numbers, texts, date-times and child records.
-template <class Data, class T, Slot<T> Data::*P> class PlainOps final : public SlotOps
+template <class T> const ListOps& ListOpsOf()
 {
-    static Slot<T>& S(StorageBlock& b) { return static_cast<Data&>(b).*P; }
-    static const Slot<T>& S(const StorageBlock& b) { return static_cast<const Data&>(b).*P; }
-
-public:
-    void* Get(StorageBlock& b, SlotField field) const override
-    {
-        return field == 1 ? static_cast<void*>(&S(b).def) : static_cast<void*>(&S(b).value);
-    }
-    bool Init(StorageBlock& b, const MemberRow& row) const override
-    {
-        if constexpr (std::is_arithmetic_v<T>)
-            S(b).def = static_cast<T>(row.numberDefault);
-        return row.declaredDefault;
-    }
-    void Restore(StorageBlock& b) const override
-    {
-        if constexpr (std::is_same_v<T, QString>)
-            S(b).value = QString();
-        else
-            S(b).value = S(b).def;
-    }
-    bool Equal(const StorageBlock& a, const StorageBlock& b) const override
-    {
-        return S(a).value == S(b).value;
-    }
-    bool DefaultUsable(const StorageBlock& b, const MemberRow&) const override
-    {
-        if constexpr (std::is_same_v<T, QString>)
-            return !S(b).def.isNull();
-        else
+    using Slot = ListSlot<T>;
+    static const ListOps ops{
+        [](const void* s) { return static_cast<int>(static_cast<const Slot*>(s)->items.size()); },
+        [](const void* s, int i) -> const Record& {
+            return static_cast<const Slot*>(s)->items.at(i);
+        },
+        [](void* s, int i) -> Record& { return static_cast<Slot*>(s)->items[i]; },
+        [](void* s) {
+            QVector<T>& items = static_cast<Slot*>(s)->items;
+            if (items.isDetached())
+                return false;
+            items.detach();
             return true;
-    }
-    void ApplyDefault(StorageBlock& b) const override
-    {
-        if constexpr (IsRecord<T>::value)
-            S(b).value.ResetToDefault();
-        else
-            S(b).value = S(b).def;
-    }
-    bool Valid(const StorageBlock& b, const MemberRow&) const override
-    {
-        if constexpr (std::is_same_v<T, QString>)
-            return !S(b).value.isNull();
-        else
-            return true;
-    }
-    QString Text(const StorageBlock& b, const MemberRow& row) const override
-    {
-        const T& v = S(b).value;
-        if constexpr (std::is_same_v<T, int>)
-            return IntegerText(v);
-        else if constexpr (std::is_floating_point_v<T>)
-            return NumberText(static_cast<double>(v), row);
-        else if constexpr (std::is_same_v<T, QString>)
-            return v;
-        else if constexpr (std::is_same_v<T, QDateTime>)
-            return REPORTGENERATOR::Converters::ToString(v);
-        else
-            return QString();
-    }
-    bool HoldsText(const StorageBlock& b) const override
-    {
-        if constexpr (std::is_same_v<T, QString>)
-            return !S(b).value.isNull();
-        else
-            return false;
-    }
-    Record* Child(StorageBlock& b) const override
-    {
-        if constexpr (IsRecord<T>::value)
-            return &S(b).value;
-        else
-            return nullptr;
-    }
-};
-
-template <class Data, class E, EnumSlot<E> Data::*P> class EnumOps final : public SlotOps
-{
-    static EnumSlot<E>& S(StorageBlock& b) { return static_cast<Data&>(b).*P; }
-    static const EnumSlot<E>& S(const StorageBlock& b) { return static_cast<const Data&>(b).*P; }
-    static E& F(EnumSlot<E>& s, SlotField field)
-    {
-        return field == 2 ? s.invalid : field == 1 ? s.def : s.value;
-    }
-    static int Size(const MemberRow& row) { return row.description.enumeration->names.size(); }
-
-public:
-    void* Get(StorageBlock& b, SlotField field) const override { return &F(S(b), field); }
-    bool Init(StorageBlock& b, const MemberRow& row) const override
-    {
-        S(b).invalid = static_cast<E>(-1);
-        S(b).def =
-            row.declaredDefault
-                ? static_cast<E>(EnumIndexOf(row.nameDefault, row, static_cast<int>(S(b).invalid)))
-                : static_cast<E>(-1);
-        return row.declaredDefault;
-    }
-    void Restore(StorageBlock& b) const override { S(b).value = S(b).def; }
-    bool Equal(const StorageBlock& a, const StorageBlock& b) const override
-    {
-        return S(a).value == S(b).value;
-    }
-    bool DefaultUsable(const StorageBlock& b, const MemberRow& row) const override
-    {
-        const int v = static_cast<int>(S(b).def);
-        return v >= 0 && v < Size(row);
-    }
-    void ApplyDefault(StorageBlock& b) const override { S(b).value = S(b).def; }
-    bool Valid(const StorageBlock& b, const MemberRow& row) const override
-    {
-        const int v = static_cast<int>(S(b).value);
-        return v >= 0 && v < Size(row);
-    }
-    QString Text(const StorageBlock& b, const MemberRow& row) const override
-    {
-        return EnumText(static_cast<int>(S(b).value), row);
-    }
-    int EnumGet(const StorageBlock& b, SlotField field) const override
-    {
-        return static_cast<int>(F(const_cast<EnumSlot<E>&>(S(b)), field));
-    }
-    void EnumSet(StorageBlock& b, SlotField field, int value) const override
-    {
-        F(S(b), field) = static_cast<E>(value);
-    }
-};
-
-template <class Data, class T, ListSlot<T> Data::*P> class ListOps final : public SlotOps
-{
-    static ListSlot<T>& S(StorageBlock& b) { return static_cast<Data&>(b).*P; }
-    static const ListSlot<T>& S(const StorageBlock& b) { return static_cast<const Data&>(b).*P; }
-
-public:
-    void* Get(StorageBlock& b, SlotField field) const override
-    {
-        return field == 1 ? static_cast<void*>(&S(b).def) : static_cast<void*>(&S(b).value);
-    }
-    bool Init(StorageBlock&, const MemberRow&) const override { return false; }
-    void Restore(StorageBlock& b) const override { S(b).value.clear(); }
-    bool Equal(const StorageBlock& a, const StorageBlock& b) const override
-    {
-        return S(a).value == S(b).value;
-    }
-    bool DefaultUsable(const StorageBlock&, const MemberRow&) const override { return false; }
-    void ApplyDefault(StorageBlock& b) const override
-    {
-        for (T& item : S(b).value)
-            item.ResetToDefault();
-    }
-    bool Valid(const StorageBlock&, const MemberRow&) const override { return true; }
-    QString Text(const StorageBlock&, const MemberRow&) const override { return QString(); }
-    int ListSize(const StorageBlock& b) const override { return S(b).value.size(); }
-    Record* ListItem(StorageBlock& b, int i) const override { return &S(b).value[i]; }
-    Record* ListBuffer(StorageBlock& b) const override { return &S(b).buffer; }
-    void ListAppend(StorageBlock& b, const Record& item) const override
-    {
-        S(b).value.append(static_cast<const T&>(item));
-    }
-    void ListReserve(StorageBlock& b, int count) const override { S(b).value.reserve(count); }
-    std::unique_ptr<Record> NewItem() const override { return std::make_unique<T>(); }
-};
+        },
+        [](const void* s) { return !static_cast<const Slot*>(s)->items.isDetached(); },
+        [](void* s) -> Record& {
+            QVector<T>& items = static_cast<Slot*>(s)->items;
+            items.append(T());
+            return items.last();
+        },
+        [](void* s) { static_cast<Slot*>(s)->items.removeLast(); },
+        [](void* s, const Record& item) {
+            static_cast<Slot*>(s)->items.append(static_cast<const T&>(item));
+        },
+        [](void* s, int count) { static_cast<Slot*>(s)->items.reserve(count); },
+        [](void* s) { static_cast<Slot*>(s)->items.clear(); },
+        [](const void* a, const void* b) {
+            return static_cast<const Slot*>(a)->items == static_cast<const Slot*>(b)->items;
+        },
+        [](void* s) -> void* { return &static_cast<Slot*>(s)->def; },
+        [](void* s) -> void* { return &static_cast<Slot*>(s)->items; },
+        [](void* s) -> ListSync& { return static_cast<Slot*>(s)->sync; },
+        [](const void* s) -> const ListSync& { return static_cast<const Slot*>(s)->sync; },
+    };
+    return ops;
+}
 
 template <class M> struct MemberPointer;
-template <class Data, class S> struct MemberPointer<S Data::*> {
+template <class Data, class F> struct MemberPointer<F Data::*> {
     using DataType = Data;
-    using SlotType = S;
-};
-
-template <class S> struct SlotTraits;
-template <class T> struct SlotTraits<Slot<T>> {
-    template <class Data, Slot<T> Data::*P> static const SlotOps& Ops()
-    {
-        static const PlainOps<Data, T, P> ops;
-        return ops;
-    }
-    static constexpr MemberKind Kind() { return KindOf<T>(); }
-    using Nested = std::conditional_t<IsRecord<T>::value, T, void>;
-};
-template <class E> struct SlotTraits<EnumSlot<E>> {
-    template <class Data, EnumSlot<E> Data::*P> static const SlotOps& Ops()
-    {
-        static const EnumOps<Data, E, P> ops;
-        return ops;
-    }
-    static constexpr MemberKind Kind() { return MemberKind::Enumeration; }
-    using Nested = void;
-};
-template <class T> struct SlotTraits<ListSlot<T>> {
-    template <class Data, ListSlot<T> Data::*P> static const SlotOps& Ops()
-    {
-        static const ListOps<Data, T, P> ops;
-        return ops;
-    }
-    static constexpr MemberKind Kind() { return MemberKind::RecordList; }
-    using Nested = T;
+    using FieldType = F;
 };
 
 QString FieldNameOf(const QString& name);
 
-} // namespace slotops
+} // namespace detail
 
-// Declares one member: its slot in the storage struct, its bit (the position in the
+// Declares one member: its field in the record's Data struct, its bit (the position in the
 // member order), its XML name and its binary tag. Further properties are chained:
 // Required(), Attribute(), Fixed(width, precision), DefaultValue(v), DefaultName("...")
 // and Names(table).
 template <auto P> MemberRow Member(int bit, const char* name, quint32 tag)
 {
-    using Pointer = slotops::MemberPointer<decltype(P)>;
-    using Traits = slotops::SlotTraits<typename Pointer::SlotType>;
+    using Data = typename detail::MemberPointer<decltype(P)>::DataType;
+    using F = typename detail::MemberPointer<decltype(P)>::FieldType;
     MemberRow row;
     row.description.bit = bit;
     row.description.name = QString::fromLatin1(name);
-    row.description.fieldName = slotops::FieldNameOf(row.description.name);
+    row.description.fieldName = detail::FieldNameOf(row.description.name);
     row.description.tag = tag;
-    row.description.kind = Traits::Kind();
-    if constexpr (!std::is_void_v<typename Traits::Nested>)
-        row.description.nested = []() { return &Traits::Nested::Description(); };
-    row.ops = &Traits::template Ops<typename Pointer::DataType, P>();
+    row.description.kind = detail::KindOf<F>();
+    const auto probe = std::make_unique<Data>();
+    row.fieldOffset = reinterpret_cast<const char*>(&(probe.get()->*P)) -
+                      reinterpret_cast<const char*>(probe.get());
+    if constexpr (detail::IsList<F>::value) {
+        using Item = typename detail::IsList<F>::Item;
+        row.description.nested = []() { return &Item::Description(); };
+        row.list = &detail::ListOpsOf<Item>();
+    } else if constexpr (std::is_base_of_v<Record, F>) {
+        row.description.nested = []() { return &F::Description(); };
+        row.asRecord = &detail::AsRecord<F>;
+        const F& field = probe.get()->*P;
+        row.recordBase = reinterpret_cast<const char*>(static_cast<const Record*>(&field)) -
+                         reinterpret_cast<const char*>(&field);
+    }
     return row;
 }
 
-// Checks the table's order and derives what the algorithms need from it.
-void FinishRecordType(RecordType& type);
+// Checks the table's order, derives what the algorithms need from it and builds the
+// prototype storage.
+void FinishRecordType(RecordType& type, StorageBlock* values, DefaultsBlock* defaults,
+                      std::ptrdiff_t dataInValues, std::ptrdiff_t defInDefaults,
+                      std::ptrdiff_t invalidInDefaults);
 
 // Builds a record type from its member table, in member order.
 template <class Data>
@@ -412,9 +337,18 @@ RecordType MakeRecordType(const char* name, __int64 id, std::vector<MemberRow> r
     type.description.name = QString::fromLatin1(name);
     type.description.id = id;
     type.rows = std::move(rows);
-    type.create = []() -> StorageBlock* { return new Data(); };
-    FinishRecordType(type);
+    auto* values = new ValuesOf<Data>();
+    auto* defaults = new DefaultsOf<Data>();
+    const auto offset = [](const void* outer, const void* inner) {
+        return static_cast<const char*>(inner) - static_cast<const char*>(outer);
+    };
+    FinishRecordType(type, values, defaults,
+                     offset(static_cast<StorageBlock*>(values), &values->data),
+                     offset(static_cast<DefaultsBlock*>(defaults), &defaults->def),
+                     offset(static_cast<DefaultsBlock*>(defaults), &defaults->invalid));
     return type;
 }
 
 } // namespace KVT317XML
+
+template <> KVT317XML::DefaultsBlock* QSharedDataPointer<KVT317XML::DefaultsBlock>::clone();

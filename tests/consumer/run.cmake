@@ -1,31 +1,61 @@
-# Installs the built library into a fresh prefix, then configures, builds and runs the
-# consumer project against it.
-#   cmake -DBUILD_DIR=... -DSOURCE_DIR=... -DWORK_DIR=... -DQT_MAJOR=... -P run.cmake
+# Installs the built library into a fresh prefix, then builds and runs the consumer program
+# against it twice: as a CMake project, with Qt's versionless targets switched off, and with
+# the compiler alone, flags from pkg-config.
+#   cmake -DBUILD_DIR=... -DSOURCE_DIR=... -DWORK_DIR=... -DQT_MAJOR=... -DVERSION=...
+#         -DLIBDIR=... -DCXX=... -DPKG_CONFIG=... -P run.cmake
 file(REMOVE_RECURSE "${WORK_DIR}")
 set(prefix "${WORK_DIR}/prefix")
+
+function(run what)
+  execute_process(COMMAND ${ARGN} RESULT_VARIABLE result)
+  if(result)
+    message(FATAL_ERROR "${what} failed: ${result}")
+  endif()
+endfunction()
 
 execute_process(COMMAND "${CMAKE_COMMAND}" --install "${BUILD_DIR}" --prefix "${prefix}"
                 RESULT_VARIABLE result OUTPUT_QUIET)
 if(result)
   message(FATAL_ERROR "install failed: ${result}")
 endif()
-foreach(header FrequencyRange.h IRGObject.h Record.h Logger.h)
+foreach(header FrequencyRange.h IRGObject.h Record.h Logger.h RecordDebug.h ReportBaseExport.h
+               KVT317XmlExport.h KVT317XmlVersion.h)
   if(NOT EXISTS "${prefix}/include/KVT317Xml/${header}")
     message(FATAL_ERROR "${header} is not installed flat into include/KVT317Xml")
   endif()
 endforeach()
 
-execute_process(COMMAND "${CMAKE_COMMAND}" -S "${SOURCE_DIR}" -B "${WORK_DIR}/build"
-                        "-DCMAKE_PREFIX_PATH=${prefix}" -DCMAKE_BUILD_TYPE=Release
-                RESULT_VARIABLE result)
-if(result)
-  message(FATAL_ERROR "configuring the consumer failed: ${result}")
+foreach(schema KVT317_Settings.xsd BearingSettings.xsd)
+  if(NOT EXISTS "${prefix}/share/KVT317Xml/schema/${schema}")
+    message(FATAL_ERROR "${schema} is not installed into share/KVT317Xml/schema")
+  endif()
+endforeach()
+
+run("configuring the consumer" "${CMAKE_COMMAND}" -S "${SOURCE_DIR}" -B "${WORK_DIR}/build"
+    "-DCMAKE_PREFIX_PATH=${prefix}" -DCMAKE_BUILD_TYPE=Release
+    -DQT_NO_CREATE_VERSIONLESS_TARGETS=ON "-DEXPECTED_QT_MAJOR=${QT_MAJOR}"
+    "-DEXPECTED_VERSION=${VERSION}")
+run("building the consumer" "${CMAKE_COMMAND}" --build "${WORK_DIR}/build")
+run("the consumer" "${WORK_DIR}/build/consumer")
+
+# The same program through pkg-config.
+set(ENV{PKG_CONFIG_PATH} "${prefix}/${LIBDIR}/pkgconfig")
+execute_process(COMMAND "${PKG_CONFIG}" --print-requires KVT317Xml
+                OUTPUT_VARIABLE requires RESULT_VARIABLE result)
+string(REPLACE "\n" ";" requires "${requires}")
+list(REMOVE_ITEM requires "")
+if(result OR NOT requires STREQUAL "ReportBase;Qt${QT_MAJOR}Core")
+  message(FATAL_ERROR "KVT317Xml.pc requires '${requires}', expected ReportBase;Qt${QT_MAJOR}Core")
 endif()
-execute_process(COMMAND "${CMAKE_COMMAND}" --build "${WORK_DIR}/build" RESULT_VARIABLE result)
+execute_process(COMMAND "${PKG_CONFIG}" --cflags --libs KVT317Xml
+                OUTPUT_VARIABLE flags OUTPUT_STRIP_TRAILING_WHITESPACE RESULT_VARIABLE result)
 if(result)
-  message(FATAL_ERROR "building the consumer failed: ${result}")
+  message(FATAL_ERROR "pkg-config --cflags --libs KVT317Xml failed: ${result}")
 endif()
-execute_process(COMMAND "${WORK_DIR}/build/consumer" RESULT_VARIABLE result)
-if(result)
-  message(FATAL_ERROR "the consumer failed: ${result}")
-endif()
+separate_arguments(flags UNIX_COMMAND "${flags}")
+execute_process(COMMAND "${PKG_CONFIG}" --variable=libdir KVT317Xml
+                OUTPUT_VARIABLE libdir OUTPUT_STRIP_TRAILING_WHITESPACE)
+run("building the consumer with pkg-config" "${CXX}" -std=c++17 "${SOURCE_DIR}/main.cpp"
+    -o "${WORK_DIR}/consumer-pkgconfig" "-DEXPECTED_QT_MAJOR=${QT_MAJOR}"
+    "-DEXPECTED_VERSION=\"${VERSION}\"" ${flags} "-Wl,-rpath,${libdir}")
+run("the consumer built with pkg-config" "${WORK_DIR}/consumer-pkgconfig")

@@ -2,6 +2,8 @@
 
 #include "Commands.h"
 
+#include <KVT317XmlVersion.h>
+
 #include <QCoreApplication>
 #include <QTextStream>
 
@@ -80,7 +82,7 @@ int main(int argc, char** argv)
         return Success;
     }
     if (command == QLatin1String("--version")) {
-        out << "kvt317 " << KVT317_VERSION << "\n";
+        out << "kvt317 " << KVT317XML_VERSION_STRING << "\n";
         return Success;
     }
     const char* help = CommandHelp(command);

@@ -1,0 +1,220 @@
+// Each operation of the library beside its floor, the least work Qt's own classes need for
+// the same job, measured in the same run. Counters: "ratio" is the library's time over the
+// floor's, "ns_per_detail" the library's time per detail.
+
+#include "Documents.h"
+
+#include <benchmark/benchmark.h>
+
+#include <QDomDocument>
+
+#include <chrono>
+#include <malloc.h>
+
+namespace {
+
+using Clock = std::chrono::steady_clock;
+using KVT317XML::KVT317_Settings;
+
+double Seconds(Clock::duration duration)
+{
+    return std::chrono::duration<double>(duration).count();
+}
+
+// Runs the floor and the operation alternately; the benchmark's own time is the
+// operation's.
+template <class Operation, class Floor>
+void Compare(benchmark::State& state, Operation operation, Floor floor,
+             const char* ratioName = "ratio")
+{
+    const int size = static_cast<int>(state.range(0));
+    double operationSeconds = 0;
+    double floorSeconds = 0;
+    for (auto _ : state) {
+        const Clock::time_point start = Clock::now();
+        floor();
+        const Clock::time_point middle = Clock::now();
+        operation();
+        const Clock::time_point end = Clock::now();
+        floorSeconds += Seconds(middle - start);
+        operationSeconds += Seconds(end - middle);
+        state.SetIterationTime(Seconds(end - middle));
+    }
+    const double iterations = static_cast<double>(state.iterations());
+    state.counters[ratioName] = operationSeconds / floorSeconds;
+    state.counters["floor_ns_per_detail"] = floorSeconds / iterations / size * 1e9;
+    state.counters["ns_per_detail"] = operationSeconds / iterations / size * 1e9;
+}
+
+// The floors must do the same job: the same document, the same bytes, the same values.
+bool FloorsAgree(benchmark::State& state, const bench::Document& document)
+{
+    if (bench::WriteXml(document.plain) != document.xml) {
+        state.SkipWithError("the XML floor writes another document");
+        return false;
+    }
+    if (bench::WriteBinary(document.plain) != document.binary) {
+        state.SkipWithError("the binary floor writes other bytes");
+        return false;
+    }
+    if (bench::ReadBinary(document.binary) != document.plain) {
+        state.SkipWithError("the binary floor reads other values");
+        return false;
+    }
+    return true;
+}
+
+void XmlLoad(benchmark::State& state)
+{
+    const bench::Document& document = bench::DocumentOf(static_cast<int>(state.range(0)));
+    Compare(
+        state,
+        [&]() {
+            KVT317_Settings settings;
+            benchmark::DoNotOptimize(settings.SetXmlString(document.xml, false));
+        },
+        [&]() { benchmark::DoNotOptimize(bench::ReadXmlTexts(document.xml)); });
+}
+
+void XmlLoadAgainstDom(benchmark::State& state)
+{
+    const bench::Document& document = bench::DocumentOf(static_cast<int>(state.range(0)));
+    // Here the floor is the library: the ratio is DOM's time over the library's.
+    Compare(
+        state,
+        [&]() {
+            QDomDocument dom;
+            benchmark::DoNotOptimize(dom.setContent(document.xml));
+        },
+        [&]() {
+            KVT317_Settings settings;
+            benchmark::DoNotOptimize(settings.SetXmlString(document.xml, false));
+        },
+        "dom_over_library");
+}
+
+void XmlSave(benchmark::State& state)
+{
+    const bench::Document& document = bench::DocumentOf(static_cast<int>(state.range(0)));
+    if (!FloorsAgree(state, document))
+        return;
+    Compare(
+        state, [&]() { benchmark::DoNotOptimize(document.record.GetXmlString()); },
+        [&]() { benchmark::DoNotOptimize(bench::WriteXml(document.plain)); });
+}
+
+void BinarySave(benchmark::State& state)
+{
+    const bench::Document& document = bench::DocumentOf(static_cast<int>(state.range(0)));
+    if (!FloorsAgree(state, document))
+        return;
+    Compare(
+        state,
+        [&]() { benchmark::DoNotOptimize(document.record.GetBinaryRepresentationAsQByteArray()); },
+        [&]() { benchmark::DoNotOptimize(bench::WriteBinary(document.plain)); });
+}
+
+void BinaryLoad(benchmark::State& state)
+{
+    const bench::Document& document = bench::DocumentOf(static_cast<int>(state.range(0)));
+    if (!FloorsAgree(state, document))
+        return;
+    Compare(
+        state,
+        [&]() {
+            KVT317_Settings settings;
+            QByteArray bytes = document.binary;
+            benchmark::DoNotOptimize(settings.SetBinaryRepresentation(bytes));
+        },
+        [&]() { benchmark::DoNotOptimize(bench::ReadBinary(document.binary)); });
+}
+
+void CopyAndEdit(benchmark::State& state)
+{
+    const bench::Document& document = bench::DocumentOf(static_cast<int>(state.range(0)));
+    const int middle = document.size / 2;
+    Compare(
+        state,
+        [&]() {
+            KVT317_Settings copy(document.record);
+            copy.GetKVT317SettingsDetail()[middle].SetThreshold(7);
+            benchmark::DoNotOptimize(copy);
+        },
+        [&]() {
+            QVector<bench::PlainDetail> copy(document.plain);
+            copy[middle].threshold = 7;
+            benchmark::DoNotOptimize(copy);
+        });
+}
+
+void Equality(benchmark::State& state)
+{
+    const bench::Document& document = bench::DocumentOf(static_cast<int>(state.range(0)));
+    // Equal, but loaded separately, so that nothing is shared.
+    KVT317_Settings other;
+    other.SetXmlString(document.xml, false);
+    const QVector<bench::PlainDetail> plainOther = bench::ReadBinary(document.binary);
+    if (!(other == document.record) || !(plainOther == document.plain)) {
+        state.SkipWithError("the documents differ");
+        return;
+    }
+    Compare(
+        state, [&]() { benchmark::DoNotOptimize(document.record == other); },
+        [&]() { benchmark::DoNotOptimize(document.plain == plainOther); });
+}
+
+void CheckClean(benchmark::State& state)
+{
+    const bench::Document& document = bench::DocumentOf(static_cast<int>(state.range(0)));
+    Compare(
+        state, [&]() { document.record.Check(true); },
+        [&]() { benchmark::DoNotOptimize(bench::CheckPlain(document.plain)); });
+}
+
+// Memory a loaded document holds per detail, against the detail's share of the XML text.
+void MemoryPerDetail(benchmark::State& state)
+{
+    const bench::Document& document = bench::DocumentOf(static_cast<int>(state.range(0)));
+    const double xmlBytes = document.xml.toUtf8().size();
+    double heldBytes = 0;
+    for (auto _ : state) {
+        malloc_trim(0);
+        const size_t before = mallinfo2().uordblks;
+        {
+            KVT317_Settings settings;
+            settings.SetXmlString(document.xml, false);
+            heldBytes = static_cast<double>(mallinfo2().uordblks - before);
+            benchmark::DoNotOptimize(settings);
+        }
+    }
+    state.counters["bytes_per_detail"] = heldBytes / document.size;
+    state.counters["xml_bytes_per_detail"] = xmlBytes / document.size;
+    state.counters["ratio"] = heldBytes / xmlBytes;
+}
+
+void Sizes(benchmark::internal::Benchmark* benchmark)
+{
+    for (const int size : {10, 1000, 10000, 100000})
+        benchmark->Arg(size);
+    benchmark->UseManualTime()->Unit(benchmark::kMicrosecond);
+}
+
+} // namespace
+
+BENCHMARK(XmlLoad)->Apply(Sizes);
+BENCHMARK(XmlLoadAgainstDom)->Apply(Sizes);
+BENCHMARK(XmlSave)->Apply(Sizes);
+BENCHMARK(BinarySave)->Apply(Sizes);
+BENCHMARK(BinaryLoad)->Apply(Sizes);
+BENCHMARK(CopyAndEdit)->Apply(Sizes);
+BENCHMARK(Equality)->Apply(Sizes);
+BENCHMARK(CheckClean)->Apply(Sizes);
+BENCHMARK(MemoryPerDetail)
+    ->Arg(10)
+    ->Arg(1000)
+    ->Arg(10000)
+    ->Arg(100000)
+    ->Iterations(1)
+    ->Unit(benchmark::kMillisecond);
+
+BENCHMARK_MAIN();

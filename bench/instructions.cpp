@@ -1,0 +1,77 @@
+// Runs each operation and its floor a fixed number of times inside functions of their own,
+// for counting instructions with callgrind (bench/instructions.sh), where timings are too
+// noisy to compare.
+
+#include "Documents.h"
+
+#include <QDomDocument>
+
+#include <cstdio>
+#include <cstdlib>
+
+using KVT317XML::KVT317_Settings;
+
+namespace {
+
+const bench::Document* document = nullptr;
+KVT317_Settings* other = nullptr;
+QVector<bench::PlainDetail>* plainOther = nullptr;
+volatile qint64 sink = 0;
+constexpr int Runs = 3;
+
+#define MEASURE(Name, ...)                                                                         \
+    extern "C" __attribute__((noinline)) void Name()                                               \
+    {                                                                                              \
+        for (int run = 0; run < Runs; ++run) {                                                     \
+            __VA_ARGS__;                                                                           \
+        }                                                                                          \
+    }
+
+MEASURE(op_xml_load, KVT317_Settings s; sink += s.SetXmlString(document->xml, false))
+MEASURE(floor_xml_load, sink += bench::ReadXmlTexts(document->xml))
+MEASURE(floor_dom_load, QDomDocument dom; sink += dom.setContent(document->xml))
+MEASURE(op_xml_save, sink += document->record.GetXmlString().size())
+MEASURE(floor_xml_save, sink += bench::WriteXml(document->plain).size())
+MEASURE(op_binary_save, sink += document->record.GetBinaryRepresentationAsQByteArray().size())
+MEASURE(floor_binary_save, sink += bench::WriteBinary(document->plain).size())
+MEASURE(op_binary_load, KVT317_Settings s; QByteArray b = document->binary;
+        sink += s.SetBinaryRepresentation(b))
+MEASURE(floor_binary_load, sink += bench::ReadBinary(document->binary).size())
+MEASURE(op_copy_edit, KVT317_Settings c(document->record);
+        c.GetKVT317SettingsDetail()[document->size / 2].SetThreshold(7))
+MEASURE(floor_copy_edit, QVector<bench::PlainDetail> c(document->plain);
+        c[document->size / 2].threshold = 7; sink += c.size())
+MEASURE(op_equality, sink += (document->record == *other))
+MEASURE(floor_equality, sink += (document->plain == *plainOther))
+MEASURE(op_check, document->record.Check(true))
+MEASURE(floor_check, sink += bench::CheckPlain(document->plain))
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+    const int size = argc > 1 ? std::atoi(argv[1]) : 1000;
+    document = &bench::DocumentOf(size);
+    other = new KVT317_Settings;
+    other->SetXmlString(document->xml, false);
+    plainOther = new QVector<bench::PlainDetail>(bench::ReadBinary(document->binary));
+    op_xml_load();
+    floor_xml_load();
+    floor_dom_load();
+    op_xml_save();
+    floor_xml_save();
+    op_binary_save();
+    floor_binary_save();
+    op_binary_load();
+    floor_binary_load();
+    op_copy_edit();
+    floor_copy_edit();
+    op_equality();
+    floor_equality();
+    op_check();
+    floor_check();
+    std::printf("%lld\n", static_cast<long long>(sink));
+    delete plainOther;
+    delete other;
+    return 0;
+}

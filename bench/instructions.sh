@@ -1,0 +1,22 @@
+#!/usr/bin/env bash
+# Counts the instructions of each operation and of its floor under callgrind, and prints
+# their ratios.
+#   bench/instructions.sh BUILD_DIR [DETAILS]
+set -euo pipefail
+build="$1"
+size="${2:-1000}"
+out=$(mktemp -d)
+trap 'rm -rf "$out"' EXIT
+valgrind --tool=callgrind --callgrind-out-file="$out/callgrind.out" \
+    "$build/bench/kvt317_bench_instructions" "$size" >/dev/null 2>"$out/log"
+callgrind_annotate --inclusive=yes --threshold=100 "$out/callgrind.out" >"$out/annotated"
+count() { awk -v f="$1" '$0 ~ ":" f " \\[" { gsub(",", "", $1); print $1; exit }' "$out/annotated"; }
+printf '%-14s %15s %15s %7s\n' operation instructions floor ratio
+for op in xml_load xml_save binary_save binary_load copy_edit equality check; do
+    a=$(count "op_$op")
+    b=$(count "floor_$op")
+    printf '%-14s %15s %15s %7.2f\n' "$op" "$a" "$b" "$(echo "$a / $b" | bc -l)"
+done
+a=$(count floor_dom_load)
+b=$(count op_xml_load)
+printf '%-14s %15s %15s %7.2f\n' "dom/xml_load" "$a" "$b" "$(echo "$a / $b" | bc -l)"

@@ -1,0 +1,197 @@
+// The binary form: a record frame (tag, length) of member entries (tag, length, payload).
+
+#include "RecordStorage.h"
+#include "RecordText.h"
+
+#include <QBuffer>
+
+#include <algorithm>
+
+using REPORTGENERATOR::BinaryParsingException;
+using REPORTGENERATOR::LogLevel;
+
+namespace KVT317XML {
+
+namespace {
+
+QByteArray Utf8(const QString& text)
+{
+    if (text.isNull())
+        return QByteArray();
+    return text.isEmpty() ? QByteArray("") : text.toUtf8();
+}
+
+// A record's length is known once its members are written: a placeholder is patched.
+qint64 BeginLength(QDataStream& stream)
+{
+    stream << qint32(0);
+    return stream.device()->pos();
+}
+
+void EndLength(QDataStream& stream, qint64 start)
+{
+    QIODevice* device = stream.device();
+    const qint64 end = device->pos();
+    device->seek(start - 4);
+    stream << static_cast<qint32>(end - start);
+    device->seek(end);
+}
+
+} // namespace
+
+bool Record::GetBinary(QDataStream& stream, int tag, bool withTag) const
+{
+    QIODevice* device = stream.device();
+    if (!device)
+        return false;
+    if (device->isSequential()) {
+        // Lengths are patched in place, so build the frame in memory first.
+        QByteArray bytes;
+        QBuffer buffer(&bytes);
+        buffer.open(QIODevice::WriteOnly);
+        QDataStream memory(&buffer);
+        memory.setVersion(stream.version());
+        memory.setByteOrder(stream.byteOrder());
+        const bool written = GetBinary(memory, tag, withTag);
+        stream.writeRawData(bytes.constData(), bytes.size());
+        return written;
+    }
+
+    PassDown();
+    if (GetValidate()) {
+        Check();
+        if (!HasData())
+            return false;
+    }
+    const StorageBlock& block = ConstStorage();
+    if (withTag)
+        stream << qint32(tag);
+    const qint64 start = BeginLength(stream);
+    for (const int bit : m_type.writeOrder) {
+        const MemberRow& row = m_type.rows[bit];
+        const bool set = block.isSet & (quint32(1) << bit);
+        if (row.asRecord) {
+            // A nested record is its own frame, under the member's tag.
+            if (set)
+                RecordAt(row, &block, row.valueOffset)
+                    .GetBinary(stream, static_cast<int>(row.description.tag), true);
+        } else if (set || row.description.AlwaysWritten()) {
+            WriteMemberEntry(stream, row, block);
+        }
+    }
+    EndLength(stream, start);
+    return true;
+}
+
+void Record::WriteMemberEntry(QDataStream& stream, const MemberRow& row,
+                              const StorageBlock& block) const
+{
+    const MemberDescription& member = row.description;
+    stream << static_cast<qint32>(member.tag);
+    if (member.kind == MemberKind::Integer) {
+        stream << qint32(8) << static_cast<qint64>(At<int>(&block, row.valueOffset));
+    } else if (row.list) {
+        // The count always, the items only when the list is set.
+        const void* slot = reinterpret_cast<const char*>(&block) + row.valueOffset;
+        const int size = row.list->size(slot);
+        const qint64 start = BeginLength(stream);
+        stream << qint32(size);
+        if (block.isSet & (quint32(1) << member.bit))
+            for (int i = 0; i < size; ++i)
+                row.list->item(slot, i).GetBinary(stream, static_cast<int>(member.tag), false);
+        EndLength(stream, start);
+    } else {
+        // Texts, numbers and enumeration names: a byte array of the UTF-8 text.
+        const QByteArray bytes = Utf8(text::MemberText(row, block));
+        stream << static_cast<qint32>(4 + bytes.size()) << bytes;
+    }
+}
+
+void Record::SetBinary(QDataStream& stream, int length)
+{
+    Settle();
+    InitData();
+    if (length == 0)
+        return;
+    qint64 remaining = length;
+    while (remaining > 0 && !stream.atEnd() && stream.status() == QDataStream::Ok) {
+        qint32 tag = 0;
+        qint32 payload = 0;
+        stream >> tag >> payload;
+        remaining -= 8 + static_cast<qint64>(payload);
+        const MemberDescription* member = m_type.description.FindTag(static_cast<quint32>(tag));
+        if (!member) {
+            skipCurrentElement(stream, payload, tag);
+            continue;
+        }
+        const int bit = member->bit;
+        const MemberRow& row = m_type.rows[bit];
+        switch (member->kind) {
+        case MemberKind::Integer: {
+            // Whole numbers travel as 64 bits; the low 32 are kept.
+            qint64 value = 0;
+            stream >> value;
+            Assign<int>(bit, static_cast<qint32>(static_cast<quint32>(value & 0xFFFFFFFF)));
+            break;
+        }
+        case MemberKind::Record: {
+            void* value = reinterpret_cast<char*>(&MutableStorage()) + row.valueOffset;
+            RecordAt(row, value, 0).SetBinary(stream, payload);
+            MarkSet(bit);
+            break;
+        }
+        case MemberKind::RecordList:
+            ReadListEntry(row, stream, payload, remaining);
+            break;
+        default: {
+            QByteArray bytes;
+            stream >> bytes;
+            QString text;
+            if (!bytes.isNull())
+                text = bytes.isEmpty() ? QStringLiteral("") : QString::fromUtf8(bytes);
+            AssignFromText(bit, text);
+        }
+        }
+    }
+    if (remaining == 0)
+        return;
+    BinaryParsingException exception(
+        GetObjectName() +
+        QStringLiteral(
+            "::SetBinary(...): Length error occurred during processing of binary representation"));
+    TraceOrThrow(LogLevel::Error, exception, true, true);
+}
+
+void Record::ReadListEntry(const MemberRow& row, QDataStream& stream, int payload,
+                           qint64& remaining)
+{
+    qint32 count = 0;
+    stream >> count;
+    if (count <= 0 || stream.status() != QDataStream::Ok)
+        return;
+    // Every item takes at least its 4-byte length: never reserve for more items than the
+    // payload declares, nor than the bytes that are actually there.
+    qint64 room = std::max<qint64>(0, (static_cast<qint64>(payload) - 4) / 4);
+    if (QIODevice* device = stream.device(); device && !device->isSequential())
+        room = std::min(room, device->bytesAvailable() / 4);
+    void* slot = reinterpret_cast<char*>(&MutableStorage()) + row.valueOffset;
+    row.list->reserve(slot, row.list->size(slot) + static_cast<int>(std::min<qint64>(count, room)));
+    qint32 read = 0;
+    for (; read < count && !stream.atEnd() && stream.status() == QDataStream::Ok; ++read) {
+        qint32 itemLength = 0;
+        stream >> itemLength;
+        Record& item = BeginItem(row);
+        try {
+            item.SetBinary(stream, itemLength);
+        } catch (...) {
+            row.list->popBack(reinterpret_cast<char*>(&MutableStorage()) + row.valueOffset);
+            throw;
+        }
+        EndItem(row, item);
+    }
+    // A list that ends before its count is as short as a frame that does.
+    if (read < count)
+        remaining = -1;
+}
+
+} // namespace KVT317XML

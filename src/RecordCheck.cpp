@@ -1,0 +1,72 @@
+// Checks: every unset required member and every invalid value, in member order.
+
+#include "RecordStorage.h"
+#include "RecordText.h"
+
+using REPORTGENERATOR::IncompleteDefinitionException;
+using REPORTGENERATOR::LogLevel;
+using REPORTGENERATOR::OutOfRangeException;
+
+namespace KVT317XML {
+
+void Record::ReportCheck(const MemberDescription& member, bool noThrow) const
+{
+    OutOfRangeException exception(text::PleaseSet(GetObjectName(), member.name));
+    TraceOrThrow(LogLevel::Error, exception, !noThrow, true);
+}
+
+void Record::ReportIncomplete(const MemberDescription& member) const
+{
+    IncompleteDefinitionException exception(
+        QStringLiteral("Parameters for ") + member.name +
+        QStringLiteral(" are not set properly in '%1'.").arg(GetObjectName(), 0, QLatin1Char(' ')));
+    Report(exception);
+}
+
+void Record::Check(bool noThrow) const
+{
+    PassDown();
+    const StorageBlock& block = ConstStorage();
+    // The members to report: required ones not set, set enumerations outside their table,
+    // set texts that are null. A member yields at most one report.
+    quint32 faults = m_type.requiredFlags & ~block.isSet;
+    for (quint32 bits = block.isSet & m_type.enumerationFlags; bits; bits &= bits - 1) {
+        const MemberRow& row = m_type.rows[qCountTrailingZeroBits(bits)];
+        const int value = EnumAt(&block, row.valueOffset);
+        if (value < 0 || value >= row.description.enumeration->names.size())
+            faults |= bits & (~bits + 1);
+    }
+    for (quint32 bits = block.isSet & m_type.textFlags; bits; bits &= bits - 1)
+        if (At<QString>(&block, m_type.rows[qCountTrailingZeroBits(bits)].valueOffset).isNull())
+            faults |= bits & (~bits + 1);
+
+    // Reports in member order; children are checked at their place, set or not. Without
+    // faults only the children need a visit.
+    const auto visit = [&](const MemberRow& row) {
+        const MemberDescription& member = row.description;
+        const void* value = reinterpret_cast<const char*>(&block) + row.valueOffset;
+        if (row.asRecord) {
+            RecordAt(row, value, 0).Check(noThrow);
+        } else if (row.list) {
+            if (!(block.isSet & (quint32(1) << member.bit)))
+                ReportCheck(member, noThrow);
+            for (int i = 0; i < row.list->size(value); ++i)
+                row.list->item(value, i).Check(noThrow);
+        } else if (faults & (quint32(1) << member.bit)) {
+            ReportCheck(member, noThrow);
+        }
+    };
+    if (faults)
+        for (const MemberRow& row : m_type.rows)
+            visit(row);
+    else
+        for (const int bit : m_type.children)
+            visit(m_type.rows[bit]);
+}
+
+void Record::Check() const
+{
+    Check(false);
+}
+
+} // namespace KVT317XML

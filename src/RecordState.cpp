@@ -1,0 +1,824 @@
+// Storage, member state, resets, predicates, equality, and handing the validation switch
+// and logger down to child records.
+
+#include "RecordStorage.h"
+#include "RecordText.h"
+
+using REPORTGENERATOR::IncompleteDefinitionException;
+using REPORTGENERATOR::IRGObject;
+using REPORTGENERATOR::LogLevel;
+using REPORTGENERATOR::OutOfRangeException;
+using REPORTGENERATOR::RGException;
+
+template <> KVT317XML::StorageBlock* QSharedDataPointer<KVT317XML::StorageBlock>::clone()
+{
+    return d->Clone();
+}
+
+template <> KVT317XML::DefaultsBlock* QSharedDataPointer<KVT317XML::DefaultsBlock>::clone()
+{
+    return d->Clone();
+}
+
+namespace KVT317XML {
+
+// What the engine's free functions may do to a record.
+struct RecordAccess {
+    static void Share(Record& target, const Record& source) { target.ShareStorage(source); }
+};
+
+StorageBlock::~StorageBlock() = default;
+DefaultsBlock::~DefaultsBlock() = default;
+
+namespace {
+
+constexpr quint32 Flag(int bit)
+{
+    return quint32(1) << bit;
+}
+
+void* SlotOf(StorageBlock& block, const MemberRow& row)
+{
+    return reinterpret_cast<char*>(&block) + row.valueOffset;
+}
+const void* SlotOf(const StorageBlock& block, const MemberRow& row)
+{
+    return reinterpret_cast<const char*>(&block) + row.valueOffset;
+}
+
+// The items of a list are about to be written: copies made by detaching them hold the
+// base's default logger, so nothing is known about them any more.
+void DetachItems(const MemberRow& row, void* slot)
+{
+    if (row.list->detach(slot))
+        row.list->sync(slot).synced = 0;
+}
+
+// Values equal by the member's kind: numbers exactly, texts and date-times by Qt's
+// equality, child records by their own rule.
+bool ValuesEqual(const MemberRow& row, const StorageBlock& a, const StorageBlock& b)
+{
+    const std::ptrdiff_t at = row.valueOffset;
+    switch (row.description.kind) {
+    case MemberKind::Integer:
+        return At<int>(&a, at) == At<int>(&b, at);
+    case MemberKind::Float:
+        return At<float>(&a, at) == At<float>(&b, at);
+    case MemberKind::Double:
+        return At<double>(&a, at) == At<double>(&b, at);
+    case MemberKind::Text:
+        return At<QString>(&a, at) == At<QString>(&b, at);
+    case MemberKind::DateTime:
+        return At<QDateTime>(&a, at) == At<QDateTime>(&b, at);
+    case MemberKind::Enumeration:
+        return EnumAt(&a, at) == EnumAt(&b, at);
+    case MemberKind::Record:
+        return RecordAt(row, &a, at).Equals(RecordAt(row, &b, at));
+    case MemberKind::RecordList:
+        return row.list->equal(SlotOf(a, row), SlotOf(b, row));
+    }
+    return false;
+}
+
+// A member's value from its default. After any reset a text reads as null, never as its
+// default; a list is empty.
+void RestoreValue(const MemberRow& row, StorageBlock& block)
+{
+    void* value = SlotOf(block, row);
+    const void* def = reinterpret_cast<const char*>(block.defaults.constData()) + row.defaultOffset;
+    switch (row.description.kind) {
+    case MemberKind::Integer:
+        At<int>(value, 0) = At<int>(def, 0);
+        break;
+    case MemberKind::Float:
+        At<float>(value, 0) = At<float>(def, 0);
+        break;
+    case MemberKind::Double:
+        At<double>(value, 0) = At<double>(def, 0);
+        break;
+    case MemberKind::Enumeration:
+        SetEnumAt(value, 0, EnumAt(def, 0));
+        break;
+    case MemberKind::Text:
+        At<QString>(value, 0) = QString();
+        break;
+    case MemberKind::DateTime:
+        At<QDateTime>(value, 0) = At<QDateTime>(def, 0);
+        break;
+    case MemberKind::Record:
+        RecordAccess::Share(RecordAt(row, value, 0), RecordAt(row, def, 0));
+        break;
+    case MemberKind::RecordList:
+        row.list->clear(value);
+        row.list->sync(value).synced = 0;
+        break;
+    }
+}
+
+// Equality of the members of one kind whose flags are given.
+template <class T>
+bool SameValues(quint32 flags, const std::ptrdiff_t* offsets, const StorageBlock* a,
+                const StorageBlock* b)
+{
+    for (; flags; flags &= flags - 1) {
+        const std::ptrdiff_t offset = offsets[qCountTrailingZeroBits(flags)];
+        if (!(At<T>(a, offset) == At<T>(b, offset)))
+            return false;
+    }
+    return true;
+}
+
+} // namespace
+
+namespace detail {
+
+QString FieldNameOf(const QString& name)
+{
+    return QStringLiteral("m_") + name.left(1).toLower() + name.mid(1);
+}
+
+} // namespace detail
+
+// ---- The member table ------------------------------------------------------------------
+
+void FinishRecordType(RecordType& type, StorageBlock* values, DefaultsBlock* defaults,
+                      std::ptrdiff_t dataInValues, std::ptrdiff_t defInDefaults,
+                      std::ptrdiff_t invalidInDefaults)
+{
+    if (type.rows.size() > 32)
+        qFatal("%s: a record has at most 32 members", qPrintable(type.description.name));
+    for (std::size_t i = 0; i < type.rows.size(); ++i) {
+        MemberRow& row = type.rows[i];
+        if (row.description.bit != static_cast<int>(i))
+            qFatal("%s: member %s is declared at position %d but has bit %d",
+                   qPrintable(type.description.name), qPrintable(row.description.name),
+                   static_cast<int>(i), row.description.bit);
+        row.valueOffset = dataInValues + row.fieldOffset;
+        row.defaultOffset = defInDefaults + row.fieldOffset;
+        row.invalidOffset = invalidInDefaults + row.fieldOffset;
+        const MemberKind kind = row.description.kind;
+        if (kind == MemberKind::Record || kind == MemberKind::RecordList) {
+            type.hasChildren = true;
+            type.children.push_back(row.description.bit);
+        } else if (row.description.required) {
+            type.requiredFlags |= Flag(row.description.bit);
+        }
+        const quint32 flag = Flag(row.description.bit);
+        type.valueOffsets[i] = row.valueOffset;
+        switch (kind) {
+        case MemberKind::Enumeration:
+            type.enumerationFlags |= flag;
+            type.integerFlags |= flag;
+            break;
+        case MemberKind::Integer:
+            type.integerFlags |= flag;
+            break;
+        case MemberKind::Float:
+            type.floatFlags |= flag;
+            break;
+        case MemberKind::Double:
+            type.doubleFlags |= flag;
+            break;
+        case MemberKind::Text:
+            type.textFlags |= flag;
+            break;
+        case MemberKind::DateTime:
+            type.dateTimeFlags |= flag;
+            break;
+        case MemberKind::Record:
+            type.recordFlags |= flag;
+            break;
+        case MemberKind::RecordList:
+            type.listFlags |= flag;
+            break;
+        }
+        type.description.members.push_back(row.description);
+    }
+    for (const bool attributes : {true, false})
+        for (const MemberRow& row : type.rows)
+            if (row.description.attribute == attributes)
+                type.writeOrder.push_back(row.description.bit);
+
+    // The defaults a fresh record's storage starts with: declared defaults raise their
+    // has-default flag; enumerations start with the invalid marker -1, and a default given
+    // by name is looked up in the member's own table.
+    for (const MemberRow& row : type.rows) {
+        const MemberKind kind = row.description.kind;
+        void* def = reinterpret_cast<char*>(defaults) + row.defaultOffset;
+        if (kind == MemberKind::Enumeration) {
+            SetEnumAt(defaults, row.invalidOffset, -1);
+            const int index = row.declaredDefault
+                                  ? row.description.enumeration->names.indexOf(row.nameDefault)
+                                  : -1;
+            SetEnumAt(def, 0, index);
+        } else if (kind == MemberKind::Integer) {
+            At<int>(def, 0) = static_cast<int>(row.numberDefault);
+        } else if (kind == MemberKind::Float) {
+            At<float>(def, 0) = static_cast<float>(row.numberDefault);
+        } else if (kind == MemberKind::Double) {
+            At<double>(def, 0) = row.numberDefault;
+        }
+        if (row.declaredDefault)
+            defaults->hasDefault |= Flag(row.description.bit);
+    }
+    values->defaults = QSharedDataPointer<DefaultsBlock>(defaults);
+    type.prototype = QSharedDataPointer<StorageBlock>(values);
+    // The values start as the defaults; nothing is set.
+    for (const MemberRow& row : type.rows) {
+        const MemberKind kind = row.description.kind;
+        if (kind == MemberKind::Integer)
+            At<int>(values, row.valueOffset) = At<int>(defaults, row.defaultOffset);
+        else if (kind == MemberKind::Float)
+            At<float>(values, row.valueOffset) = At<float>(defaults, row.defaultOffset);
+        else if (kind == MemberKind::Double)
+            At<double>(values, row.valueOffset) = At<double>(defaults, row.defaultOffset);
+        else if (kind == MemberKind::Enumeration)
+            SetEnumAt(values, row.valueOffset, EnumAt(defaults, row.defaultOffset));
+    }
+}
+
+// ---- Construction and storage ----------------------------------------------------------
+
+Record::Record(const RecordType& type, const QString& name, __int64 id)
+    : IRGObject(REPORTGENERATOR::ObjectTypes::Undefined, name)
+    , m_type(type)
+{
+    m_id = id;
+}
+
+Record::Record(const Record& other, const QString& name, __int64 id)
+    : IRGObject(other.GetObjectType(), name)
+    , m_type(other.m_type)
+{
+    ShareOrCopy(other.d);
+    m_id = id;
+    // The copy takes the source's switch, and its own (the base's default) logger; its
+    // children follow both, as they would in a storage of their own.
+    IRGObject::SetValidate(other.CurrentValidate());
+    HandDown(true, true);
+}
+
+Record::~Record() = default;
+
+void Record::ShareStorage(const Record& other)
+{
+    if (this != &other)
+        ShareOrCopy(other.d);
+}
+
+// Storage is shared, unless a reference into it is out: then it is copied.
+void Record::ShareOrCopy(const QSharedDataPointer<StorageBlock>& source)
+{
+    if (source && source.constData()->lent)
+        d = CopyOf(*source.constData());
+    else
+        d = source;
+}
+
+QSharedDataPointer<StorageBlock> Record::CopyOf(const StorageBlock& source) const
+{
+    QSharedDataPointer<StorageBlock> copy(source.Clone());
+    StorageBlock& block = *copy.data();
+    block.lent = false;
+    for (const int bit : m_type.children) {
+        const MemberRow& row = m_type.rows[bit];
+        if (row.asRecord) {
+            // A child's copy constructor gave it the default logger; inside this record it
+            // keeps the one it had.
+            RecordAt(row, &block, row.valueOffset)
+                .SetLogger(RecordAt(row, &source, row.valueOffset).GetLogger());
+        } else if (source.lent) {
+            // References to the source's items may be out: the copy has items of its own.
+            DetachItems(row, SlotOf(block, row));
+        }
+    }
+    return copy;
+}
+
+void Record::InitData() const
+{
+    if (d.constData())
+        return;
+    d = m_type.prototype;
+    PassDown();
+}
+
+const StorageBlock& Record::ConstStorage() const
+{
+    InitData();
+    return *d.constData();
+}
+
+StorageBlock& Record::MutableStorage()
+{
+    InitData();
+    const StorageBlock& source = *d.constData();
+    if (source.ref.loadRelaxed() != 1) {
+        QSharedDataPointer<StorageBlock> copy = CopyOf(source);
+        d.swap(copy);
+    }
+    return *d.data();
+}
+
+void Record::ConstNoClearReset(StorageBlock& block) const
+{
+    for (const MemberRow& row : m_type.rows)
+        RestoreValue(row, block);
+}
+
+const void* Record::ConstField(int bit, Field field) const
+{
+    const StorageBlock& block = ConstStorage();
+    const MemberRow& row = m_type.rows[bit];
+    switch (field) {
+    case Field::Value:
+        return row.list ? row.list->items(const_cast<void*>(SlotOf(block, row)))
+                        : SlotOf(block, row);
+    case Field::Default: {
+        const void* def =
+            reinterpret_cast<const char*>(block.defaults.constData()) + row.defaultOffset;
+        return row.list ? row.list->defaultItem(const_cast<void*>(def)) : def;
+    }
+    case Field::Invalid:
+        return reinterpret_cast<const char*>(block.defaults.constData()) + row.invalidOffset;
+    }
+    return nullptr;
+}
+
+void* Record::MutableField(int bit, Field field)
+{
+    StorageBlock& block = MutableStorage();
+    const MemberRow& row = m_type.rows[bit];
+    if (field == Field::Value) {
+        void* slot = SlotOf(block, row);
+        if (row.list) {
+            // The caller may change the items in any way, their switches and loggers too.
+            DetachItems(row, slot);
+            row.list->sync(slot).synced = 0;
+            return row.list->items(slot);
+        }
+        return slot;
+    }
+    char* defaults = reinterpret_cast<char*>(block.defaults.data());
+    if (field == Field::Invalid)
+        return defaults + row.invalidOffset;
+    void* def = defaults + row.defaultOffset;
+    return row.list ? row.list->defaultItem(def) : def;
+}
+
+void* Record::LendField(int bit)
+{
+    void* value = MutableField(bit, Field::Value);
+    d.data()->lent = true;
+    return value;
+}
+
+void Record::MarkSet(int bit)
+{
+    MutableStorage().isSet |= Flag(bit);
+}
+
+void Record::MarkHasDefault(int bit)
+{
+    MutableStorage().defaults.data()->hasDefault |= Flag(bit);
+}
+
+bool Record::IsInitialized() const
+{
+    return d.constData() != nullptr;
+}
+
+const RecordDescription& Record::GetDescription() const
+{
+    return m_type.description;
+}
+
+std::shared_ptr<const void> Record::SaveState() const
+{
+    // A snapshot must not take the storage from under references that are out.
+    if (d.constData() && d.constData()->lent)
+        return std::make_shared<const QSharedDataPointer<StorageBlock>>(CopyOf(*d.constData()));
+    return std::make_shared<const QSharedDataPointer<StorageBlock>>(d);
+}
+
+void Record::RestoreState(const std::shared_ptr<const void>& state)
+{
+    if (state)
+        d = *static_cast<const QSharedDataPointer<StorageBlock>*>(state.get());
+}
+
+void Record::SetObjectType(REPORTGENERATOR::ObjectTypes) {}
+
+// ---- Switch and logger -------------------------------------------------------------------
+
+void Record::SetValidate(bool validate) const
+{
+    IRGObject::SetValidate(validate);
+    HandDown(true, false);
+}
+
+void Record::SetLogger(std::shared_ptr<REPORTGENERATOR::Logger> logger) const
+{
+    IRGObject::SetLogger(std::move(logger));
+    HandDown(false, true);
+}
+
+void Record::PassDown() const
+{
+    HandDown(true, true);
+}
+
+// Whether every child and list item, and their own children, already hold this record's
+// switch (when `validate`) and logger (when `logger`). Reads only.
+bool Record::ChildrenFollow(bool validate, bool logger) const
+{
+    const StorageBlock* block = d.constData();
+    if (!block || m_type.children.empty())
+        return true;
+    const bool ownValidate = CurrentValidate();
+    const REPORTGENERATOR::Logger* ownLogger = CurrentLogger();
+    const auto follows = [=](const Record& child) {
+        return (!validate || child.CurrentValidate() == ownValidate) &&
+               (!logger || child.CurrentLogger() == ownLogger) &&
+               (child.m_type.children.empty() || child.ChildrenFollow(validate, logger));
+    };
+    for (const int bit : m_type.children) {
+        const MemberRow& row = m_type.rows[bit];
+        const void* slot = SlotOf(*block, row);
+        if (!row.list) {
+            if (!follows(RecordAt(row, slot, 0)))
+                return false;
+            continue;
+        }
+        const ListSync& sync = row.list->constSync(slot);
+        const bool cached =
+            (!validate || sync.validate == ownValidate) && (!logger || sync.logger == ownLogger);
+        const int size = row.list->size(slot);
+        for (int i = cached ? sync.synced : 0; i < size; ++i)
+            if (!follows(row.list->item(slot, i)))
+                return false;
+    }
+    return true;
+}
+
+// Hands this record's switch and logger to the children that do not hold them yet. When
+// all do, nothing is written, so that const operations on a record whose children follow
+// it never touch shared storage.
+void Record::HandDown(bool validate, bool logger) const
+{
+    if (m_type.children.empty() || ChildrenFollow(validate, logger))
+        return;
+    Record& self = const_cast<Record&>(*this);
+    StorageBlock& block = self.MutableStorage();
+    const bool ownValidate = GetValidate();
+    const std::shared_ptr<REPORTGENERATOR::Logger> ownLogger = GetLogger();
+    const auto handTo = [&](Record& child) {
+        if (validate)
+            child.SetValidate(ownValidate);
+        if (logger)
+            child.SetLogger(ownLogger);
+    };
+    for (const int bit : m_type.children) {
+        const MemberRow& row = m_type.rows[bit];
+        void* slot = SlotOf(block, row);
+        if (row.asRecord) {
+            handTo(RecordAt(row, slot, 0));
+        } else if (row.list) {
+            DetachItems(row, slot);
+            ListSync& sync = row.list->sync(slot);
+            const bool cached = (!validate || sync.validate == ownValidate) &&
+                                (!logger || sync.logger == ownLogger.get());
+            const int size = row.list->size(slot);
+            for (int i = cached ? sync.synced : 0; i < size; ++i)
+                handTo(row.list->mutableItem(slot, i));
+            // Items before `synced` kept the setting that was not handed down.
+            if (validate)
+                sync.validate = ownValidate;
+            if (logger)
+                sync.logger = ownLogger.get();
+            if (validate && logger)
+                sync.synced = size;
+        }
+    }
+}
+
+// For operations that write anyway: hands down, then records that every list item follows,
+// so that the next hand-down costs nothing. Only a storage of its own is written.
+void Record::Settle()
+{
+    PassDown();
+    if (!d || !m_type.hasChildren || d.constData()->ref.loadRelaxed() != 1)
+        return;
+    StorageBlock& block = *d.data();
+    for (const MemberRow& row : m_type.rows) {
+        if (!row.list)
+            continue;
+        void* slot = SlotOf(block, row);
+        if (!row.list->shared(slot))
+            row.list->sync(slot) = ListSync{row.list->size(slot), GetValidate(), CurrentLogger()};
+    }
+}
+
+// ---- Members ---------------------------------------------------------------------------
+
+bool Record::IsMemberSet(int bit) const
+{
+    return d.constData() && (d.constData()->isSet & Flag(bit));
+}
+
+void Record::ResetMember(int bit)
+{
+    if (!d)
+        return;
+    StorageBlock& block = MutableStorage();
+    block.isSet &= ~Flag(bit);
+    RestoreValue(m_type.rows[bit], block);
+}
+
+void Record::Report(RGException& exception) const
+{
+    if (GetValidate())
+        TraceOrThrow(LogLevel::Error, exception, true, true);
+    else
+        Trace(LogLevel::Warning, exception);
+}
+
+void Record::AssignText(int bit, const QString& value)
+{
+    InitData();
+    if (value.isNull()) {
+        OutOfRangeException exception(
+            text::PleaseSet(GetObjectName(), m_type.rows[bit].description.name));
+        Report(exception);
+    }
+    Assign<QString>(bit, value);
+}
+
+void Record::AssignEnum(int bit, int value)
+{
+    InitData();
+    const MemberRow& row = m_type.rows[bit];
+    if (!IsValidEnum(bit, value)) {
+        OutOfRangeException exception(QStringLiteral("enum is not valid (classname=") +
+                                      m_type.description.name + QStringLiteral(",membername=") +
+                                      row.description.fieldName + QStringLiteral(")"));
+        Report(exception);
+    }
+    StorageBlock& block = MutableStorage();
+    SetEnumAt(&block, row.valueOffset, value);
+    block.isSet |= Flag(bit);
+}
+
+QString Record::EnumName(int bit, int value) const
+{
+    InitData();
+    return text::EnumName(m_type.rows[bit].description, value);
+}
+
+int Record::EnumIndex(int bit, const QString& name) const
+{
+    const MemberRow& row = m_type.rows[bit];
+    const int index = row.description.enumeration->names.indexOf(name);
+    return index >= 0 ? index : EnumAt(ConstStorage().defaults.constData(), row.invalidOffset);
+}
+
+double Record::EnumToValue(int bit, int value) const
+{
+    InitData();
+    const QVector<double>& values = m_type.rows[bit].description.enumeration->values;
+    return value >= 0 && value < values.size() ? values.at(value) : 0.0;
+}
+
+int Record::EnumFromValue(int bit, double value) const
+{
+    const MemberRow& row = m_type.rows[bit];
+    const StorageBlock& block = ConstStorage();
+    const int index = row.description.enumeration->values.indexOf(value);
+    return index >= 0 ? index : EnumAt(block.defaults.constData(), row.invalidOffset);
+}
+
+bool Record::IsValidEnum(int bit, int value) const
+{
+    InitData();
+    return value >= 0 && value < m_type.rows[bit].description.enumeration->names.size();
+}
+
+void Record::Append(int bit, const Record& item)
+{
+    InitData();
+    const MemberRow& row = m_type.rows[bit];
+    const bool complete = item.HasData();
+    if (complete || !GetValidate()) {
+        StorageBlock& block = MutableStorage();
+        void* slot = SlotOf(block, row);
+        DetachItems(row, slot);
+        row.list->append(slot, item);
+        block.isSet |= Flag(bit);
+    }
+    if (!complete)
+        ReportIncompleteAppend(row.description);
+}
+
+void Record::ReportIncompleteAppend(const MemberDescription& member) const
+{
+    IncompleteDefinitionException exception(
+        GetObjectName() +
+        QStringLiteral(": Tried to append not completely defined or invalid item ") + member.name +
+        QStringLiteral("."));
+    Report(exception);
+}
+
+// ---- Predicates, resets and equality -------------------------------------------------
+
+bool Record::HasData() const
+{
+    if (!d)
+        return false;
+    const StorageBlock& block = *d.constData();
+    if ((block.isSet & m_type.requiredFlags) != m_type.requiredFlags)
+        return false;
+    if (!m_type.hasChildren)
+        return true;
+    for (const MemberRow& row : m_type.rows) {
+        if (!row.description.required)
+            continue;
+        if (row.asRecord && !RecordAt(row, &block, row.valueOffset).HasData())
+            return false;
+        if (row.list && row.list->size(SlotOf(block, row)) == 0)
+            return false;
+    }
+    return true;
+}
+
+bool Record::AnyData() const
+{
+    if (!d)
+        return false;
+    const StorageBlock& block = *d.constData();
+    for (const MemberRow& row : m_type.rows) {
+        switch (row.description.kind) {
+        case MemberKind::Record:
+            if (RecordAt(row, &block, row.valueOffset).AnyData())
+                return true;
+            break;
+        case MemberKind::RecordList:
+            if (row.list->size(SlotOf(block, row)) > 0)
+                return true;
+            break;
+        case MemberKind::Text:
+            // A text holds something when it is not null, set or not.
+            if (!At<QString>(&block, row.valueOffset).isNull())
+                return true;
+            break;
+        default:
+            if (block.isSet & Flag(row.description.bit))
+                return true;
+        }
+    }
+    return false;
+}
+
+void Record::Reset()
+{
+    if (!d)
+        return;
+    // A fresh storage is as reset as it gets.
+    if (d.constData() == m_type.prototype.constData())
+        return;
+    StorageBlock& block = MutableStorage();
+    block.isSet = 0;
+    ConstNoClearReset(block);
+}
+
+void Record::ResetToDefault()
+{
+    InitData();
+    Reset();
+    StorageBlock& block = MutableStorage();
+    const DefaultsBlock& defaults = *block.defaults.constData();
+    for (const MemberRow& row : m_type.rows) {
+        const int bit = row.description.bit;
+        void* value = SlotOf(block, row);
+        const void* def = reinterpret_cast<const char*>(&defaults) + row.defaultOffset;
+        const bool hasDefault = defaults.hasDefault & Flag(bit);
+        switch (row.description.kind) {
+        case MemberKind::Record:
+            // The child holds its own defaults; the parent still counts it as unset.
+            RecordAt(row, value, 0).ResetToDefault();
+            continue;
+        case MemberKind::RecordList:
+            DetachItems(row, value);
+            for (int i = 0; i < row.list->size(value); ++i)
+                row.list->mutableItem(value, i).ResetToDefault();
+            continue;
+        case MemberKind::Enumeration: {
+            const int v = EnumAt(def, 0);
+            if (!hasDefault || v < 0 || v >= row.description.enumeration->names.size())
+                continue;
+            SetEnumAt(value, 0, v);
+            break;
+        }
+        case MemberKind::Text:
+            if (!hasDefault || At<QString>(def, 0).isNull())
+                continue;
+            At<QString>(value, 0) = At<QString>(def, 0);
+            break;
+        case MemberKind::Integer:
+            if (!hasDefault)
+                continue;
+            At<int>(value, 0) = At<int>(def, 0);
+            break;
+        case MemberKind::Float:
+            if (!hasDefault)
+                continue;
+            At<float>(value, 0) = At<float>(def, 0);
+            break;
+        case MemberKind::Double:
+            if (!hasDefault)
+                continue;
+            At<double>(value, 0) = At<double>(def, 0);
+            break;
+        case MemberKind::DateTime:
+            if (!hasDefault)
+                continue;
+            At<QDateTime>(value, 0) = At<QDateTime>(def, 0);
+            break;
+        }
+        block.isSet |= Flag(bit);
+    }
+}
+
+bool Record::Equals(const Record& other) const
+{
+    if (&m_type != &other.m_type)
+        return false;
+    const StorageBlock* a = d.constData();
+    const StorageBlock* b = other.d.constData();
+    if (a == b)
+        return true;
+    // Lists compare by their items, their set flags take no part; every other member must
+    // be set on both sides or on neither, and equal where set.
+    for (const int bit : m_type.children) {
+        const MemberRow& row = m_type.rows[bit];
+        if (!row.list)
+            continue;
+        const int sizeA = a ? row.list->size(SlotOf(*a, row)) : 0;
+        const int sizeB = b ? row.list->size(SlotOf(*b, row)) : 0;
+        if (sizeA != sizeB || (sizeA > 0 && !ValuesEqual(row, *a, *b)))
+            return false;
+    }
+    const quint32 set = (a ? a->isSet : 0) & ~m_type.listFlags;
+    if (set != ((b ? b->isSet : 0) & ~m_type.listFlags))
+        return false;
+    if (!set)
+        return true;
+    // The order of the comparisons does not matter: only the result is seen.
+    const std::ptrdiff_t* at = m_type.valueOffsets;
+    if (!SameValues<int>(set & m_type.integerFlags, at, a, b) ||
+        !SameValues<double>(set & m_type.doubleFlags, at, a, b) ||
+        !SameValues<float>(set & m_type.floatFlags, at, a, b) ||
+        !SameValues<QString>(set & m_type.textFlags, at, a, b) ||
+        !SameValues<QDateTime>(set & m_type.dateTimeFlags, at, a, b))
+        return false;
+    for (quint32 bits = set & m_type.recordFlags; bits; bits &= bits - 1) {
+        const MemberRow& row = m_type.rows[qCountTrailingZeroBits(bits)];
+        if (!RecordAt(row, a, row.valueOffset).Equals(RecordAt(row, b, row.valueOffset)))
+            return false;
+    }
+    return true;
+}
+
+bool Record::EqualsCreatingStorage(const Record& other) const
+{
+    if (!d && !other.d)
+        return true;
+    other.InitData();
+    return Equals(other);
+}
+
+// ---- Reflection --------------------------------------------------------------------------
+
+QString Record::MemberText(int bit) const
+{
+    return text::MemberText(m_type.rows[bit], ConstStorage());
+}
+
+const Record* Record::Child(int bit) const
+{
+    const MemberRow& row = m_type.rows[bit];
+    return row.asRecord ? &RecordAt(row, &ConstStorage(), row.valueOffset) : nullptr;
+}
+
+int Record::ListSize(int bit) const
+{
+    const MemberRow& row = m_type.rows[bit];
+    return row.list ? row.list->size(SlotOf(ConstStorage(), row)) : 0;
+}
+
+const Record* Record::ListItem(int bit, int index) const
+{
+    const MemberRow& row = m_type.rows[bit];
+    return row.list ? &row.list->item(SlotOf(ConstStorage(), row), index) : nullptr;
+}
+
+} // namespace KVT317XML

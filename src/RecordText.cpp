@@ -1,0 +1,71 @@
+#include "RecordText.h"
+
+namespace KVT317XML::text {
+
+QString Number(double value, const MemberDescription& member)
+{
+    return QStringLiteral("%1").arg(value, member.fieldWidth, 'f', member.precision,
+                                    QLatin1Char(' '));
+}
+
+QString Integer(int value)
+{
+    return QString::number(value);
+}
+
+QString EnumName(const MemberDescription& member, int value)
+{
+    const QStringList& names = member.enumeration->names;
+    return value >= 0 && value < names.size() ? names.at(value) : QString();
+}
+
+QString MemberText(const MemberRow& row, const StorageBlock& block)
+{
+    const std::ptrdiff_t at = row.valueOffset;
+    switch (row.description.kind) {
+    case MemberKind::Integer:
+        return Integer(At<int>(&block, at));
+    case MemberKind::Float:
+        return Number(static_cast<double>(At<float>(&block, at)), row.description);
+    case MemberKind::Double:
+        return Number(At<double>(&block, at), row.description);
+    case MemberKind::Text:
+        return At<QString>(&block, at);
+    case MemberKind::DateTime:
+        return REPORTGENERATOR::Converters::ToString(At<QDateTime>(&block, at));
+    case MemberKind::Enumeration:
+        return EnumName(row.description, EnumAt(&block, at));
+    case MemberKind::Record:
+    case MemberKind::RecordList:
+        break;
+    }
+    return QString();
+}
+
+QString PleaseSet(const QString& objectName, const QString& member)
+{
+    return objectName +
+           QStringLiteral(": Please set %1 properly.").arg(member, 0, QLatin1Char(' '));
+}
+
+} // namespace KVT317XML::text
+
+namespace KVT317XML {
+
+const MemberDescription* RecordDescription::FindTag(quint32 tag) const
+{
+    for (const MemberDescription& member : members)
+        if (member.tag == tag)
+            return &member;
+    return nullptr;
+}
+
+const MemberDescription* RecordDescription::FindName(const QString& memberName) const
+{
+    for (const MemberDescription& member : members)
+        if (member.name == memberName)
+            return &member;
+    return nullptr;
+}
+
+} // namespace KVT317XML

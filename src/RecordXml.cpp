@@ -1,0 +1,180 @@
+// The XML form: a record is one element named after it, with attribute members, text
+// elements for the other members and child records' own elements.
+
+#include "RecordStorage.h"
+#include "RecordText.h"
+
+#include <QXmlStreamAttributes>
+#include <QXmlStreamReader>
+#include <QXmlStreamWriter>
+
+namespace KVT317XML {
+
+namespace {
+
+// XML texts are never null: an empty element or attribute is an empty text.
+QString NonNull(const QString& text)
+{
+    return text.isNull() ? QStringLiteral("") : text;
+}
+
+} // namespace
+
+void Record::GetXml(QXmlStreamWriter& writer) const
+{
+    PassDown();
+    if (GetValidate()) {
+        Check();
+        if (!HasData())
+            return;
+    }
+    const StorageBlock& block = ConstStorage();
+    writer.writeStartElement(GetObjectName());
+    for (const int bit : m_type.writeOrder) {
+        const MemberRow& row = m_type.rows[bit];
+        if (!row.description.attribute)
+            break;
+        if (block.isSet & (quint32(1) << bit))
+            writer.writeAttribute(row.description.name, text::MemberText(row, block));
+    }
+    for (const MemberRow& row : m_type.rows) {
+        const MemberDescription& member = row.description;
+        const bool set = block.isSet & (quint32(1) << member.bit);
+        const void* value = reinterpret_cast<const char*>(&block) + row.valueOffset;
+        if (member.attribute)
+            continue;
+        if (row.asRecord) {
+            const Record& child = RecordAt(row, value, 0);
+            if (!child.HasData())
+                ReportIncomplete(member);
+            if (set)
+                child.GetXml(writer);
+        } else if (row.list) {
+            for (int i = 0; i < row.list->size(value); ++i) {
+                const Record& item = row.list->item(value, i);
+                if (!item.HasData())
+                    ReportIncomplete(member);
+                if (set)
+                    item.GetXml(writer);
+            }
+        } else if (set || member.AlwaysWritten()) {
+            writer.writeTextElement(member.name, text::MemberText(row, block));
+        }
+    }
+    writer.writeEndElement();
+}
+
+void Record::ProcessXml(QXmlStreamReader& reader)
+{
+    InitData();
+    const QXmlStreamAttributes attributes = reader.attributes();
+    if (!attributes.isEmpty())
+        for (const MemberRow& row : m_type.rows)
+            if (row.description.attribute && attributes.hasAttribute(row.description.name))
+                AssignFromText(row.description.bit,
+                               NonNull(attributes.value(row.description.name).toString()));
+    IRGObject::ProcessXml(reader);
+}
+
+void Record::ProcessXmlStartElement(QXmlStreamReader& reader)
+{
+    Settle();
+    InitData();
+    const auto name = reader.name();
+    for (const MemberRow& row : m_type.rows) {
+        const int bit = row.description.bit;
+        if (row.asRecord) {
+            if (name == row.description.nested()->name) {
+                void* value = reinterpret_cast<char*>(&MutableStorage()) + row.valueOffset;
+                RecordAt(row, value, 0).ProcessXml(reader);
+                MarkSet(bit);
+                return;
+            }
+        } else if (row.list) {
+            if (name == row.description.nested()->name) {
+                Record& item = BeginItem(row);
+                try {
+                    item.ProcessXml(reader);
+                } catch (...) {
+                    row.list->popBack(reinterpret_cast<char*>(&MutableStorage()) + row.valueOffset);
+                    throw;
+                }
+                EndItem(row, item);
+                return;
+            }
+        } else if (name == row.description.name) {
+            AssignFromText(bit, NonNull(GetTextValue(reader)));
+            return;
+        }
+    }
+    // Unknown: skipped up to the next token of the same name.
+    const QString unknown = name.toString();
+    while (!reader.atEnd()) {
+        reader.readNext();
+        if (reader.name() == unknown)
+            break;
+    }
+}
+
+void Record::AssignFromText(int bit, const QString& text)
+{
+    switch (m_type.rows[bit].description.kind) {
+    case MemberKind::Integer:
+        Assign<int>(bit, text.toInt(nullptr, 10));
+        break;
+    case MemberKind::Float:
+        Assign<float>(bit, text.toFloat(nullptr));
+        break;
+    case MemberKind::Double:
+        Assign<double>(bit, text.toDouble(nullptr));
+        break;
+    case MemberKind::Text:
+        AssignText(bit, text);
+        break;
+    case MemberKind::DateTime:
+        Assign<QDateTime>(bit, REPORTGENERATOR::Converters::ToDateTime(text));
+        break;
+    case MemberKind::Enumeration:
+        AssignEnum(bit, EnumIndex(bit, text));
+        break;
+    case MemberKind::Record:
+    case MemberKind::RecordList:
+        break;
+    }
+}
+
+// Items read from a document are read in place, at the end of the list, after receiving
+// this record's switch and logger.
+Record& Record::BeginItem(const MemberRow& row)
+{
+    void* slot = reinterpret_cast<char*>(&MutableStorage()) + row.valueOffset;
+    if (row.list->detach(slot))
+        row.list->sync(slot).synced = 0;
+    Record& item = row.list->emplace(slot);
+    item.SetValidate(GetValidate());
+    item.SetLogger(GetLogger());
+    return item;
+}
+
+// An item that has been read stays in the list as an appended copy would: unless
+// validation is on and it is incomplete. An incomplete item is reported either way.
+void Record::EndItem(const MemberRow& row, Record& item)
+{
+    const bool complete = item.HasData();
+    StorageBlock& block = MutableStorage();
+    void* slot = reinterpret_cast<char*>(&block) + row.valueOffset;
+    if (!complete && GetValidate()) {
+        row.list->popBack(slot);
+        ReportIncompleteAppend(row.description);
+        return;
+    }
+    block.isSet |= quint32(1) << row.description.bit;
+    ListSync& sync = row.list->sync(slot);
+    if (sync.synced == row.list->size(slot) - 1 && sync.validate == GetValidate() &&
+        sync.logger == CurrentLogger())
+        ++sync.synced;
+    if (!complete)
+        ReportIncompleteAppend(row.description);
+}
+
+} // namespace KVT317XML
