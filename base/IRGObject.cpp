@@ -7,6 +7,8 @@
 #include <QXmlStreamReader>
 #include <QXmlStreamWriter>
 
+#include <algorithm>
+#include <atomic>
 #include <cmath>
 #include <functional>
 #include <limits>
@@ -24,8 +26,13 @@ namespace {
 constexpr int StreamVersion = QDataStream::Qt_5_15;
 // Leads a compressed frame; "KVTZ". No record's class id has these low 32 bits.
 constexpr qint32 CompressedMarker = 0x4B56545A;
-// Inflated frames larger than this are refused rather than allocated.
-constexpr qint64 MaxInflatedSize = qint64(512) * 1024 * 1024;
+// The inflation limit; see IRGObject::SetMaxInflatedSize.
+std::atomic<qint64> inflationLimit{qint64(256) * 1024 * 1024};
+// Output a first pass of inflation keeps; longer documents are inflated twice.
+constexpr qint64 FirstPassSize = 1024 * 1024;
+// Elements the last SkipUnknownElement on this thread left open, for the content loop that
+// called it; -1 when none ran. Kept here rather than in every record object.
+thread_local qint64 openAfterSkip = -1;
 
 // Puts a caller's stream into the document format and back.
 class DocumentFormat
@@ -68,28 +75,32 @@ QByteArray Deflate(const QByteArray& plain, int level)
     return packed;
 }
 
-// Inflates a zlib stream; the output grows with what the data holds, never with a size
-// that the data claims.
-bool Inflate(const QByteArray& packed, QByteArray& plain, QString& error)
+// Runs zlib over all of packed. The first `keep` bytes of output go to out; the rest is
+// only counted. Stops as soon as the output passes `limit`. Returns the output size, or -1
+// with the fault.
+qint64 InflateInto(const QByteArray& packed, char* out, qint64 keep, qint64 limit, QString& fault)
 {
     z_stream zs{};
     if (inflateInit(&zs) != Z_OK) {
-        error = QStringLiteral("zlib could not start");
-        return false;
+        fault = QStringLiteral("Compressed binary data does not inflate: zlib could not start");
+        return -1;
     }
     zs.next_in = reinterpret_cast<Bytef*>(const_cast<char*>(packed.constData()));
     zs.avail_in = static_cast<uInt>(packed.size());
-    plain.clear();
+    char scratch[16384];
+    qint64 produced = 0;
     int result = Z_OK;
-    char chunk[16384];
     while (result == Z_OK) {
-        zs.next_out = reinterpret_cast<Bytef*>(chunk);
-        zs.avail_out = sizeof chunk;
+        const qint64 room = keep - produced;
+        const uInt size =
+            room > 0 ? static_cast<uInt>(std::min<qint64>(room, 1 << 30)) : sizeof scratch;
+        zs.next_out = reinterpret_cast<Bytef*>(room > 0 ? out + produced : scratch);
+        zs.avail_out = size;
         result = inflate(&zs, Z_NO_FLUSH);
         if (result != Z_OK && result != Z_STREAM_END)
             break;
-        plain.append(chunk, static_cast<int>(sizeof chunk - zs.avail_out));
-        if (plain.size() > MaxInflatedSize) {
+        produced += size - zs.avail_out;
+        if (produced > limit) {
             result = Z_MEM_ERROR;
             break;
         }
@@ -98,20 +109,101 @@ bool Inflate(const QByteArray& packed, QByteArray& plain, QString& error)
             break;
         }
     }
-    const bool ended = result == Z_STREAM_END;
-    if (!ended) {
-        if (result == Z_MEM_ERROR)
-            error = QStringLiteral("the inflated data exceeds %1 bytes").arg(MaxInflatedSize);
-        else if (result == Z_BUF_ERROR)
-            error = QStringLiteral("the compressed data is truncated");
-        else
-            error =
-                zs.msg ? QString::fromLatin1(zs.msg) : QStringLiteral("zlib error %1").arg(result);
+    QString why;
+    if (result == Z_MEM_ERROR) {
+        fault = QStringLiteral("Compressed binary data inflates to more than the limit of %1 bytes")
+                    .arg(limit);
+    } else if (result == Z_BUF_ERROR) {
+        why = QStringLiteral("the compressed data is truncated");
+    } else if (result != Z_STREAM_END) {
+        why = zs.msg ? QString::fromLatin1(zs.msg) : QStringLiteral("zlib error %1").arg(result);
     } else if (zs.avail_in != 0) {
-        error = QStringLiteral("%1 bytes follow the compressed data").arg(zs.avail_in);
+        why = QStringLiteral("%1 bytes follow the compressed data").arg(zs.avail_in);
     }
     inflateEnd(&zs);
-    return ended && error.isEmpty();
+    if (!why.isEmpty())
+        fault = QStringLiteral("Compressed binary data does not inflate: ") + why;
+    return fault.isEmpty() ? produced : -1;
+}
+
+// Inflates a zlib stream of at most the inflation limit. The output is allocated once, at the
+// size the data holds (never at a size the data claims): a first pass keeps what fits in
+// FirstPassSize and counts the rest, and a longer document is inflated again into a buffer
+// of its exact size. A document past the limit is refused in the first pass.
+QByteArray Inflate(const QByteArray& packed, QString& fault)
+{
+    const qint64 limit = IRGObject::MaxInflatedSize();
+    QByteArray plain(static_cast<int>(std::min(limit, FirstPassSize)), Qt::Uninitialized);
+    const qint64 size = InflateInto(packed, plain.data(), plain.size(), limit, fault);
+    if (size < 0)
+        return QByteArray();
+    if (size <= plain.size()) {
+        plain.truncate(static_cast<int>(size));
+        plain.squeeze();
+        return plain;
+    }
+    plain = QByteArray();
+    plain.resize(static_cast<int>(size));
+    if (InflateInto(packed, plain.data(), size, size, fault) != size)
+        return QByteArray();
+    return plain;
+}
+
+uint Digit(uchar c)
+{
+    if (c >= '0' && c <= '9')
+        return c - '0';
+    if (c >= 'a' && c <= 'f')
+        return c - 'a' + 10;
+    return c >= 'A' && c <= 'F' ? c - 'A' + 10 : 0;
+}
+
+// What in a written document XML cannot carry: a literal character, or a character
+// reference to one (XmlText writes those in element text). Empty when there is nothing.
+QString UnwritableInDocument(const QByteArray& document, bool writerError)
+{
+    const auto byte = [&document](qsizetype i) {
+        return i < document.size() ? static_cast<uchar>(document.at(i)) : uchar(0);
+    };
+    qsizetype line = 1;
+    qsizetype lineStart = 0;
+    for (qsizetype i = 0; i < document.size(); ++i) {
+        const uchar c = byte(i);
+        uint code = 0;
+        if (c == '\n') {
+            ++line;
+            lineStart = i + 1;
+            continue;
+        }
+        if (c < 0x20 && c != '\t' && c != '\r') {
+            code = c;
+        } else if (c == 0xEF && byte(i + 1) == 0xBF && (byte(i + 2) & 0xFE) == 0xBE) {
+            code = 0xFF00u | byte(i + 2);
+        } else if (c == 0xED && byte(i + 1) >= 0xA0) {
+            code = 0xD000u | ((byte(i + 1) & 0x3Fu) << 6) | (byte(i + 2) & 0x3Fu);
+        } else if (c == '&' && byte(i + 1) == '#') {
+            const bool hex = byte(i + 2) == 'x';
+            qsizetype j = i + (hex ? 3 : 2);
+            for (; j < document.size() && byte(j) != ';' && code <= 0x10FFFF; ++j)
+                code = code * (hex ? 16 : 10) + Digit(byte(j));
+            if (XmlText::IsXmlCharacter(code))
+                continue;
+        } else {
+            continue;
+        }
+        qsizetype column = 1;
+        for (qsizetype k = lineStart; k < i; ++k)
+            column += (byte(k) & 0xC0) != 0x80;
+        return QStringLiteral("the document holds %1 at line %2, column %3, a character XML "
+                              "cannot carry")
+            .arg(XmlText::CodeName(code))
+            .arg(line)
+            .arg(column);
+    }
+    if (writerError)
+        return QStringLiteral("the document holds a character XML cannot carry, which the XML "
+                              "writer left out");
+    return QString();
 }
 
 QString Hex32(qint32 value)
@@ -377,7 +469,7 @@ bool IRGObject::ReadDocument(bool reset, const std::function<QString()>& read)
     return false;
 }
 
-QByteArray IRGObject::XmlDocument() const
+QByteArray IRGObject::XmlDocument(bool* writerError) const
 {
     QByteArray document;
     QBuffer buffer(&document);
@@ -388,6 +480,8 @@ QByteArray IRGObject::XmlDocument() const
     writer.writeStartDocument();
     GetXml(writer);
     writer.writeEndDocument();
+    if (writerError)
+        *writerError = writer.hasError();
     return document;
 }
 
@@ -401,7 +495,13 @@ bool IRGObject::SaveXml(const QString& path) const
     // The whole document is made before the file is touched: a record that raises while
     // writing leaves no trace. The write is unbuffered so that a short write (a full disk)
     // is seen here rather than lost in a buffer flush, and only then is the target replaced.
-    const QByteArray document = XmlDocument();
+    bool writerError = false;
+    const QByteArray document = XmlDocument(&writerError);
+    const QString unwritable = UnwritableInDocument(document, writerError);
+    if (!unwritable.isEmpty()) {
+        ReportDocumentFault(QStringLiteral("Cannot write '%1': %2").arg(path, unwritable));
+        return false;
+    }
     QSaveFile file(path);
     if (!file.open(QIODevice::WriteOnly | QIODevice::Unbuffered) ||
         file.write(document) != document.size() || !file.commit()) {
@@ -413,21 +513,75 @@ bool IRGObject::SaveXml(const QString& path) const
 
 void IRGObject::ProcessXml(QXmlStreamReader& reader)
 {
-    // Ends at the end element that carries the record's own name: a child that stops early
-    // on a nested element of an unknown name leaves the rest of it to this loop.
+    // `open` counts the elements inside the record that are open here: a skip that stops
+    // at a nested element of an unknown element's name leaves them to this loop, and their
+    // end elements, whatever their names, must not end the record. A record whose own code
+    // stops inside an element without SkipUnknownElement leaves the count unknown; the loop
+    // then ends at the first end element that carries the record's name.
     const QString name = reader.name().toString();
+    qint64 open = 0;
+    bool counting = true;
     while (!reader.atEnd()) {
         reader.readNext();
-        if (reader.isStartElement())
+        if (reader.isStartElement()) {
+            openAfterSkip = -1;
             ProcessXmlStartElement(reader);
-        else if (reader.isEndElement() && reader.name() == name)
-            return;
+            const qint64 left = openAfterSkip;
+            openAfterSkip = -1;
+            if (left > 0)
+                open += left;
+            else if (left < 0 && !reader.isEndElement())
+                counting = false;
+        } else if (reader.isEndElement()) {
+            if (counting ? open == 0 : reader.name() == name)
+                return;
+            if (open > 0)
+                --open;
+        }
     }
 }
 
 QString IRGObject::GetTextValue(QXmlStreamReader& reader)
 {
-    return reader.readElementText(QXmlStreamReader::IncludeChildElements);
+    // Iterative: nesting of any depth costs no stack.
+    if (!reader.isStartElement())
+        return QString();
+    QString text;
+    qint64 depth = 1;
+    while (depth > 0 && !reader.atEnd()) {
+        switch (reader.readNext()) {
+        case QXmlStreamReader::StartElement:
+            ++depth;
+            break;
+        case QXmlStreamReader::EndElement:
+            --depth;
+            break;
+        case QXmlStreamReader::Characters:
+        case QXmlStreamReader::EntityReference:
+            if (depth == 1)
+                text += reader.text();
+            break;
+        default:
+            break;
+        }
+    }
+    return text;
+}
+
+void IRGObject::SkipUnknownElement(QXmlStreamReader& reader)
+{
+    const QString name = reader.name().toString();
+    qint64 open = 1;
+    while (!reader.atEnd()) {
+        reader.readNext();
+        if (reader.isStartElement())
+            ++open;
+        else if (reader.isEndElement())
+            --open;
+        if (reader.name() == name)
+            break;
+    }
+    openAfterSkip = reader.atEnd() ? 0 : open;
 }
 
 // ---- Binary documents ----------------------------------------------------------------
@@ -520,12 +674,9 @@ bool IRGObject::ReadFrame(QDataStream& stream, QString& fault)
             fault = QStringLiteral("Compressed binary data is truncated");
             return false;
         }
-        QByteArray plain;
-        QString error;
-        if (!Inflate(packed, plain, error)) {
-            fault = QStringLiteral("Compressed binary data does not inflate: %1").arg(error);
+        const QByteArray plain = Inflate(packed, fault);
+        if (!fault.isEmpty())
             return false;
-        }
         QDataStream inner(plain);
         DocumentFormat format(inner);
         if (!ReadFrame(inner, fault))
@@ -576,20 +727,29 @@ QByteArray IRGObject::PlainFrame(const QByteArray& document, QString* fault)
     } else if (tag == CompressedMarker) {
         QByteArray packed;
         stream >> packed;
-        QByteArray plain;
-        QString why;
-        if (stream.status() != QDataStream::Ok)
+        if (stream.status() != QDataStream::Ok) {
             error = QStringLiteral("Compressed binary data is truncated");
-        else if (!Inflate(packed, plain, why))
-            error = QStringLiteral("Compressed binary data does not inflate: %1").arg(why);
-        else
-            return plain;
+        } else {
+            const QByteArray plain = Inflate(packed, error);
+            if (error.isEmpty())
+                return plain;
+        }
     } else {
         return document;
     }
     if (fault)
         *fault = error;
     return QByteArray();
+}
+
+void IRGObject::SetMaxInflatedSize(qint64 bytes)
+{
+    inflationLimit = std::clamp<qint64>(bytes, 0, std::numeric_limits<qint32>::max());
+}
+
+qint64 IRGObject::MaxInflatedSize()
+{
+    return inflationLimit;
 }
 
 int IRGObject::skipCurrentElement(QDataStream& stream, int length, int /*tag*/) const
@@ -639,9 +799,13 @@ void IRGObject::SetObjectName(const QString& name)
     m_objectName = name;
 }
 
+// Records hand their switch and logger down at the start of const operations. Storing only a
+// change keeps those calls free of writes, so that one record can be read from several
+// threads at once.
 void IRGObject::SetValidate(bool validate) const
 {
-    m_validate = validate;
+    if (m_validate != validate)
+        m_validate = validate;
 }
 
 bool IRGObject::GetValidate() const
@@ -651,12 +815,13 @@ bool IRGObject::GetValidate() const
 
 void IRGObject::SetLogger(std::shared_ptr<Logger> logger) const
 {
-    m_logger = std::move(logger);
+    if (m_logger != logger)
+        m_logger = std::move(logger);
 }
 
 void IRGObject::ResetLogger() const
 {
-    m_logger = Logger::Default();
+    IRGObject::SetLogger(Logger::Default());
 }
 
 std::shared_ptr<Logger> IRGObject::GetLogger() const

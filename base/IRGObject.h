@@ -6,6 +6,7 @@
 #include "ObjectTypes.h"
 #include "RGException.h"
 #include "ReportBaseExport.h"
+#include "XmlText.h"
 
 #include <QByteArray>
 #include <QDataStream>
@@ -53,6 +54,11 @@ inline constexpr char Version[] = "1.0";
 /// **Reports.** Faults in data are reported, not returned: through Trace() to the logger,
 /// and with validation on (SetValidate()) also raised as the report's exception
 /// (OutOfRangeException, IncompleteDefinitionException, BinaryParsingException).
+///
+/// **Hostile input.** Compressed documents are inflated only up to MaxInflatedSize(); a
+/// larger one is refused before more than that is held. XML of any nesting depth is read
+/// with bounded stack: the content loop, the text of member elements (GetTextValue()) and
+/// the skip of unknown elements (SkipUnknownElement()) work iteratively.
 ///
 /// The declaration order of the virtual operations is part of the binary interface.
 class REPORTBASE_EXPORT IRGObject
@@ -130,9 +136,15 @@ public:
     /// The record's name: its XML element name and the head of its reports.
     virtual const QString& GetObjectName() const;
     /// Reads the content of the record's element; the reader stands on its start element
-    /// and is left on its end element.
+    /// and is left on its own end element. Every start element inside goes to
+    /// ProcessXmlStartElement(). The loop counts the elements it is inside of, so that an
+    /// end element carrying the record's name ends it only when it closes the record
+    /// itself; it follows SkipUnknownElement() when that stops inside an unknown element.
     virtual void ProcessXml(QXmlStreamReader& reader);
-    /// The record as a complete UTF-8 XML document, indented by two blanks.
+    /// The record as a complete UTF-8 XML document, indented by two blanks. Returned as
+    /// written, also when a text holds a character that XML cannot carry: in element text
+    /// such a character stands as a character reference (for example "&#1;"), which XML
+    /// readers refuse; in an attribute value it is left out (see XmlText).
     virtual QString GetXmlString() const;
     /// Writes one frame: the class id (low 32 bits) as tag, the record length and the
     /// members, big-endian, whatever the stream's own settings.
@@ -153,10 +165,14 @@ public:
     /// as LoadXml().
     virtual bool LoadBinary(QFile* file);
     /// Writes GetXmlString() to @p path. Atomic: the target is replaced only once the whole
-    /// document was written; on failure an existing file is untouched.
+    /// document was written; on failure an existing file is untouched. A document that
+    /// holds a character XML cannot carry is not saved: one ERROR report names the character
+    /// and its line and column.
     virtual bool SaveXml(const QString& path) const;
     /// Switches validation on or off. With validation on, the first fault raises; with it
-    /// off (the default), faults are logged as WARNING and the data is kept.
+    /// off (the default), faults are logged as WARNING and the data is kept. Switch and
+    /// logger are stored only when they change: handing down the values already in place
+    /// writes nothing, so const operations can run on several threads at once.
     virtual void SetValidate(bool validate) const;
     /// Whether validation is on.
     virtual bool GetValidate() const;
@@ -195,6 +211,15 @@ public:
     /// four bytes are the tag of the record type (the low 32 bits of the class id).
     static QByteArray PlainFrame(const QByteArray& document, QString* fault = nullptr);
 
+    /// Sets the largest size, in bytes, a compressed document may inflate to; 256 MiB unless
+    /// changed. A compressed document that would inflate to more is refused with one ERROR
+    /// report ("Compressed binary data inflates to more than the limit of N bytes") before
+    /// more than 1 MiB of its output is held. Process-wide, and may be changed from any
+    /// thread; values are clamped to 0 .. 2^31 - 1 (no frame is longer).
+    static void SetMaxInflatedSize(qint64 bytes);
+    /// The inflation limit of SetMaxInflatedSize(), in bytes.
+    static qint64 MaxInflatedSize();
+
     /// Consumes the payload of a member entry whose @p tag is unknown. Returns the number of
     /// bytes skipped (@p length), or -1 when the stream ended first or the length is
     /// negative (the stream's status then tells).
@@ -211,15 +236,25 @@ protected:
     /// @p throwException is true.
     void TraceOrThrow(LogLevel level, RGException& exception, bool throwException,
                       bool trace) const;
-    /// The text of the element the reader stands on, including the text of nested
-    /// elements; leaves the reader on the element's end.
+    /// The text of the element the reader stands on, leaving the reader on the element's
+    /// end. Only the element's own text counts: its character data and CDATA sections, in
+    /// order, entity references included. Child elements, at any depth, are skipped with
+    /// whatever they hold ("<a>x<b>y</b>z</a>" gives "xz"): a member element is a text
+    /// element, and its text does not change when something unknown is nested in it. Not on
+    /// a start element: a null string, and the reader does not move.
     QString GetTextValue(QXmlStreamReader& reader);
+    /// Skips the unknown element the reader stands on, the way records always have: reads
+    /// on until a token carries the element's name. Usually that is the element's own end;
+    /// a nested element of the same name ends the skip at its start, and what follows is
+    /// read as content of the record. Tells ProcessXml() how many elements are left open,
+    /// so that the content loop still ends on the record's own end element.
+    void SkipUnknownElement(QXmlStreamReader& reader);
 
     /// The record's class id; its low 32 bits are the tag of its binary frame.
     __int64 m_id = 0;
 
 private:
-    QByteArray XmlDocument() const;
+    QByteArray XmlDocument(bool* writerError = nullptr) const;
     bool ReadDocument(bool reset, const std::function<QString()>& read);
     bool ReadXmlDocument(QXmlStreamReader& reader, bool reset);
     bool ReadBinaryDocument(QDataStream& stream, bool wholeInput, bool reset);

@@ -2,9 +2,11 @@
 # Installs the Debian packages the project needs, skipping apt entirely when all are present.
 set -euo pipefail
 
+# clang with its sanitizer and libFuzzer runtimes builds the fuzz targets and the thread
+# tests; llvm-14 brings llvm-symbolizer for readable sanitizer reports.
 packages=(cmake g++ make pkg-config qt6-base-dev qtbase5-dev zlib1g-dev libgtest-dev googletest
           libbenchmark-dev valgrind bc
-          clang-format doxygen libxml2-utils)
+          clang-format doxygen libxml2-utils clang libclang-rt-14-dev llvm-14)
 missing=()
 for package in "${packages[@]}"; do
     dpkg-query -W -f='${Status}' "$package" 2>/dev/null | grep -q 'install ok installed' \

@@ -5,6 +5,7 @@
 #include <QBuffer>
 #include <QByteArray>
 #include <QDataStream>
+#include <QFile>
 #include <QString>
 #include <QXmlStreamReader>
 #include <QXmlStreamWriter>
@@ -48,6 +49,15 @@ inline void ReadFrame(REPORTGENERATOR::IRGObject& record, QByteArray frame)
     stream >> length;
     record.SetBinary(stream, length);
 }
+
+#ifdef KVT317_SOURCE_DIR
+// The bytes of a file under examples/.
+inline QByteArray ExampleFile(const char* name)
+{
+    QFile file(QStringLiteral(KVT317_SOURCE_DIR "/examples/") + QLatin1String(name));
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+}
+#endif
 
 // Bytes from a hex text in which blanks are ignored.
 inline QByteArray Hex(const char* hex)

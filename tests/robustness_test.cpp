@@ -2,6 +2,7 @@
 // was; nothing crashes, hangs or raises with validation off.
 
 #include "LogCapture.h"
+#include "TestSupport.h"
 
 #include <BearingSettings.h>
 #include <KVT317_Settings.h>
@@ -16,12 +17,6 @@ using KVT317XML::BearingSettings;
 using KVT317XML::KVT317_Settings;
 
 namespace {
-
-QByteArray Example(const char* name)
-{
-    QFile file(QStringLiteral(KVT317_SOURCE_DIR "/examples/") + QLatin1String(name));
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
-}
 
 // A copy of the bytes with one random damage: flipped bits, a cut, a duplicated or a
 // removed run.
@@ -73,21 +68,21 @@ template <class Record> void LoadDamaged(const QByteArray& original, bool xml)
 
 TEST(Robustness, DamagedSettingsXml)
 {
-    LoadDamaged<KVT317_Settings>(Example("settings.xml"), true);
+    LoadDamaged<KVT317_Settings>(ExampleFile("settings.xml"), true);
 }
 
 TEST(Robustness, DamagedSettingsBinary)
 {
-    LoadDamaged<KVT317_Settings>(Example("settings.bin"), false);
+    LoadDamaged<KVT317_Settings>(ExampleFile("settings.bin"), false);
 }
 
 TEST(Robustness, DamagedCompressedSettings)
 {
-    LoadDamaged<KVT317_Settings>(Example("settings.binz"), false);
+    LoadDamaged<KVT317_Settings>(ExampleFile("settings.binz"), false);
 }
 
 TEST(Robustness, DamagedBearingSettings)
 {
-    LoadDamaged<BearingSettings>(Example("bearing-settings.xml"), true);
-    LoadDamaged<BearingSettings>(Example("bearing-settings.bin"), false);
+    LoadDamaged<BearingSettings>(ExampleFile("bearing-settings.xml"), true);
+    LoadDamaged<BearingSettings>(ExampleFile("bearing-settings.bin"), false);
 }

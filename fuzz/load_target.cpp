@@ -1,0 +1,46 @@
+// Loads one document into a record and uses it as a caller would: check, write, copy,
+// compare. KVT317_FUZZ_RECORD names the record class; KVT317_FUZZ_XML is 1 for XML input and
+// 0 for binary input (plain or compressed).
+//
+// The first input byte chooses: bit 0 validation on, bit 1 the other entry point of the
+// form (XML: reset before reading; binary: read from a QDataStream). The rest is the
+// document.
+
+#include "FuzzSupport.h"
+
+using REPORTGENERATOR::RGException;
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
+{
+    if (size < 1)
+        return 0;
+    fuzz::LimitInflation();
+    const uint8_t options = data[0];
+    const QByteArray document = fuzz::Bytes(data + 1, size - 1);
+
+    KVT317XML::KVT317_FUZZ_RECORD record;
+    record.SetLogger(fuzz::QuietLogger());
+    record.SetValidate(options & 1);
+    try {
+        if (KVT317_FUZZ_XML)
+            fuzz::LoadXml(record, document, options & 2);
+        else
+            fuzz::LoadBinary(record, document, options & 2);
+    } catch (const RGException&) {
+        // With validation on a record's own report raises out of the load.
+    }
+    record.Check(true);
+    try {
+        (void)record.GetXmlString();
+        (void)record.GetBinaryRepresentationAsQByteArray();
+        (void)record.GetCompressedBinaryRepresentationAsQByteArray(1);
+    } catch (const RGException&) {
+        // With validation on an incomplete record refuses to be written.
+    }
+    const KVT317XML::KVT317_FUZZ_RECORD copy(record);
+    fuzz::Require(copy == record || fuzz::HoldsNaN(record), "a copy differs from its source");
+    KVT317XML::KVT317_FUZZ_RECORD assigned;
+    assigned = record;
+    fuzz::Require(assigned == copy || fuzz::HoldsNaN(record), "an assigned record differs");
+    return 0;
+}

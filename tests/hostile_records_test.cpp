@@ -1,0 +1,62 @@
+// The settings records against hostile documents: what the record engine decides.
+
+#include "HostileInput.h"
+#include "LogCapture.h"
+
+#include <BearingSettings.h>
+#include <FrequencyRange.h>
+#include <KVT317_Settings.h>
+
+#include <gtest/gtest.h>
+
+using KVT317XML::BearingSettings;
+using KVT317XML::FrequencyRange;
+
+TEST(HostileRecords, DISABLED_SameNamedElementTwoDeepDoesNotEndTheRecord)
+{
+    FrequencyRange range;
+    LogCapture log;
+    range.SetLogger(log.logger);
+    EXPECT_TRUE(range.SetXmlString(
+        QStringLiteral("<FrequencyRange><U><FrequencyRange><U></U></FrequencyRange></U>"
+                       "<StartFrequency>5</StartFrequency><StopFrequency>6</StopFrequency>"
+                       "</FrequencyRange>"),
+        true));
+    EXPECT_TRUE(range.IsStartFrequencySet());
+    EXPECT_EQ(range.GetStartFrequency(), 5.0);
+    EXPECT_TRUE(range.IsStopFrequencySet());
+    EXPECT_EQ(range.GetStopFrequency(), 6.0);
+    EXPECT_EQ(log.lines, QStringList());
+}
+
+TEST(HostileRecords, DISABLED_SameNamedElementTwoDeepInADetail)
+{
+    QString xml = QString::fromUtf8(ExampleFile("settings.xml"));
+    xml.insert(xml.indexOf(QStringLiteral("<AntennaPol>")),
+               QStringLiteral("<U><KVT317SettingsDetail><U/></KVT317SettingsDetail></U>"));
+    hostile::ExpectReadsAsExample(xml);
+}
+
+TEST(HostileRecords, DISABLED_IntMinPayloadLengthIsALengthError)
+{
+    hostile::ExpectLengthError(hostile::IntMinPayloadFrame());
+}
+
+TEST(HostileRecords, DISABLED_HugeItemCountIsALengthError)
+{
+    hostile::ExpectLengthError(hostile::HugeCountFrame());
+}
+
+TEST(HostileRecords, DISABLED_CarriageReturnsTabsAndBlanksSurviveXml)
+{
+    const QString text = QStringLiteral(" C:\\a\rb\r\n\tc ");
+    BearingSettings bearing;
+    bearing.SetFrequency(1.0);
+    bearing.SetName(text);
+    bearing.SetBearingVtPath(text);
+    BearingSettings back;
+    EXPECT_TRUE(back.SetXmlString(bearing.GetXmlString(), true));
+    EXPECT_EQ(back.GetName(), text);
+    EXPECT_EQ(back.GetBearingVtPath(), text);
+    EXPECT_TRUE(back == bearing);
+}

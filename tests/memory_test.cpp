@@ -1,0 +1,147 @@
+// Memory bounded by the input: each hostile document is loaded in a process of its own
+// (kvt317_memory_probe), and its peak resident memory is held against 32 times the input's
+// size plus 64 MB (for compressed input, its inflated size). Sanitized builds check the
+// outcome only: their shadow memory says nothing about the library.
+
+#include "HostileInput.h"
+
+#include <QProcess>
+#include <QTemporaryDir>
+
+#include <gtest/gtest.h>
+
+namespace {
+
+constexpr qint64 MB = 1000 * 1000;
+constexpr qint64 MiB = 1024 * 1024;
+
+struct Outcome {
+    bool ran = false;
+    bool loaded = false;
+    long reports = -1;
+    QString first;
+    QString last;
+    qint64 peak = -1;        // resident, bytes
+    qint64 virtualPeak = -1; // address space, reserved or not, bytes
+};
+
+Outcome Probe(const char* record, const QByteArray& document)
+{
+    Outcome outcome;
+    QTemporaryDir dir;
+    const QString path = dir.filePath(QStringLiteral("input"));
+    QFile file(path);
+    if (!file.open(QIODevice::WriteOnly) || file.write(document) != document.size())
+        return outcome;
+    file.close();
+    QProcess probe;
+    probe.start(QStringLiteral(KVT317_MEMORY_PROBE), {QLatin1String(record), path});
+    if (!probe.waitForFinished(300000) || probe.exitStatus() != QProcess::NormalExit ||
+        probe.exitCode() != 0) {
+        ADD_FAILURE() << "probe failed: " << probe.readAllStandardError().toStdString();
+        return outcome;
+    }
+    outcome.ran = true;
+    for (const QByteArray& line : probe.readAllStandardOutput().split('\n')) {
+        const QByteArray key = line.left(line.indexOf(' '));
+        const QString value = QString::fromUtf8(line.mid(key.size() + 1));
+        if (key == "loaded")
+            outcome.loaded = value == QLatin1String("1");
+        else if (key == "reports")
+            outcome.reports = value.toLong();
+        else if (key == "first")
+            outcome.first = value;
+        else if (key == "last")
+            outcome.last = value;
+        else if (key == "peak_kib")
+            outcome.peak = value.toLongLong() * 1024;
+        else if (key == "virtual_peak_kib")
+            outcome.virtualPeak = value.toLongLong() * 1024;
+    }
+    return outcome;
+}
+
+void ExpectOutcome(const Outcome& outcome, bool loaded, long reports, const QString& first)
+{
+    ASSERT_TRUE(outcome.ran);
+    EXPECT_EQ(outcome.loaded, loaded);
+    EXPECT_EQ(outcome.reports, reports);
+    EXPECT_EQ(outcome.first, first);
+}
+
+void ExpectPeakBelow(const Outcome& outcome, qint64 bound)
+{
+#ifdef KVT317_SANITIZED
+    (void)outcome;
+    (void)bound;
+#else
+    EXPECT_GT(outcome.peak, 0);
+    EXPECT_LE(outcome.peak, bound)
+        << "peak " << outcome.peak / MiB << " MiB, bound " << bound / MiB << " MiB";
+#endif
+}
+
+const QString AppendIncomplete =
+    QStringLiteral("KVT317_Settings: Tried to append not completely defined or invalid item "
+                   "KVT317SettingsDetail.");
+
+// A million items that carry nothing: each costs little more than a record object, and the
+// million identical reports are held as one with its count, then replayed.
+void ExpectEmptyItems(const QByteArray& document, qint64 inputSize)
+{
+    const Outcome outcome = Probe("settings", document);
+    ExpectOutcome(outcome, true, 1000000, QStringLiteral("WARNING: ") + AppendIncomplete);
+    EXPECT_EQ(outcome.last, QStringLiteral("WARNING: ") + AppendIncomplete);
+    ExpectPeakBelow(outcome, 32 * inputSize + 64 * MB);
+}
+
+} // namespace
+
+TEST(MemoryBound, DISABLED_MillionEmptyListItems)
+{
+    const QByteArray frame = hostile::EmptyItemsFrame(1000000);
+    ASSERT_EQ(frame.size(), 4000020);
+    ExpectEmptyItems(frame, frame.size());
+}
+
+TEST(MemoryBound, DISABLED_MillionEmptyListItemsCompressed)
+{
+    const QByteArray frame = hostile::EmptyItemsFrame(1000000);
+    const QByteArray document =
+        hostile::Compressed(hostile::Deflated(4000000, '\0', frame.left(20)));
+    ASSERT_LT(document.size(), 10000);
+    ExpectEmptyItems(document, frame.size());
+}
+
+TEST(MemoryBound, DeflateBombIsRefusedBeforeTheLimitIsPassed)
+{
+    // 1 GiB of zeros in about a megabyte.
+    const QByteArray bomb = hostile::Compressed(hostile::Deflated(1024 * MiB));
+    ASSERT_LT(bomb.size(), 2 * MiB);
+    const Outcome outcome = Probe("settings", bomb);
+    ExpectOutcome(outcome, false, 1,
+                  QStringLiteral("ERROR: Compressed binary data inflates to more than the limit "
+                                 "of 268435456 bytes"));
+    ExpectPeakBelow(outcome, 256 * MiB + 64 * MB);
+    // Refused in the first pass: the bomb never comes near the limit.
+    ExpectPeakBelow(outcome, 32 * bomb.size() + 64 * MB);
+}
+
+TEST(MemoryBound, DeepNesting)
+{
+    for (const QString& xml : hostile::DeepSettingsDocuments()) {
+        const QByteArray document = xml.toUtf8();
+        const Outcome outcome = Probe("settings", document);
+        ExpectOutcome(outcome, true, 0, QString());
+        ExpectPeakBelow(outcome, 32 * document.size() + 64 * MB);
+    }
+}
+
+TEST(MemoryBound, DISABLED_HugeItemCountIn20Bytes)
+{
+    const QByteArray frame = hostile::HugeCountFrame();
+    ASSERT_EQ(frame.size(), 20);
+    const Outcome outcome = Probe("settings", frame);
+    ExpectOutcome(outcome, false, 1, hostile::SettingsLengthError());
+    ExpectPeakBelow(outcome, 32 * frame.size() + 64 * MB);
+}
