@@ -215,6 +215,7 @@ private:
     void ReportCheck(const MemberDescription& member, bool noThrow) const;
     void ReportIncomplete(const MemberDescription& member) const;
     void ReportIncompleteAppend(const MemberDescription& member) const;
+    void ReportUnwritable(const MemberDescription& member, const QString& text) const;
 
     // Reading
     void AssignFromText(int bit, const QString& text);

@@ -4,6 +4,8 @@
 #include "RecordStorage.h"
 #include "RecordText.h"
 
+#include <XmlText.h>
+
 #include <QXmlStreamAttributes>
 #include <QXmlStreamReader>
 #include <QXmlStreamWriter>
@@ -36,7 +38,12 @@ void Record::GetXml(QXmlStreamWriter& writer) const
             break;
         if (block.isSet & (quint32(1) << bit))
             text::WithText(row, block, [&](const QString& text) {
-                writer.writeAttribute(row.description.name, text);
+                if (row.description.kind == MemberKind::Text) {
+                    ReportUnwritable(row.description, text);
+                    REPORTGENERATOR::XmlText::WriteAttribute(writer, row.description.name, text);
+                } else {
+                    writer.writeAttribute(row.description.name, text);
+                }
             });
     }
     for (const MemberRow& row : m_type.rows) {
@@ -61,11 +68,32 @@ void Record::GetXml(QXmlStreamWriter& writer) const
             }
         } else if (set || member.AlwaysWritten()) {
             text::WithText(row, block, [&](const QString& text) {
-                writer.writeTextElement(member.name, text);
+                if (member.kind == MemberKind::Text) {
+                    // Texts may hold what the reader would normalise, or what XML cannot
+                    // carry at all; numbers, names and date-times never do.
+                    ReportUnwritable(member, text);
+                    REPORTGENERATOR::XmlText::WriteTextElement(writer, member.name, text);
+                } else {
+                    writer.writeTextElement(member.name, text);
+                }
             });
         }
     }
     writer.writeEndElement();
+}
+
+// A text holding a character that XML 1.0 cannot carry is written without it being able to
+// read back as it was: say so, naming the member and the character.
+void Record::ReportUnwritable(const MemberDescription& member, const QString& text) const
+{
+    uint code = 0;
+    if (REPORTGENERATOR::XmlText::FirstUnwritable(text, &code) < 0)
+        return;
+    Trace(REPORTGENERATOR::LogLevel::Error,
+          REPORTGENERATOR::RGException(GetObjectName() + QStringLiteral(": ") + member.name +
+                                       QStringLiteral(" holds ") +
+                                       REPORTGENERATOR::XmlText::CodeName(code) +
+                                       QStringLiteral(", a character that XML cannot carry")));
 }
 
 void Record::ProcessXml(QXmlStreamReader& reader)
