@@ -165,6 +165,7 @@ void FinishRecordType(RecordType& type, StorageBlock* values, DefaultsBlock* def
         }
         const quint32 flag = Flag(row.description.bit);
         type.valueOffsets[i] = row.valueOffset;
+        type.tags[i] = row.description.tag;
         switch (kind) {
         case MemberKind::Enumeration:
             type.enumerationFlags |= flag;

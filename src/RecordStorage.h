@@ -169,6 +169,7 @@ struct RecordType {
     quint32 dateTimeFlags = 0;
     quint32 recordFlags = 0;
     quint32 listFlags = 0;
+    quint32 tags[32] = {}; // binary member tags by bit, for reading
     std::ptrdiff_t valueOffsets[32] = {};
     QSharedDataPointer<StorageBlock> prototype; // a fresh record's storage
     // Fresh storages whose children already hold a switch and logger other than the
