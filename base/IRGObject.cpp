@@ -393,7 +393,7 @@ bool IRGObject::LoadXml(const QString& path)
     return LoadXml(&file);
 }
 
-bool IRGObject::LoadXml(QFile* file)
+bool IRGObject::OpenForReading(QFile* file) const
 {
     if (!file) {
         ReportDocumentFault(QStringLiteral("No file given"));
@@ -404,6 +404,13 @@ bool IRGObject::LoadXml(QFile* file)
             QStringLiteral("Cannot open '%1': %2").arg(file->fileName(), file->errorString()));
         return false;
     }
+    return true;
+}
+
+bool IRGObject::LoadXml(QFile* file)
+{
+    if (!OpenForReading(file))
+        return false;
     QXmlStreamReader reader(file);
     return ReadXmlDocument(reader, true);
 }
@@ -635,15 +642,8 @@ bool IRGObject::SetBinaryRepresentation(QDataStream& stream)
 
 bool IRGObject::LoadBinary(QFile* file)
 {
-    if (!file) {
-        ReportDocumentFault(QStringLiteral("No file given"));
+    if (!OpenForReading(file))
         return false;
-    }
-    if (!file->isOpen() && !file->open(QIODevice::ReadOnly)) {
-        ReportDocumentFault(
-            QStringLiteral("Cannot open '%1': %2").arg(file->fileName(), file->errorString()));
-        return false;
-    }
     QDataStream stream(file);
     DocumentFormat format(stream);
     return ReadBinaryDocument(stream, true, true);

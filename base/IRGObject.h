@@ -260,6 +260,8 @@ private:
     bool ReadBinaryDocument(QDataStream& stream, bool wholeInput, bool reset);
     bool ReadFrame(QDataStream& stream, QString& fault);
     void ReportDocumentFault(const QString& message) const;
+    // Opens the file unless it is open; reports why when it cannot.
+    bool OpenForReading(QFile* file) const;
 
     QString m_objectName;
     ObjectTypes m_objectType = ObjectTypes::Undefined;
