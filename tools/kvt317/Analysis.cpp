@@ -151,8 +151,14 @@ private:
                      match.captured(3),
                      m_xmlErrors.contains(match.captured(3))};
         } else if ((match = linePosition.match(message)).hasMatch()) {
-            named = {Named::Kind::Position,     QString(), QString(), match.captured(1).toInt(),
-                     match.captured(2).toInt(), message,   false};
+            // Located, the message needs its position no more.
+            named = {Named::Kind::Position,
+                     QString(),
+                     QString(),
+                     match.captured(1).toInt(),
+                     match.captured(2).toInt(),
+                     message.left(match.capturedStart()).trimmed(),
+                     false};
         }
         return m_named.insert(message, named).value();
     }
@@ -179,7 +185,8 @@ private:
             where = target->MemberLocation(bit);
             break;
         case Named::Kind::Record:
-            if (const Site* found = site.FindRecord(named.record))
+            // A frame that ends too early: in the record of that name read last.
+            if (const Site* found = site.FindRecord(named.record, true))
                 target = found;
             where = target->where;
             break;
@@ -622,11 +629,17 @@ void Analyse(Document& document)
             BinaryScanner(document, attribution, root, true).Walk(*description);
         break;
     case Form::Json:
+        // The JSON reader's findings first: they come from reading, the frame's after it.
         if (!document.frame.isNull())
             BinaryScanner(document, attribution, root, false).Walk(*description);
-        for (const JsonFinding& finding : document.jsonFindings)
-            document.diagnostics.Add(Location(), finding.level, ResolveSteps(root, finding.steps),
-                                     finding.bit, finding.message);
+        for (const JsonFinding& finding : document.jsonFindings) {
+            Diagnostic diagnostic;
+            diagnostic.level = finding.level;
+            diagnostic.site = ResolveSteps(root, finding.steps);
+            diagnostic.bit = finding.bit;
+            diagnostic.message = finding.message;
+            document.diagnostics.Add(std::move(diagnostic), true);
+        }
         break;
     }
     attribution.Finish(root);

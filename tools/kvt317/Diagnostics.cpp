@@ -74,14 +74,16 @@ Location Site::MemberLocation(int memberBit) const
     return where;
 }
 
-const Site* Site::FindRecord(const QString& objectName) const
+const Site* Site::FindRecord(const QString& objectName, bool lastItem) const
 {
     if (description->name == objectName)
         return this;
     for (const std::unique_ptr<Site>& child : children)
         if (child)
-            if (const Site* found = child->FindRecord(objectName))
+            if (const Site* found = child->FindRecord(objectName, lastItem))
                 return found;
+    if (lastItem && !items.empty())
+        return items.back()->FindRecord(objectName, lastItem);
     return nullptr;
 }
 
@@ -106,9 +108,9 @@ DiagnosticList::DiagnosticList(int keep)
 {
 }
 
-void DiagnosticList::Add(Diagnostic diagnostic)
+void DiagnosticList::Add(Diagnostic diagnostic, bool early)
 {
-    diagnostic.sequence = m_sequence++;
+    diagnostic.sequence = early ? m_early++ : m_sequence++;
     (diagnostic.level == Level::Error ? m_errors : m_warnings)++;
     m_origins[static_cast<int>(diagnostic.origin)]++;
     const QPair<int, QString> key(static_cast<int>(diagnostic.level), diagnostic.message);
@@ -213,7 +215,8 @@ void WriteDiagnosticsJson(JsonWriter& json, const QString& label, const Diagnost
         json.Key(QStringLiteral("level"));
         json.String(LevelName(diagnostic.level));
         json.Key(QStringLiteral("path"));
-        json.String(diagnostic.site ? diagnostic.site->Path() : QStringLiteral(""));
+        const QString path = diagnostic.site ? diagnostic.site->Path() : QString();
+        json.String(path.isNull() ? QStringLiteral("") : path);
         if (diagnostic.bit >= 0 && diagnostic.site) {
             json.Key(QStringLiteral("member"));
             json.String(diagnostic.site->description->members[diagnostic.bit].name);

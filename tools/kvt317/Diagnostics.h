@@ -7,6 +7,7 @@
 #include <QString>
 
 #include <functional>
+#include <limits>
 #include <memory>
 #include <vector>
 
@@ -45,8 +46,9 @@ struct Site {
     void Given(int bit, const Location& where);
     // Where the member was last given, or where the record is.
     Location MemberLocation(int bit) const;
-    // This record or one of its record members (at any depth) with that object name.
-    const Site* FindRecord(const QString& objectName) const;
+    // This record or one of its record members (at any depth) with that object name; with
+    // `lastItem`, the last item of its list is searched too.
+    const Site* FindRecord(const QString& objectName, bool lastItem = false) const;
 };
 
 enum class Level { Error, Warning };
@@ -77,7 +79,8 @@ class DiagnosticList
 public:
     explicit DiagnosticList(int keep = 20);
 
-    void Add(Diagnostic diagnostic);
+    // `early` puts a diagnostic without a position before those already added.
+    void Add(Diagnostic diagnostic, bool early = false);
     void Add(const Location& where, Level level, const Site* site, int bit, const QString& message,
              Diagnostic::Origin origin = Diagnostic::Origin::Input);
 
@@ -104,6 +107,7 @@ private:
     QHash<QPair<int, QString>, int> m_index;
     std::vector<Kind> m_kinds;
     qint64 m_sequence = 0;
+    qint64 m_early = std::numeric_limits<qint64>::min();
     qint64 m_errors = 0;
     qint64 m_warnings = 0;
     qint64 m_origins[3] = {0, 0, 0};
