@@ -93,7 +93,9 @@ ValueFinding CheckMemberText(const MemberDescription& member, const QString& tex
                     .arg(written)};
     }
     case MemberKind::Enumeration:
-        if (member.enumeration->names.contains(text))
+        // An empty name is how an invalid value is written: it reads back as invalid, and
+        // the library itself reports it.
+        if (text.isEmpty() || member.enumeration->names.contains(text))
             return {};
         return Lost(member, QStringLiteral("unknown name '%1' (read as invalid); allowed: %2")
                                 .arg(text, AllowedNames(member)));

@@ -149,5 +149,7 @@ int WriteChecked(const Document& input, const Record& record, const WriteRequest
         Err() << "kvt317: " << error << '\n';
         return UsageOrIo;
     }
+    if (blocking > 0)
+        Err() << "kvt317: " << output << " written as --force asks, with the changes listed\n";
     return Success;
 }
