@@ -209,7 +209,7 @@ QString ItemHeading(const QString& path, const Record& item)
     const MemberDescription* name = item.GetDescription().FindName(QStringLiteral("Name"));
     if (!name || !item.IsMemberSet(name->bit) || item.MemberText(name->bit).isNull())
         return path;
-    return QStringLiteral("%1 \"%2\"").arg(path, item.MemberText(name->bit));
+    return QStringLiteral("%1 (\"%2\")").arg(path, item.MemberText(name->bit));
 }
 
 void ShowRecord(const Record& record)
@@ -343,7 +343,8 @@ private:
     }
     void OnListBegin(const Entry& entry, qint32 count) override
     {
-        Line(entry.offset, entry.depth, Head(entry) + QStringLiteral(", %1 items").arg(count));
+        Line(entry.offset, entry.depth,
+             Head(entry) + QStringLiteral(", %1 %2").arg(count).arg(count == 1 ? "item" : "items"));
     }
     void OnItemBegin(const Entry& list, qint64 offset, int index, qint32 length) override
     {
@@ -424,8 +425,9 @@ private:
     {
         Head(entry);
         m_json.Key(QStringLiteral("bytes"));
-        m_json.String(QString::fromLatin1(
-            Frame().mid(static_cast<int>(entry.Payload()), entry.length).toHex(' ')));
+        m_json.String(QLatin1String("") +
+                      QString::fromLatin1(
+                          Frame().mid(static_cast<int>(entry.Payload()), entry.length).toHex(' ')));
         m_json.EndObject();
     }
     void OnInteger(const Entry& entry, qint64 value) override
@@ -554,10 +556,15 @@ int RunDiff(const Options& options)
             json.BeginObject();
             json.Key(QStringLiteral("path"));
             json.String(difference.path);
-            json.Key(QStringLiteral("a"));
-            difference.onlyInB ? json.Null() : json.String(difference.a);
-            json.Key(QStringLiteral("b"));
-            difference.onlyInA ? json.Null() : json.String(difference.b);
+            if (difference.onlyInA || difference.onlyInB) {
+                json.Key(QStringLiteral("only"));
+                json.String(difference.onlyInA ? QStringLiteral("A") : QStringLiteral("B"));
+            } else {
+                json.Key(QStringLiteral("a"));
+                json.String(difference.a);
+                json.Key(QStringLiteral("b"));
+                json.String(difference.b);
+            }
             json.EndObject();
         }
         json.EndArray();
