@@ -82,6 +82,8 @@ QString CheckValue(const MemberDescription& member, const QString& value, Form f
 
 QString Join(const QString& path, const QString& name)
 {
+    if (name.isEmpty())
+        return path;
     return path.isEmpty() ? name : path + QLatin1Char('.') + name;
 }
 
@@ -262,8 +264,8 @@ int RunUnset(const Options& options)
                                            "cannot be unset")
                                 .arg(document->label, target.path));
             target.record->Set(target.bit).text = text;
-            Err() << "kvt317: " << target.path << " is always written; reset to its default "
-                  << text << '\n';
+            Err() << "kvt317: " << document->label << ": " << target.path
+                  << " is always written; reset to its default " << text << '\n';
         } else {
             target.record->Unset(target.bit);
         }
