@@ -68,7 +68,7 @@ public:
 
     // `source` is the item's text or bytes: items that are the same give the same reports,
     // so a document of a million copies of one item is loaded and checked once.
-    void Item(const Site& item, const QByteArray& source, const std::function<void(Record&)>& load)
+    void Item(const Site& item, const QByteArray& source, const std::function<bool(Record&)>& load)
     {
         // A document the library refused has no reports of its items to tie.
         if (!m_document.loaded)
@@ -206,13 +206,16 @@ private:
     // and when its list's owner takes it in.
     std::vector<ReportTally::Report> ItemReports(const RecordDescription& type,
                                                  const RecordDescription& owner,
-                                                 const std::function<void(Record&)>& load)
+                                                 const std::function<bool(Record&)>& load)
     {
         ReportTally tally;
         std::unique_ptr<Record> record = NewRecord(type.name);
         record->SetLogger(tally.Logger());
         try {
-            load(*record);
+            // An item that does not load on its own (a namespace prefix its document
+            // declares outside it) has no reports of its own: they stay the document's.
+            if (!load(*record))
+                return {};
         } catch (const REPORTGENERATOR::RGException&) {
             // Reported before it was raised.
         }
@@ -262,9 +265,11 @@ public:
             if (m_reader.tokenType() == QXmlStreamReader::DTD)
                 return;
         }
-        if (!Failed() && m_reader.isStartElement() && m_reader.name() == root.description->name) {
+        if (!Failed() && m_reader.isStartElement()) {
+            // Another root element is the library's to report; it is located here.
             root.where = StartOf();
-            Record(root);
+            if (m_reader.name() == root.description->name)
+                Record(root);
         }
         while (!m_reader.atEnd() && !m_reader.hasError())
             Next();
@@ -384,8 +389,8 @@ private:
                 const QString xml = m_document.text.mid(
                     static_cast<int>(where.offset),
                     static_cast<int>(m_reader.characterOffset() - where.offset));
-                m_attribution.Item(item, xml.toUtf8(), [&xml](KVT317XML::Record& record) {
-                    record.SetXmlString(xml, true);
+                m_attribution.Item(item, xml.toUtf8(), [&xml](KVT317XML::Record& record) -> bool {
+                    return record.SetXmlString(xml, true);
                 });
             }
             return;
@@ -557,11 +562,12 @@ private:
         const Site& item = Current();
         m_stack.pop_back();
         const QByteArray bytes = Frame().mid(static_cast<int>(offset) + 4, length);
-        m_attribution.Item(item, bytes, [&bytes, length](KVT317XML::Record& record) {
+        m_attribution.Item(item, bytes, [&bytes, length](KVT317XML::Record& record) -> bool {
             QDataStream stream(bytes);
             stream.setVersion(QDataStream::Qt_5_15);
             stream.setByteOrder(QDataStream::BigEndian);
             record.SetBinary(stream, length);
+            return true;
         });
     }
 
