@@ -93,8 +93,18 @@ same empty.xml <<'XML'
 <?xml version="1.0" encoding="UTF-8"?>
 <KVT317_Settings/>
 XML
+run "make nan" 0 kvt317 new -o nan.xml
+run "make nan value" 0 kvt317 set nan.xml 'KVT317SettingsDetail[1].FrequencyRange.StartFrequency' nan \
+    'KVT317SettingsDetail[1].FrequencyRange.StopFrequency' -inf
+run "nan in json" 0 kvt317 get nan.xml 'KVT317SettingsDetail[1].FrequencyRange'
+out <<'JSON'
+{
+  "StartFrequency": "nan",
+  "StopFrequency": "-inf"
+}
+JSON
 for document in examples/settings.xml examples/bearing-settings.xml start.xml bearing.xml \
-    lean.xml detail.xml range.xml empty.xml; do
+    lean.xml detail.xml range.xml empty.xml nan.xml; do
     base=${document%.xml}
     run "$document to json" 0 kvt317 convert "$document" "$base.x.json"
     run "$document from json" 0 kvt317 convert "$base.x.json" "$base.x.xml"
@@ -104,6 +114,8 @@ for document in examples/settings.xml examples/bearing-settings.xml start.xml be
     run "$document json to binary" 0 kvt317 convert "$base.b.json" "$base.b.bin"
     same_file "$document binary round trip" "$base.bin" "$base.b.bin"
 done
+run "nan equals itself" 0 kvt317 diff nan.xml nan.b.bin
+out <<<"equal"
 run "compressed round trip" 0 kvt317 convert examples/settings.binz s.z.json
 run "compressed from json" 0 kvt317 convert s.z.json s.z.binz
 run "compressed content" 0 kvt317 diff s.z.binz examples/settings.binz
