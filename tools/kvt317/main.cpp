@@ -16,16 +16,16 @@
 
 namespace {
 
-struct OptionSpec {
+struct OptionInfo {
     const char* key;
     QStringList names;
     const char* valueName; // null for a switch
     const char* help;
 };
 
-const std::vector<OptionSpec>& AllOptions()
+const std::vector<OptionInfo>& AllOptions()
 {
-    static const std::vector<OptionSpec> options{
+    static const std::vector<OptionInfo> options{
         {"quiet",
          {QStringLiteral("q"), QStringLiteral("quiet")},
          nullptr,
@@ -56,7 +56,7 @@ const std::vector<OptionSpec>& AllOptions()
     return options;
 }
 
-struct CommandSpec {
+struct CommandInfo {
     const char* name;
     const char* synopsis; // the arguments
     const char* summary;
@@ -67,9 +67,9 @@ struct CommandSpec {
     int (*run)(const Options&);
 };
 
-const std::vector<CommandSpec>& Commands()
+const std::vector<CommandInfo>& Commands()
 {
-    static const std::vector<CommandSpec> commands{
+    static const std::vector<CommandInfo> commands{
         {"check",
          "FILE...",
          "report every fault of each document, located",
@@ -199,15 +199,15 @@ const std::vector<CommandSpec>& Commands()
     return commands;
 }
 
-const OptionSpec& Option(const QString& key)
+const OptionInfo& Option(const QString& key)
 {
-    for (const OptionSpec& option : AllOptions())
+    for (const OptionInfo& option : AllOptions())
         if (key == QLatin1String(option.key))
             return option;
     return AllOptions().back();
 }
 
-QString OptionUsage(const OptionSpec& option)
+QString OptionUsage(const OptionInfo& option)
 {
     QStringList names;
     for (const QString& name : option.names)
@@ -228,7 +228,7 @@ QString GeneralHelp()
         "record type of an input are recognised from its content; - is standard input.\n"
         "\n"
         "Commands:\n");
-    for (const CommandSpec& command : Commands())
+    for (const CommandInfo& command : Commands())
         help += QStringLiteral("  %1 %2\n")
                     .arg(QStringLiteral("%1 %2").arg(QLatin1String(command.name),
                                                      QLatin1String(command.synopsis)),
@@ -242,7 +242,7 @@ QString GeneralHelp()
     return help;
 }
 
-QString CommandHelp(const CommandSpec& command)
+QString CommandHelp(const CommandInfo& command)
 {
     QString help = QStringLiteral("Usage: kvt317 %1 [OPTIONS] %2\n\n%3")
                        .arg(QLatin1String(command.name), QLatin1String(command.synopsis),
@@ -251,7 +251,7 @@ QString CommandHelp(const CommandSpec& command)
     QStringList keys = command.options;
     keys.append(QStringLiteral("help"));
     for (const QString& key : keys) {
-        const OptionSpec& option = Option(key);
+        const OptionInfo& option = Option(key);
         help += QStringLiteral("  %1%2\n")
                     .arg(OptionUsage(option), -20)
                     .arg(QLatin1String(option.help));
@@ -273,8 +273,8 @@ int Run(const QStringList& arguments)
         Out() << "kvt317 " << KVT317_VERSION << '\n';
         return Success;
     }
-    const CommandSpec* command = nullptr;
-    for (const CommandSpec& candidate : Commands())
+    const CommandInfo* command = nullptr;
+    for (const CommandInfo& candidate : Commands())
         if (name == QLatin1String(candidate.name))
             command = &candidate;
     if (!command)
@@ -285,10 +285,10 @@ int Run(const QStringList& arguments)
     QStringList keys = command->options;
     keys.append(QStringLiteral("help"));
     for (const QString& key : keys) {
-        const OptionSpec& spec = Option(key);
-        parser.addOption(spec.valueName ? QCommandLineOption(spec.names, QLatin1String(spec.help),
-                                                             QLatin1String(spec.valueName))
-                                        : QCommandLineOption(spec.names, QLatin1String(spec.help)));
+        const OptionInfo& info = Option(key);
+        parser.addOption(info.valueName ? QCommandLineOption(info.names, QLatin1String(info.help),
+                                                             QLatin1String(info.valueName))
+                                        : QCommandLineOption(info.names, QLatin1String(info.help)));
     }
     // A negative number is a value, not an option (set FILE LevelThreshold -95): it goes
     // past the parser in disguise, so that options may still stand anywhere.
