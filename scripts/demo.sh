@@ -7,9 +7,14 @@ bash scripts/deps.sh
 cmake -S . -B build/qt6 -DCMAKE_BUILD_TYPE=RelWithDebInfo >/dev/null
 cmake --build build/qt6 -j"$(nproc)"
 
+# The tool as a user gets it: installed, and found by the README's examples once
+# build/install/bin is on the PATH.
+cmake --install build/qt6 --prefix build/install >/dev/null
+echo "kvt317 is installed in $PWD/build/install/bin"
+
 out=$(mktemp -d)
 trap 'rm -rf "$out"' EXIT
-kvt317=build/qt6/tools/kvt317
+kvt317=build/install/bin/kvt317
 "$kvt317" check examples/settings.xml examples/bearing-settings.xml
 "$kvt317" convert examples/settings.xml "$out/settings.bin"
 "$kvt317" convert "$out/settings.bin" "$out/settings.xml"

@@ -1,387 +1,609 @@
 #include "Commands.h"
-#include "Document.h"
+#include "Analysis.h"
+#include "Compare.h"
+#include "FrameWalker.h"
+#include "Json.h"
+#include "Tree.h"
+#include "Values.h"
+#include "Writing.h"
 
 #include <BearingSettings.h>
 #include <KVT317_Settings.h>
 
-#include <QDataStream>
-#include <QTextStream>
-
-#include <functional>
+#include <algorithm>
 
 using namespace KVT317XML;
 
+int UsageError(const QString& message, const QString& command)
+{
+    Err() << "kvt317: " << message << "\nTry 'kvt317 "
+          << (command.isEmpty() ? QString() : command + QLatin1Char(' ')) << "--help'.\n";
+    return UsageOrIo;
+}
+
+int Unusable(Document& document)
+{
+    if (!document.readable) {
+        Err() << "kvt317: cannot read '" << document.label << "': " << document.readError << '\n';
+        return UsageOrIo;
+    }
+    if (document.loaded)
+        return Success;
+    Analyse(document);
+    PrintDiagnostics(Err(), document.label, document.diagnostics);
+    return Faults;
+}
+
 namespace {
 
-QTextStream& Out()
+QString Counted(qint64 count, const char* one, const char* many)
 {
-    static QTextStream stream(stdout);
-    return stream;
+    return Grouped(count) + QLatin1Char(' ') + QLatin1String(count == 1 ? one : many);
 }
 
-QTextStream& Err()
+} // namespace
+
+// ---- check ---------------------------------------------------------------------------
+
+int RunCheck(const Options& options)
 {
-    static QTextStream stream(stderr);
-    return stream;
+    int status = Success;
+    qint64 faulty = 0;
+    qint64 errors = 0;
+    qint64 warnings = 0;
+    JsonWriter json;
+    json.BeginObject();
+    json.Key(QStringLiteral("files"));
+    json.BeginArray();
+    for (const QString& path : options.arguments) {
+        const std::unique_ptr<Document> document = LoadDocument(path);
+        if (options.json) {
+            json.BeginObject();
+            json.Key(QStringLiteral("file"));
+            json.String(document->label);
+        }
+        if (!document->readable) {
+            ++faulty;
+            status = UsageOrIo;
+            const QString message =
+                QStringLiteral("cannot read '%1': %2").arg(document->label, document->readError);
+            if (options.json) {
+                json.Key(QStringLiteral("error"));
+                json.String(message);
+                json.EndObject();
+            } else {
+                Err() << "kvt317: " << message << '\n';
+            }
+            continue;
+        }
+        Analyse(*document);
+        const DiagnosticList& diagnostics = document->diagnostics;
+        errors += diagnostics.Errors();
+        warnings += diagnostics.Warnings();
+        if (diagnostics.Count() > 0) {
+            ++faulty;
+            status = std::max(status, static_cast<int>(Faults));
+        }
+        if (options.json) {
+            json.Key(QStringLiteral("form"));
+            json.String(FormName(document->form));
+            json.Key(QStringLiteral("type"));
+            json.String(document->type);
+            json.Key(QStringLiteral("errors"));
+            json.Number(diagnostics.Errors());
+            json.Key(QStringLiteral("warnings"));
+            json.Number(diagnostics.Warnings());
+            if (!options.quiet) {
+                json.Key(QStringLiteral("diagnostics"));
+                json.BeginArray();
+                WriteDiagnosticsJson(json, document->label, diagnostics);
+                json.EndArray();
+            }
+            json.EndObject();
+        } else if (!options.quiet) {
+            PrintDiagnostics(Out(), document->label, diagnostics);
+        }
+    }
+    json.EndArray();
+    if (options.json) {
+        json.Key(QStringLiteral("errors"));
+        json.Number(errors);
+        json.Key(QStringLiteral("warnings"));
+        json.Number(warnings);
+        json.EndObject();
+        Out().Write(json.Finish());
+        return status;
+    }
+    Out() << "checked " << Counted(options.arguments.size(), "file", "files") << ", "
+          << Grouped(faulty) << " with faults";
+    if (errors + warnings > 0)
+        Out() << " (" << Counted(errors, "error", "errors") << ", "
+              << Counted(warnings, "warning", "warnings") << ")";
+    Out() << '\n';
+    return status;
 }
 
-QString Label(const QString& path)
+// ---- convert -------------------------------------------------------------------------
+
+int RunConvert(const Options& options)
 {
-    return path == QLatin1String("-") ? QStringLiteral("<stdin>") : path;
+    const QString& output = options.arguments.at(1);
+    Form form = options.to;
+    if (!options.formGiven && !FormFromFileName(output, form))
+        return UsageError(QStringLiteral("cannot tell the output form from '%1'; name it .xml, "
+                                         ".json, .bin or .binz, or use --to")
+                              .arg(output),
+                          QStringLiteral("convert"));
+    const std::unique_ptr<Document> document = LoadDocument(options.arguments.at(0));
+    if (const int status = Unusable(*document))
+        return status;
+    Analyse(*document);
+    WriteRequest request;
+    request.path = output;
+    request.form = form;
+    request.level = options.level;
+    request.force = options.force;
+    return WriteChecked(*document, *document->record, request);
 }
 
-// Prints a document's reports; returns whether it is usable.
-bool Loaded(const Document& document)
-{
-    if (document.loaded)
-        return true;
-    for (const QString& report : document.reports)
-        Err() << Label(document.path) << ": " << report << Qt::endl;
-    return false;
-}
+// ---- show ----------------------------------------------------------------------------
 
-int LoadStatus(const Document& document)
-{
-    return document.readable ? Faults : UsageOrIo;
-}
-
-// Hertz in engineering units.
-QString Hertz(double value)
-{
-    const double magnitude = value < 0 ? -value : value;
-    if (magnitude >= 1e9)
-        return QStringLiteral("%1 GHz").arg(value / 1e9, 0, 'f', 6);
-    if (magnitude >= 1e6)
-        return QStringLiteral("%1 MHz").arg(value / 1e6, 0, 'f', 6);
-    if (magnitude >= 1e3)
-        return QStringLiteral("%1 kHz").arg(value / 1e3, 0, 'f', 3);
-    return QStringLiteral("%1 Hz").arg(value, 0, 'f', 2);
-}
+namespace {
 
 QString Shown(const Record& record, const MemberDescription& member)
 {
+    if (!record.IsMemberSet(member.bit))
+        return QStringLiteral("(unset)");
     const QString text = record.MemberText(member.bit);
-    if (member.kind == MemberKind::Double && member.name.endsWith(QLatin1String("Frequency")))
-        return Hertz(text.toDouble());
-    return text.isEmpty() ? QStringLiteral("\"\"") : text;
+    switch (member.kind) {
+    case MemberKind::Text:
+        return text.isNull()    ? QStringLiteral("(null)")
+               : text.isEmpty() ? QStringLiteral("\"\"")
+                                : text;
+    case MemberKind::Enumeration:
+        return text.isNull() ? QStringLiteral("(invalid)") : text;
+    case MemberKind::DateTime:
+        return text.isEmpty() ? QStringLiteral("(none)") : text;
+    default:
+        break;
+    }
+    const QString unit = Unit(record.GetDescription().name, member.name);
+    if (unit == QLatin1String("Hz"))
+        return Hertz(text, member.precision);
+    return unit.isEmpty() ? text : text + QLatin1Char(' ') + unit;
 }
 
-void ShowRecord(const Record& record, const QString& indent)
+// The widest member name of a block, with its indentation, nested records included.
+int NameWidth(const RecordDescription& description, int indent)
 {
-    QStringList unset;
-    for (const MemberDescription& member : record.GetDescription().members) {
-        if (member.kind == MemberKind::RecordList) {
-            for (int i = 0; i < record.ListSize(member.bit); ++i) {
-                const Record* item = record.ListItem(member.bit, i);
-                Out() << indent << member.name << " " << i + 1 << Qt::endl;
-                ShowRecord(*item, indent + QStringLiteral("  "));
-            }
+    int width = 0;
+    for (const MemberDescription& member : description.members) {
+        if (member.kind == MemberKind::RecordList)
             continue;
-        }
-        if (!record.IsMemberSet(member.bit)) {
-            unset.append(member.name);
-            continue;
-        }
-        if (member.kind == MemberKind::Record) {
-            const Record* child = record.Child(member.bit);
-            QStringList values;
-            for (const MemberDescription& inner : child->GetDescription().members)
-                values.append(child->IsMemberSet(inner.bit) ? Shown(*child, inner)
-                                                            : QStringLiteral("(unset)"));
-            Out() << indent << QStringLiteral("%1").arg(member.name, -22)
-                  << values.join(QStringLiteral(" .. ")) << Qt::endl;
-            continue;
-        }
-        Out() << indent << QStringLiteral("%1").arg(member.name, -22) << Shown(record, member)
-              << Qt::endl;
+        width = std::max(width, indent + static_cast<int>(member.name.size()));
+        if (member.kind == MemberKind::Record)
+            width = std::max(width, NameWidth(*member.nested(), indent + 2));
     }
-    if (!unset.isEmpty())
-        Out() << indent << QStringLiteral("%1").arg(QStringLiteral("unset:"), -22)
-              << unset.join(QStringLiteral(", ")) << Qt::endl;
+    return width;
 }
 
-void DiffRecords(const Record& a, const Record& b, const QString& path, int& differences)
+void ShowMembers(const Record& record, int indent, int width)
 {
-    for (const MemberDescription& member : a.GetDescription().members) {
-        const QString name = path + member.name;
-        if (member.kind == MemberKind::RecordList) {
-            const int sizeA = a.ListSize(member.bit);
-            const int sizeB = b.ListSize(member.bit);
-            for (int i = 0; i < qMax(sizeA, sizeB); ++i) {
-                const QString item = QStringLiteral("%1[%2]").arg(name).arg(i + 1);
-                if (i >= sizeA || i >= sizeB) {
-                    Out() << item << ": only in " << (i < sizeA ? "A" : "B") << Qt::endl;
-                    ++differences;
-                } else {
-                    DiffRecords(*a.ListItem(member.bit, i), *b.ListItem(member.bit, i),
-                                item + QLatin1Char('.'), differences);
-                }
-            }
+    const RecordDescription& description = record.GetDescription();
+    for (const int bit : WriteOrder(description)) {
+        const MemberDescription& member = description.members[bit];
+        if (member.kind == MemberKind::RecordList)
+            continue;
+        const QString name = QString(indent, QLatin1Char(' ')) + member.name;
+        if (member.kind == MemberKind::Record && record.IsMemberSet(bit)) {
+            Out() << name << '\n';
+            ShowMembers(*record.Child(bit), indent + 2, width);
             continue;
         }
-        const bool setA = a.IsMemberSet(member.bit);
-        const bool setB = b.IsMemberSet(member.bit);
-        if (!setA && !setB)
+        Out() << name.leftJustified(width + 2) << Printable(Shown(record, member)) << '\n';
+    }
+}
+
+QString ItemHeading(const QString& path, const Record& item)
+{
+    const MemberDescription* name = item.GetDescription().FindName(QStringLiteral("Name"));
+    if (!name || !item.IsMemberSet(name->bit) || item.MemberText(name->bit).isNull())
+        return path;
+    return QStringLiteral("%1 (\"%2\")").arg(path, item.MemberText(name->bit));
+}
+
+void ShowRecord(const Record& record)
+{
+    const RecordDescription& description = record.GetDescription();
+    ShowMembers(record, 2, NameWidth(description, 2));
+    for (const MemberDescription& member : description.members) {
+        if (member.kind != MemberKind::RecordList)
             continue;
-        if (member.kind == MemberKind::Record && setA && setB) {
-            DiffRecords(*a.Child(member.bit), *b.Child(member.bit), name + QLatin1Char('.'),
-                        differences);
-            continue;
-        }
-        const QString textA = setA ? a.MemberText(member.bit) : QStringLiteral("(unset)");
-        const QString textB = setB ? b.MemberText(member.bit) : QStringLiteral("(unset)");
-        if (setA != setB || textA != textB) {
-            Out() << name << ": " << textA << " -> " << textB << Qt::endl;
-            ++differences;
+        const int width = NameWidth(*member.nested(), 2);
+        for (int i = 0; i < record.ListSize(member.bit); ++i) {
+            const Record& item = *record.ListItem(member.bit, i);
+            Out() << Printable(
+                         ItemHeading(QStringLiteral("%1[%2]").arg(member.name).arg(i + 1), item))
+                  << '\n';
+            ShowMembers(item, 2, width);
         }
     }
+}
+
+QString Heading(const Document& document)
+{
+    QString heading =
+        QStringLiteral("%1: %2, %3").arg(document.label, document.type, FormName(document.form));
+    for (const MemberDescription& member : document.record->GetDescription().members) {
+        if (member.kind == MemberKind::RecordList) {
+            const int size = document.record->ListSize(member.bit);
+            heading += QStringLiteral(", %1 %2").arg(Grouped(size), size == 1 ? "item" : "items");
+        }
+    }
+    return heading;
+}
+
+} // namespace
+
+int RunShow(const Options& options)
+{
+    const std::unique_ptr<Document> document = LoadDocument(options.arguments.at(0));
+    if (const int status = Unusable(*document))
+        return status;
+    if (options.json) {
+        JsonWriter json;
+        json.BeginObject();
+        json.Key(QStringLiteral("file"));
+        json.String(document->label);
+        json.Key(QStringLiteral("form"));
+        json.String(FormName(document->form));
+        json.Key(QStringLiteral("type"));
+        json.String(document->type);
+        json.Key(QStringLiteral("document"));
+        json.BeginObject();
+        json.Key(document->type);
+        WriteRecordJson(json, *document->record);
+        json.EndObject();
+        json.EndObject();
+        Out().Write(json.Finish());
+        return Success;
+    }
+    Out() << Heading(*document) << '\n';
+    ShowRecord(*document->record);
+    return Success;
 }
 
 // ---- dump ----------------------------------------------------------------------------
 
-class Dumper
+namespace {
+
+QString TagText(qint32 tag)
+{
+    return Hex32(static_cast<quint32>(tag));
+}
+
+QString MemberName(const MemberDescription* member)
+{
+    return member ? member->name : QStringLiteral("(unknown)");
+}
+
+// Lists a frame line by line: offset, tag, member name, length and decoded value.
+class TextDump : public FrameWalker
 {
 public:
-    explicit Dumper(const QByteArray& frame)
-        : m_frame(frame)
+    TextDump(const QByteArray& frame, const RecordDescription& description)
+        : FrameWalker(frame)
+        , m_description(description)
     {
-    }
-
-    // Lists the frame; false at the first inconsistency.
-    bool Run(const RecordDescription& description)
-    {
-        qint32 tag = 0;
-        qint32 length = 0;
-        if (!ReadInt(0, tag) || !ReadInt(4, length))
-            return Fail(0, QStringLiteral("a frame head of 8 bytes"));
-        Line(0, 0,
-             QStringLiteral("frame %1 %2, length %3").arg(Hex(tag), description.name).arg(length));
-        if (length < 0 || 8 + qint64(length) > m_frame.size())
-            return Fail(4, QStringLiteral("a record length of at most %1").arg(m_frame.size() - 8));
-        if (!Entries(description, 8, 8 + length, 1))
-            return false;
-        if (8 + length != m_frame.size())
-            return Fail(8 + length, QStringLiteral("the end of the data after the frame"));
-        return true;
     }
 
 private:
-    bool Entries(const RecordDescription& description, qint64 from, qint64 to, int depth)
-    {
-        qint64 offset = from;
-        while (offset < to) {
-            qint32 tag = 0;
-            qint32 length = 0;
-            if (offset + 8 > to || !ReadInt(offset, tag) || !ReadInt(offset + 4, length))
-                return Fail(offset, QStringLiteral("an entry head of 8 bytes within the frame"));
-            if (length < 0 || offset + 8 + length > to)
-                return Fail(offset + 4,
-                            QStringLiteral("a payload length of at most %1").arg(to - offset - 8));
-            const qint64 payload = offset + 8;
-            const MemberDescription* member = description.FindTag(static_cast<quint32>(tag));
-            const QString head =
-                QStringLiteral("%1 %2, length %3")
-                    .arg(Hex(tag), member ? member->name : QStringLiteral("(unknown)"))
-                    .arg(length);
-            if (!member) {
-                Line(offset, depth,
-                     head + QStringLiteral(": ") +
-                         m_frame.mid(payload, qMin(length, 32)).toHex(' ') +
-                         (length > 32 ? " ..." : ""));
-            } else if (member->kind == MemberKind::Record) {
-                Line(offset, depth, head);
-                if (!Entries(*member->nested(), payload, payload + length, depth + 1))
-                    return false;
-            } else if (member->kind == MemberKind::RecordList) {
-                qint32 count = 0;
-                if (length < 4 || !ReadInt(payload, count))
-                    return Fail(payload, QStringLiteral("a 4-byte item count"));
-                Line(offset, depth, head + QStringLiteral(", %1 items").arg(count));
-                qint64 item = payload + 4;
-                for (qint32 i = 0; i < count; ++i) {
-                    qint32 itemLength = 0;
-                    if (item + 4 > payload + length || !ReadInt(item, itemLength))
-                        return Fail(
-                            item,
-                            QStringLiteral("the length of item %1 of %2").arg(i + 1).arg(count));
-                    if (itemLength < 0 || item + 4 + itemLength > payload + length)
-                        return Fail(item, QStringLiteral("an item length of at most %1")
-                                              .arg(payload + length - item - 4));
-                    Line(item, depth + 1,
-                         QStringLiteral("item %1, length %2").arg(i + 1).arg(itemLength));
-                    if (!Entries(*member->nested(), item + 4, item + 4 + itemLength, depth + 2))
-                        return false;
-                    item += 4 + itemLength;
-                }
-                if (item != payload + length)
-                    return Fail(
-                        item,
-                        QStringLiteral("the end of the list at offset %1").arg(payload + length));
-            } else if (member->kind == MemberKind::Integer) {
-                if (length != 8)
-                    return Fail(offset + 4,
-                                QStringLiteral("a payload length of 8 for a whole number"));
-                qint64 value = 0;
-                QDataStream stream(m_frame.mid(payload, 8));
-                stream >> value;
-                Line(offset, depth, head + QStringLiteral(": %1").arg(value));
-            } else {
-                qint32 count = 0;
-                if (length < 4 || !ReadInt(payload, count) || (count != -1 && count != length - 4))
-                    return Fail(payload, QStringLiteral("a text of %1 bytes").arg(length - 4));
-                const QString text = count < 0
-                                         ? QStringLiteral("(null)")
-                                         : QLatin1Char('"') +
-                                               QString::fromUtf8(m_frame.mid(payload + 4, count)) +
-                                               QLatin1Char('"');
-                Line(offset, depth, head + QStringLiteral(": ") + text);
-            }
-            offset = payload + length;
-        }
-        return true;
-    }
-
-    bool ReadInt(qint64 offset, qint32& value) const
-    {
-        if (offset + 4 > m_frame.size())
-            return false;
-        QDataStream stream(m_frame.mid(offset, 4));
-        stream >> value;
-        return true;
-    }
-
-    static QString Hex(qint32 value)
-    {
-        return QStringLiteral("0x") + QString::number(static_cast<quint32>(value), 16)
-                                          .rightJustified(8, QLatin1Char('0'))
-                                          .toUpper();
-    }
-
     void Line(qint64 offset, int depth, const QString& text)
     {
         Out() << QString::number(offset).rightJustified(8, QLatin1Char(' ')) << "  "
-              << QString(depth * 2, QLatin1Char(' ')) << text << Qt::endl;
+              << QString(depth * 2, QLatin1Char(' ')) << text << '\n';
     }
 
-    bool Fail(qint64 offset, const QString& expected)
+    QString Head(const Entry& entry) const
     {
-        Out() << "damaged at offset " << offset << ": expected " << expected << Qt::endl;
-        return false;
+        return QStringLiteral("%1 %2, length %3")
+            .arg(TagText(entry.tag), MemberName(entry.member))
+            .arg(entry.length);
     }
 
-    QByteArray m_frame;
+    void OnFrame(qint32 tag, qint32 length) override
+    {
+        Line(0, 0,
+             QStringLiteral("frame %1 %2, length %3")
+                 .arg(TagText(tag), m_description.name)
+                 .arg(length));
+    }
+    void OnUnknown(const Entry& entry) override
+    {
+        Line(entry.offset, entry.depth,
+             Head(entry) + QStringLiteral(": ") +
+                 Frame().mid(static_cast<int>(entry.Payload()), qMin(entry.length, 32)).toHex(' ') +
+                 (entry.length > 32 ? " ..." : ""));
+    }
+    void OnInteger(const Entry& entry, qint64 value) override
+    {
+        Line(entry.offset, entry.depth, Head(entry) + QStringLiteral(": %1").arg(value));
+    }
+    void OnText(const Entry& entry, const QByteArray& bytes, bool null) override
+    {
+        Line(entry.offset, entry.depth,
+             Head(entry) + QStringLiteral(": ") +
+                 (null
+                      ? QStringLiteral("(null)")
+                      : QLatin1Char('"') + Printable(QString::fromUtf8(bytes)) + QLatin1Char('"')));
+    }
+    void OnRecordBegin(const Entry& entry) override
+    {
+        Line(entry.offset, entry.depth, Head(entry));
+    }
+    void OnListBegin(const Entry& entry, qint32 count) override
+    {
+        Line(entry.offset, entry.depth,
+             Head(entry) + QStringLiteral(", %1 %2").arg(count).arg(count == 1 ? "item" : "items"));
+    }
+    void OnItemBegin(const Entry& list, qint64 offset, int index, qint32 length) override
+    {
+        Line(offset, list.depth + 1,
+             QStringLiteral("item %1, length %2").arg(index + 1).arg(length));
+    }
+    void OnDamage(qint64 offset, const QString& expected) override
+    {
+        Out() << "damaged at offset " << offset << ": expected " << expected << '\n';
+    }
+
+    const RecordDescription& m_description;
+};
+
+// The same as JSON: the frame and its entries, nested as the frame nests them.
+class JsonDump : public FrameWalker
+{
+public:
+    JsonDump(const QByteArray& frame, const RecordDescription& description, JsonWriter& json)
+        : FrameWalker(frame)
+        , m_description(description)
+        , m_json(json)
+    {
+    }
+
+    void Close()
+    {
+        // A damaged frame leaves entries open; they end where the damage is.
+        while (m_open > 0) {
+            m_json.EndArray();
+            m_json.EndObject();
+            --m_open;
+        }
+    }
+
+private:
+    void Begin(qint64 offset)
+    {
+        m_json.BeginObject();
+        m_json.Key(QStringLiteral("offset"));
+        m_json.Number(offset);
+    }
+    void Head(const Entry& entry)
+    {
+        Begin(entry.offset);
+        m_json.Key(QStringLiteral("tag"));
+        m_json.String(TagText(entry.tag));
+        m_json.Key(QStringLiteral("member"));
+        entry.member ? m_json.String(entry.member->name) : m_json.Null();
+        m_json.Key(QStringLiteral("length"));
+        m_json.Number(entry.length);
+    }
+    void OpenEntries(const char* key)
+    {
+        m_json.Key(QLatin1String(key));
+        m_json.BeginArray();
+        ++m_open;
+    }
+    void CloseEntries()
+    {
+        m_json.EndArray();
+        m_json.EndObject();
+        --m_open;
+    }
+
+    void OnFrame(qint32 tag, qint32 length) override
+    {
+        Begin(0);
+        m_json.Key(QStringLiteral("tag"));
+        m_json.String(TagText(tag));
+        m_json.Key(QStringLiteral("record"));
+        m_json.String(m_description.name);
+        m_json.Key(QStringLiteral("length"));
+        m_json.Number(length);
+        OpenEntries("entries");
+    }
+    void OnUnknown(const Entry& entry) override
+    {
+        Head(entry);
+        m_json.Key(QStringLiteral("bytes"));
+        m_json.String(QLatin1String("") +
+                      QString::fromLatin1(
+                          Frame().mid(static_cast<int>(entry.Payload()), entry.length).toHex(' ')));
+        m_json.EndObject();
+    }
+    void OnInteger(const Entry& entry, qint64 value) override
+    {
+        Head(entry);
+        m_json.Key(QStringLiteral("value"));
+        m_json.Number(value);
+        m_json.EndObject();
+    }
+    void OnText(const Entry& entry, const QByteArray& bytes, bool null) override
+    {
+        Head(entry);
+        m_json.Key(QStringLiteral("value"));
+        m_json.String(null ? QString() : QString::fromUtf8(bytes));
+        m_json.EndObject();
+    }
+    void OnRecordBegin(const Entry& entry) override
+    {
+        Head(entry);
+        OpenEntries("entries");
+    }
+    void OnRecordEnd(const Entry&) override { CloseEntries(); }
+    void OnListBegin(const Entry& entry, qint32 count) override
+    {
+        Head(entry);
+        m_json.Key(QStringLiteral("count"));
+        m_json.Number(count);
+        OpenEntries("items");
+    }
+    void OnItemBegin(const Entry&, qint64 offset, int, qint32 length) override
+    {
+        Begin(offset);
+        m_json.Key(QStringLiteral("length"));
+        m_json.Number(length);
+        OpenEntries("entries");
+    }
+    void OnItemEnd(const Entry&, qint64, int, qint32) override { CloseEntries(); }
+    void OnListEnd(const Entry&) override { CloseEntries(); }
+    void OnDamage(qint64 offset, const QString& expected) override
+    {
+        Close();
+        damage = {offset, expected};
+    }
+
+public:
+    std::pair<qint64, QString> damage;
+
+private:
+    const RecordDescription& m_description;
+    JsonWriter& m_json;
+    int m_open = 0;
 };
 
 } // namespace
 
-int Check(const QStringList& files)
+int RunDump(const Options& options)
 {
-    int faulty = 0;
-    int status = Success;
-    for (const QString& path : files) {
-        Document document = LoadDocument(path);
-        if (document.loaded)
-            document.record->Check(true);
-        for (const QString& report : document.reports)
-            Out() << Label(path) << ": " << report << Qt::endl;
-        if (document.HasErrors()) {
-            ++faulty;
-            status = qMax(status, static_cast<int>(LoadStatus(document)));
+    const std::unique_ptr<Document> document = LoadDocument(options.arguments.at(0));
+    if (!document->readable)
+        return Unusable(*document);
+    if (document->form == Form::Xml || document->form == Form::Json) {
+        Err() << "kvt317: " << document->label << " is " << FormName(document->form)
+              << "; dump lists binary documents\n";
+        return UsageOrIo;
+    }
+    const RecordDescription* description = FindDescription(document->type);
+    if (document->frame.size() < 8 || !description || document->diagnostics.Count() > 0) {
+        // The frame cannot be walked: too short, not inflated, or of no known type.
+        Analyse(*document);
+        PrintDiagnostics(Err(), document->label, document->diagnostics);
+        return Faults;
+    }
+    if (!options.json) {
+        TextDump dump(document->frame, *description);
+        return dump.Walk(*description) ? Success : Faults;
+    }
+    JsonWriter json;
+    json.BeginObject();
+    json.Key(QStringLiteral("frame"));
+    JsonDump dump(document->frame, *description, json);
+    const bool whole = dump.Walk(*description);
+    dump.Close();
+    if (!whole) {
+        json.Key(QStringLiteral("damage"));
+        json.BeginObject();
+        json.Key(QStringLiteral("offset"));
+        json.Number(dump.damage.first);
+        json.Key(QStringLiteral("expected"));
+        json.String(dump.damage.second);
+        json.EndObject();
+    }
+    json.EndObject();
+    Out().Write(json.Finish());
+    return whole ? Success : Faults;
+}
+
+// ---- diff ----------------------------------------------------------------------------
+
+int RunDiff(const Options& options)
+{
+    const std::unique_ptr<Document> a = LoadDocument(options.arguments.at(0));
+    const std::unique_ptr<Document> b = LoadDocument(options.arguments.at(1));
+    const int statusA = Unusable(*a);
+    const int statusB = Unusable(*b);
+    if (statusA || statusB)
+        return std::max(statusA, statusB);
+    const bool sameType = a->type == b->type;
+    const std::vector<Difference> differences =
+        sameType ? CompareRecords(*a->record, *b->record) : std::vector<Difference>();
+    const bool equal = sameType && differences.empty();
+    if (options.json) {
+        JsonWriter json;
+        json.BeginObject();
+        json.Key(QStringLiteral("equal"));
+        json.Bool(equal);
+        if (!sameType) {
+            json.Key(QStringLiteral("types"));
+            json.BeginArray();
+            json.String(a->type);
+            json.String(b->type);
+            json.EndArray();
         }
-    }
-    Out() << "checked " << files.size() << (files.size() == 1 ? " file, " : " files, ") << faulty
-          << " with faults" << Qt::endl;
-    return status == Success && faulty > 0 ? Faults : status;
-}
-
-int Convert(const QString& input, const QString& output, QString form, int level)
-{
-    if (form.isEmpty()) {
-        if (output.endsWith(QLatin1String(".xml")))
-            form = QStringLiteral("xml");
-        else if (output.endsWith(QLatin1String(".binz")))
-            form = QStringLiteral("compressed");
-        else if (output.endsWith(QLatin1String(".bin")))
-            form = QStringLiteral("binary");
-        else {
-            Err() << "kvt317 convert: cannot tell the output form from '" << output
-                  << "'; use --to xml|binary|compressed" << Qt::endl;
-            return UsageOrIo;
+        json.Key(QStringLiteral("differences"));
+        json.BeginArray();
+        for (const Difference& difference : differences) {
+            json.BeginObject();
+            json.Key(QStringLiteral("path"));
+            json.String(difference.path);
+            if (difference.onlyInA || difference.onlyInB) {
+                json.Key(QStringLiteral("only"));
+                json.String(difference.onlyInA ? QStringLiteral("A") : QStringLiteral("B"));
+            } else {
+                json.Key(QStringLiteral("a"));
+                json.String(difference.a);
+                json.Key(QStringLiteral("b"));
+                json.String(difference.b);
+            }
+            json.EndObject();
         }
+        json.EndArray();
+        json.EndObject();
+        Out().Write(json.Finish());
+        return equal ? Success : Faults;
     }
-    const Document document = LoadDocument(input);
-    if (!Loaded(document))
-        return LoadStatus(document);
-    const QString error = SaveDocument(*document.record, output, form, level);
-    if (!error.isEmpty()) {
-        Err() << "kvt317 convert: " << error << Qt::endl;
-        return UsageOrIo;
+    if (!sameType)
+        Out() << "A is " << a->type << ", B is " << b->type << '\n';
+    for (const Difference& difference : differences) {
+        if (difference.onlyInA || difference.onlyInB)
+            Out() << difference.path << ": only in " << (difference.onlyInA ? "A" : "B") << '\n';
+        else
+            Out() << difference.path << ": " << Printable(difference.a) << " -> "
+                  << Printable(difference.b) << '\n';
     }
-    return Success;
-}
-
-int Show(const QString& file)
-{
-    const Document document = LoadDocument(file);
-    if (!Loaded(document))
-        return LoadStatus(document);
-    Out() << Label(file) << ": " << document.type << ", " << document.FormName() << Qt::endl;
-    ShowRecord(*document.record, QStringLiteral("  "));
-    return Success;
-}
-
-int Dump(const QString& file)
-{
-    const Document document = LoadDocument(file);
-    if (!document.readable) {
-        Err() << Label(file) << ": cannot read the input" << Qt::endl;
-        return UsageOrIo;
-    }
-    if (document.form == Document::Form::Xml) {
-        Err() << Label(file) << ": an XML document; dump lists binary documents" << Qt::endl;
-        return UsageOrIo;
-    }
-    QString fault;
-    const QByteArray frame = REPORTGENERATOR::IRGObject::PlainFrame(document.bytes, &fault);
-    if (frame.isNull()) {
-        Out() << "damaged: " << fault << Qt::endl;
-        return Faults;
-    }
-    if (document.form == Document::Form::Compressed)
-        Out() << "compressed: " << document.bytes.size() << " bytes, inflated to " << frame.size()
-              << " bytes" << Qt::endl;
-    const RecordDescription* description = nullptr;
-    for (const RecordDescription* candidate : AllRecordDescriptions())
-        if (candidate->name == document.type)
-            description = candidate;
-    if (!description) {
-        Out() << "damaged at offset 0: expected the tag of a known record type" << Qt::endl;
-        return Faults;
-    }
-    return Dumper(frame).Run(*description) ? Success : Faults;
-}
-
-int Diff(const QString& first, const QString& second)
-{
-    const Document a = LoadDocument(first);
-    const Document b = LoadDocument(second);
-    if (!Loaded(a) || !Loaded(b))
-        return qMax(LoadStatus(a), LoadStatus(b));
-    if (a.type != b.type) {
-        Out() << "A is " << a.type << ", B is " << b.type << Qt::endl;
-        return Faults;
-    }
-    int differences = 0;
-    DiffRecords(*a.record, *b.record, QString(), differences);
-    const bool equal = a.record->Equals(*b.record);
-    if (equal && differences == 0)
-        Out() << "equal" << Qt::endl;
+    if (equal)
+        Out() << "equal\n";
     return equal ? Success : Faults;
 }
 
-int New(bool bearing, const QString& output)
+// ---- new -----------------------------------------------------------------------------
+
+std::unique_ptr<Record> StartingDetail(int position)
 {
-    std::unique_ptr<Record> record;
+    auto detail = std::make_unique<KVT317SettingsDetail>();
+    detail->ResetToDefault();
+    detail->SetName(QStringLiteral("Setting %1").arg(position));
+    detail->Setindex(position);
+    detail->SetAverageMode(KVT317SettingsDetail::AverageMode_OFF);
+    detail->SetBandwidthDF(KVT317SettingsDetail::BandwidthDF_1_00_kHz);
+    detail->SetScanMemoryID(0);
+    detail->SetStopTime(QDateTime());
+    detail->GetFrequencyRange().ResetToDefault();
+    return detail;
+}
+
+std::unique_ptr<Record> StartingDocument(bool bearing)
+{
     if (bearing) {
         auto settings = std::make_unique<BearingSettings>();
         settings->SetName(QStringLiteral("Bearing 1"));
@@ -389,27 +611,91 @@ int New(bool bearing, const QString& output)
         settings->SetFrequency(100000000.0);
         settings->SetDFMode(BearingSettings::DFMode_Norm);
         settings->SetAveragingTime(1000);
-        record = std::move(settings);
-    } else {
-        KVT317SettingsDetail detail;
-        detail.ResetToDefault();
-        detail.SetName(QStringLiteral("Setting 1"));
-        detail.Setindex(1);
-        detail.SetAverageMode(KVT317SettingsDetail::AverageMode_OFF);
-        detail.SetBandwidthDF(KVT317SettingsDetail::BandwidthDF_1_00_kHz);
-        detail.SetScanMemoryID(0);
-        detail.SetStopTime(QDateTime());
-        detail.GetFrequencyRange().ResetToDefault();
-        auto settings = std::make_unique<KVT317_Settings>();
-        settings->SetValidate(true);
-        settings->AppendKVT317SettingsDetail(detail);
-        record = std::move(settings);
+        return settings;
     }
-    record->SetValidate(true);
-    const QString error = SaveDocument(*record, output, QStringLiteral("xml"), -1);
+    auto settings = std::make_unique<KVT317_Settings>();
+    settings->AppendKVT317SettingsDetail(
+        static_cast<const KVT317SettingsDetail&>(*StartingDetail(1)));
+    return settings;
+}
+
+int RunNew(const Options& options)
+{
+    const QString output = options.output.isEmpty() ? QStringLiteral("-") : options.output;
+    Form form = options.to;
+    if (!options.formGiven && output != QLatin1String("-") && !FormFromFileName(output, form))
+        return UsageError(QStringLiteral("cannot tell the output form from '%1'; name it .xml, "
+                                         ".json, .bin or .binz, or use --to")
+                              .arg(output),
+                          QStringLiteral("new"));
+    const std::unique_ptr<Record> record = StartingDocument(options.bearing);
+    const QString error = WriteOutput(output, Serialise(*record, form, options.level));
     if (!error.isEmpty()) {
-        Err() << "kvt317 new: " << error << Qt::endl;
+        Err() << "kvt317: " << error << '\n';
         return UsageOrIo;
+    }
+    return Success;
+}
+
+// ---- members -------------------------------------------------------------------------
+
+int RunMembers(const Options& options)
+{
+    std::vector<const RecordDescription*> records;
+    if (options.arguments.isEmpty()) {
+        records = AllRecordDescriptions();
+    } else {
+        const RecordDescription* description = FindDescription(options.arguments.at(0));
+        if (!description) {
+            QStringList names;
+            for (const RecordDescription* candidate : AllRecordDescriptions())
+                names.append(candidate->name);
+            return UsageError(QStringLiteral("no record type '%1'; the types are %2")
+                                  .arg(options.arguments.at(0), names.join(QStringLiteral(", "))),
+                              QStringLiteral("members"));
+        }
+        records.push_back(description);
+    }
+    bool first = true;
+    for (const RecordDescription* description : records) {
+        // The defaults a document takes: a new record's, where it has one to give.
+        const std::unique_ptr<Record> fresh = NewRecord(description->name);
+        fresh->SetLogger(nullptr);
+        fresh->ResetToDefault();
+        std::vector<QStringList> rows;
+        rows.push_back({QStringLiteral("member"), QStringLiteral("kind"), QStringLiteral("default"),
+                        QStringLiteral("required"), QStringLiteral("allowed")});
+        for (const int bit : WriteOrder(*description)) {
+            const MemberDescription& member = description->members[bit];
+            QString kind = KindName(member);
+            if (member.attribute)
+                kind += QStringLiteral(", attribute");
+            const bool hasDefault = member.kind != MemberKind::Record &&
+                                    member.kind != MemberKind::RecordList &&
+                                    fresh->IsMemberSet(bit);
+            rows.push_back(
+                {member.name, kind, hasDefault ? fresh->MemberText(bit) : QStringLiteral("-"),
+                 member.required ? QStringLiteral("yes") : QStringLiteral("no"),
+                 member.kind == MemberKind::Enumeration ? AllowedNames(member) : QString()});
+        }
+        std::vector<int> widths(4, 0);
+        for (const QStringList& row : rows)
+            for (int column = 0; column < 4; ++column)
+                widths[static_cast<std::size_t>(column)] = std::max(
+                    widths[static_cast<std::size_t>(column)], static_cast<int>(row[column].size()));
+        if (!first)
+            Out() << '\n';
+        first = false;
+        Out() << description->name << '\n';
+        for (const QStringList& row : rows) {
+            QString line = QStringLiteral("  ");
+            for (int column = 0; column < 4; ++column)
+                line += row[column].leftJustified(widths[static_cast<std::size_t>(column)] + 2);
+            line += row[4];
+            while (line.endsWith(QLatin1Char(' ')))
+                line.chop(1);
+            Out() << line << '\n';
+        }
     }
     return Success;
 }

@@ -1,13 +1,43 @@
 #pragma once
 
+#include "Document.h"
+#include "Output.h"
+
 #include <QStringList>
 
-// Exit statuses of the tool.
-enum ExitStatus { Success = 0, Faults = 1, UsageOrIo = 2 };
+// What the command line asked for.
+struct Options {
+    QStringList arguments; // the command's positional arguments
+    bool quiet = false;
+    bool force = false;
+    bool bearing = false;
+    bool json = false; // --format json
+    bool formGiven = false;
+    Form to = Form::Xml;
+    int level = -1;
+    QString output;
+};
 
-int Check(const QStringList& files);
-int Convert(const QString& input, const QString& output, QString form, int level);
-int Show(const QString& file);
-int Dump(const QString& file);
-int Diff(const QString& first, const QString& second);
-int New(bool bearing, const QString& output);
+int RunCheck(const Options& options);
+int RunConvert(const Options& options);
+int RunShow(const Options& options);
+int RunDump(const Options& options);
+int RunDiff(const Options& options);
+int RunNew(const Options& options);
+int RunMembers(const Options& options);
+int RunGet(const Options& options);
+int RunSet(const Options& options);
+int RunUnset(const Options& options);
+int RunAdd(const Options& options);
+int RunRemove(const Options& options);
+
+// Prints why a document cannot be used (it could not be read, or the library refused it)
+// and returns the exit status; Success when it can be used.
+int Unusable(Document& document);
+
+// A usage error: "kvt317: MESSAGE" and a pointer to the help; returns UsageOrIo.
+int UsageError(const QString& message, const QString& command = QString());
+
+// The complete, valid document that new writes, and the detail that add appends.
+std::unique_ptr<KVT317XML::Record> StartingDocument(bool bearing);
+std::unique_ptr<KVT317XML::Record> StartingDetail(int position);

@@ -1,0 +1,106 @@
+#include "Compare.h"
+
+using namespace KVT317XML;
+
+namespace {
+
+QString Join(const QString& path, const QString& name)
+{
+    return path.isEmpty() ? name : path + QLatin1Char('.') + name;
+}
+
+QString MemberShown(const Record& record, const MemberDescription& member)
+{
+    if (!record.IsMemberSet(member.bit))
+        return QStringLiteral("(unset)");
+    if (member.kind == MemberKind::Record)
+        return QStringLiteral("(set)");
+    const QString text = record.MemberText(member.bit);
+    return text.isNull() && member.kind == MemberKind::Text ? QStringLiteral("(null)") : text;
+}
+
+// Whether a record, or a record in it, holds a number that is not a number: such a record
+// never equals itself by the library's exact rule, so equal texts are all there is to
+// compare.
+bool HoldsNan(const Record& record)
+{
+    for (const MemberDescription& member : record.GetDescription().members) {
+        if (!record.IsMemberSet(member.bit))
+            continue;
+        if (member.kind == MemberKind::Record && HoldsNan(*record.Child(member.bit)))
+            return true;
+        for (int i = 0; member.kind == MemberKind::RecordList && i < record.ListSize(member.bit);
+             ++i)
+            if (HoldsNan(*record.ListItem(member.bit, i)))
+                return true;
+        if ((member.kind == MemberKind::Float || member.kind == MemberKind::Double) &&
+            record.MemberText(member.bit).endsWith(QLatin1String("nan")))
+            return true;
+    }
+    return false;
+}
+
+void Compare(const Record& a, const Record& b, std::vector<std::pair<int, int>>& steps,
+             const QString& path, std::vector<Difference>& out)
+{
+    const std::size_t before = out.size();
+    const auto add = [&](int bit, const QString& where, const QString& textA,
+                         const QString& textB) {
+        Difference difference;
+        difference.steps = steps;
+        difference.bit = bit;
+        difference.recordPath = path;
+        difference.path = where;
+        difference.a = textA;
+        difference.b = textB;
+        out.push_back(std::move(difference));
+    };
+    for (const MemberDescription& member : a.GetDescription().members) {
+        const QString name = Join(path, member.name);
+        if (member.kind == MemberKind::RecordList) {
+            const int sizeA = a.ListSize(member.bit);
+            const int sizeB = b.ListSize(member.bit);
+            for (int i = 0; i < qMax(sizeA, sizeB); ++i) {
+                const QString item = QStringLiteral("%1[%2]").arg(name).arg(i + 1);
+                if (i < sizeA && i < sizeB) {
+                    steps.emplace_back(member.bit, i);
+                    Compare(*a.ListItem(member.bit, i), *b.ListItem(member.bit, i), steps, item,
+                            out);
+                    steps.pop_back();
+                    continue;
+                }
+                add(member.bit, item, QString(), QString());
+                out.back().onlyInA = i < sizeA;
+                out.back().onlyInB = i >= sizeA;
+            }
+            continue;
+        }
+        const bool setA = a.IsMemberSet(member.bit);
+        const bool setB = b.IsMemberSet(member.bit);
+        if (!setA && !setB)
+            continue;
+        if (member.kind == MemberKind::Record && setA && setB) {
+            steps.emplace_back(member.bit, -1);
+            Compare(*a.Child(member.bit), *b.Child(member.bit), steps, name, out);
+            steps.pop_back();
+            continue;
+        }
+        const QString textA = MemberShown(a, member);
+        const QString textB = MemberShown(b, member);
+        if (setA != setB || textA != textB)
+            add(member.bit, name, textA, textB);
+    }
+    if (out.size() == before && !a.Equals(b) && !HoldsNan(a))
+        add(-1, path, QStringLiteral("(values beyond the decimals written)"),
+            QStringLiteral("(other values)"));
+}
+
+} // namespace
+
+std::vector<Difference> CompareRecords(const Record& a, const Record& b)
+{
+    std::vector<Difference> out;
+    std::vector<std::pair<int, int>> steps;
+    Compare(a, b, steps, QString(), out);
+    return out;
+}

@@ -1,0 +1,179 @@
+#include "Output.h"
+
+#include <QFile>
+#include <QFileInfo>
+#include <QSaveFile>
+
+#include <cerrno>
+#include <cstring>
+#include <unistd.h>
+
+namespace {
+
+QString SystemError(int error)
+{
+    return QString::fromLocal8Bit(std::strerror(error));
+}
+
+// Large enough that a long listing is written in few calls, small enough that output
+// reaches a pipe while the tool is still working.
+constexpr int FlushThreshold = 64 * 1024;
+
+} // namespace
+
+Channel::Channel(int descriptor, bool immediate)
+    : m_descriptor(descriptor)
+    , m_immediate(immediate)
+{
+}
+
+void Channel::Write(const QByteArray& bytes)
+{
+    if (m_errno != 0)
+        return;
+    m_buffer.append(bytes);
+    if (m_immediate || m_buffer.size() >= FlushThreshold)
+        Flush();
+}
+
+Channel& Channel::operator<<(const QString& text)
+{
+    Write(text.toUtf8());
+    return *this;
+}
+
+Channel& Channel::operator<<(const char* text)
+{
+    Write(QByteArray(text));
+    return *this;
+}
+
+Channel& Channel::operator<<(char c)
+{
+    Write(QByteArray(1, c));
+    return *this;
+}
+
+Channel& Channel::operator<<(qint64 number)
+{
+    Write(QByteArray::number(number));
+    return *this;
+}
+
+Channel& Channel::operator<<(int number)
+{
+    Write(QByteArray::number(number));
+    return *this;
+}
+
+bool Channel::Flush()
+{
+    qint64 done = 0;
+    while (m_errno == 0 && done < m_buffer.size()) {
+        const ssize_t written = ::write(m_descriptor, m_buffer.constData() + done,
+                                        static_cast<size_t>(m_buffer.size() - done));
+        if (written < 0 && errno == EINTR)
+            continue;
+        if (written <= 0)
+            m_errno = written < 0 ? errno : EIO;
+        else
+            done += written;
+    }
+    m_buffer.clear();
+    return m_errno == 0;
+}
+
+QString Channel::Error() const
+{
+    return m_errno == 0 ? QString() : SystemError(m_errno);
+}
+
+QString Channel::TakeError()
+{
+    m_reported = true;
+    return Error();
+}
+
+Channel& Out()
+{
+    static Channel channel(STDOUT_FILENO, false);
+    return channel;
+}
+
+Channel& Err()
+{
+    static Channel channel(STDERR_FILENO, true);
+    return channel;
+}
+
+QString InputLabel(const QString& path)
+{
+    return path == QLatin1String("-") ? QStringLiteral("<stdin>") : path;
+}
+
+QString Grouped(qint64 number)
+{
+    QString digits = QString::number(number < 0 ? -number : number);
+    for (int i = digits.size() - 3; i > 0; i -= 3)
+        digits.insert(i, QLatin1Char(','));
+    return number < 0 ? QLatin1Char('-') + digits : digits;
+}
+
+namespace {
+
+// Why a new file cannot be made next to `path`: QSaveFile only says "Unknown error" then.
+QString WhyNotCreatable(const QString& path)
+{
+    const QFileInfo directory(QFileInfo(path).absolutePath());
+    if (!directory.exists())
+        return SystemError(ENOENT);
+    if (!directory.isDir())
+        return SystemError(ENOTDIR);
+    if (!directory.isWritable())
+        return SystemError(EACCES);
+    return QString();
+}
+
+QString CannotWrite(const QString& path, const QString& why)
+{
+    return QStringLiteral("cannot write '%1': %2").arg(path, why);
+}
+
+} // namespace
+
+QString WriteOutput(const QString& path, const QByteArray& bytes)
+{
+    if (path == QLatin1String("-")) {
+        Out().Write(bytes);
+        return Out().Flush()
+                   ? QString()
+                   : QStringLiteral("cannot write to standard output: %1").arg(Out().TakeError());
+    }
+    const QFileInfo info(path);
+    if (info.isDir())
+        return CannotWrite(path, SystemError(EISDIR));
+    if (info.exists() && !info.isFile()) {
+        // A device or a pipe cannot be replaced, and must not be: QSaveFile would put a
+        // regular file in its place.
+        QFile file(path);
+        if (!file.open(QIODevice::WriteOnly | QIODevice::Unbuffered))
+            return CannotWrite(path, file.errorString());
+        if (file.write(bytes) != bytes.size())
+            return CannotWrite(path, file.errorString());
+        return QString();
+    }
+    // Unbuffered, so that a short write is seen at the write rather than lost in a flush.
+    QSaveFile file(path);
+    if (!file.open(QIODevice::WriteOnly | QIODevice::Unbuffered)) {
+        const QString why = WhyNotCreatable(path);
+        return CannotWrite(path, why.isEmpty() ? file.errorString() : why);
+    }
+    if (file.write(bytes) != bytes.size()) {
+        const QString why = file.errorString();
+        file.cancelWriting();
+        return CannotWrite(path, why);
+    }
+    if (!file.commit())
+        return CannotWrite(path, file.errorString());
+    return QString();
+}

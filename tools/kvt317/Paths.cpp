@@ -1,0 +1,180 @@
+#include "Paths.h"
+#include "Values.h"
+
+using namespace KVT317XML;
+
+const MemberDescription& Target::Member() const
+{
+    return record->description->members[bit];
+}
+
+namespace {
+
+struct Segment {
+    QString name;
+    bool selected = false;
+    int position = 0; // from 1
+    bool byName = false;
+    QString itemName;
+};
+
+QString Parse(const QString& text, std::vector<Segment>& segments)
+{
+    int i = 0;
+    while (i < text.size()) {
+        Segment segment;
+        while (i < text.size() && text.at(i) != QLatin1Char('.') && text.at(i) != QLatin1Char('['))
+            segment.name.append(text.at(i++));
+        if (segment.name.isEmpty())
+            return QStringLiteral("'%1': a member name is missing").arg(text);
+        if (i < text.size() && text.at(i) == QLatin1Char('[')) {
+            // The selector ends at the ']' that ends the segment, so that a Name may hold
+            // '.', '[' and ']'.
+            int close = i + 1;
+            for (;; ++close) {
+                close = text.indexOf(QLatin1Char(']'), close);
+                if (close < 0)
+                    return QStringLiteral("'%1': a '[' is not closed").arg(text);
+                if (close + 1 == text.size() || text.at(close + 1) == QLatin1Char('.'))
+                    break;
+            }
+            const QString inside = text.mid(i + 1, close - i - 1);
+            segment.selected = true;
+            if (inside.startsWith(QLatin1String("Name="))) {
+                segment.byName = true;
+                segment.itemName = inside.mid(5);
+            } else {
+                bool ok = false;
+                segment.position = inside.toInt(&ok);
+                if (!ok || segment.position < 1)
+                    return QStringLiteral("'%1': [%2] is neither a position (from 1) nor "
+                                          "Name=...")
+                        .arg(text, inside);
+            }
+            i = close + 1;
+        }
+        if (i < text.size()) {
+            if (text.at(i) != QLatin1Char('.'))
+                return QStringLiteral("'%1': expected '.' after %2").arg(text, segment.name);
+            if (++i == text.size())
+                return QStringLiteral("'%1': a member name is missing at the end").arg(text);
+        }
+        segments.push_back(segment);
+    }
+    if (segments.empty())
+        return QStringLiteral("the path is empty");
+    return QString();
+}
+
+QString Join(const QString& path, const QString& name)
+{
+    return path.isEmpty() ? name : path + QLatin1Char('.') + name;
+}
+
+// The position of the item a segment selects, or an error.
+QString SelectItem(const Node::Member* list, const Segment& segment, const QString& where,
+                   int& index)
+{
+    const int size = list ? static_cast<int>(list->items.size()) : 0;
+    if (!segment.byName) {
+        if (segment.position > size)
+            return QStringLiteral("%1[%2]: the list holds %3 item%4")
+                .arg(where)
+                .arg(segment.position)
+                .arg(size)
+                .arg(size == 1 ? "" : "s");
+        index = segment.position - 1;
+        return QString();
+    }
+    std::vector<int> matches;
+    for (int i = 0; i < size; ++i) {
+        const Node& item = list->items[static_cast<std::size_t>(i)];
+        const MemberDescription* name = item.description->FindName(QStringLiteral("Name"));
+        const Node::Member* value = name ? item.Find(name->bit) : nullptr;
+        if (value && value->text == segment.itemName)
+            matches.push_back(i);
+    }
+    if (matches.empty())
+        return QStringLiteral("%1[Name=%2]: no item has that Name").arg(where, segment.itemName);
+    if (matches.size() > 1)
+        return QStringLiteral("%1[Name=%2]: items %3 and %4 have that Name; select one by "
+                              "position")
+            .arg(where, segment.itemName)
+            .arg(matches[0] + 1)
+            .arg(matches[1] + 1);
+    index = matches[0];
+    return QString();
+}
+
+} // namespace
+
+QString Resolve(Node& root, const QString& path, bool create, Target& target, bool* notSet)
+{
+    if (notSet)
+        *notSet = false;
+    std::vector<std::pair<QString, int>> created;
+    std::vector<Segment> segments;
+    const QString error = Parse(path, segments);
+    if (!error.isEmpty())
+        return error;
+    Node* record = &root;
+    QString recordPath;
+    for (std::size_t s = 0; s < segments.size(); ++s) {
+        const Segment& segment = segments[s];
+        const bool last = s + 1 == segments.size();
+        const MemberDescription* member = record->description->FindName(segment.name);
+        if (!member) {
+            QStringList names;
+            for (const MemberDescription& candidate : record->description->members)
+                names.append(candidate.name);
+            const QString suggestion = Suggestion(segment.name, names);
+            return QStringLiteral("%1 has no member '%2'%3")
+                .arg(recordPath.isEmpty() ? record->description->name : recordPath, segment.name,
+                     suggestion.isNull() ? QString()
+                                         : QStringLiteral("; did you mean '%1'?").arg(suggestion));
+        }
+        const QString memberPath = Join(recordPath, member->name);
+        if (segment.selected && member->kind != MemberKind::RecordList)
+            return QStringLiteral("%1 is not a list").arg(memberPath);
+        if (member->kind == MemberKind::RecordList && segment.selected) {
+            int index = 0;
+            const QString selectError =
+                SelectItem(record->Find(member->bit), segment, memberPath, index);
+            if (!selectError.isEmpty())
+                return selectError;
+            const QString itemPath = QStringLiteral("%1[%2]").arg(memberPath).arg(index + 1);
+            if (last) {
+                target = {record, member->bit, index, recordPath, itemPath, created};
+                return QString();
+            }
+            record = &record->Find(member->bit)->items[static_cast<std::size_t>(index)];
+            recordPath = itemPath;
+            continue;
+        }
+        if (last) {
+            target = {record, member->bit, -1, recordPath, memberPath, created};
+            return QString();
+        }
+        if (member->kind == MemberKind::RecordList)
+            return QStringLiteral("%1 is a list: select an item with [N] or [Name=...]")
+                .arg(memberPath);
+        if (member->kind != MemberKind::Record)
+            return QStringLiteral("%1 is a %2; nothing follows it in a path")
+                .arg(memberPath, KindName(*member));
+        Node::Member* child = record->Find(member->bit);
+        if (!child) {
+            if (!create) {
+                if (notSet)
+                    *notSet = true;
+                return QStringLiteral("%1 is not set").arg(memberPath);
+            }
+            child = &record->Set(member->bit);
+            created.emplace_back(recordPath, member->bit);
+        }
+        if (!child->child)
+            child->child = std::make_unique<Node>(*member->nested());
+        record = child->child.get();
+        recordPath = memberPath;
+    }
+    return QString();
+}

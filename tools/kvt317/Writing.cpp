@@ -1,0 +1,155 @@
+#include "Writing.h"
+#include "Analysis.h"
+#include "Compare.h"
+#include "Output.h"
+#include "Tree.h"
+
+using namespace KVT317XML;
+
+QByteArray Serialise(const Record& record, Form form, int level)
+{
+    record.SetLogger(nullptr);
+    switch (form) {
+    case Form::Xml:
+        return record.GetXmlString().toUtf8();
+    case Form::Json:
+        return DocumentJson(record);
+    case Form::Binary:
+        return record.GetBinaryRepresentationAsQByteArray();
+    case Form::Compressed:
+        return record.GetCompressedBinaryRepresentationAsQByteArray(level);
+    }
+    return QByteArray();
+}
+
+std::unique_ptr<Record> ReadBack(const QByteArray& bytes, Form form, const QString& type,
+                                 QString& reason)
+{
+    ReportTally reports;
+    std::unique_ptr<Record> record;
+    bool read = false;
+    if (form == Form::Json) {
+        JsonRead json = ReadJsonDocument(bytes);
+        if (!json.node || !json.findings.empty()) {
+            reason = json.node ? json.findings.front().message : json.fault;
+            return nullptr;
+        }
+        record = RecordFromNode(*json.node, reports);
+        read = !reports.HasErrors();
+    } else {
+        record = NewRecord(type);
+        record->SetLogger(reports.Logger());
+        QByteArray data = bytes;
+        read = form == Form::Xml ? record->SetXmlString(QString::fromUtf8(bytes), true)
+                                 : record->SetBinaryRepresentation(data);
+    }
+    record->SetLogger(nullptr);
+    if (read)
+        return record;
+    for (const ReportTally::Report& report : reports.Reports())
+        if (report.level == REPORTGENERATOR::LogLevel::Error)
+            reason = report.message;
+    return nullptr;
+}
+
+namespace {
+
+// Adds the differences between two records as findings, located in the input where its
+// positions still fit.
+void AddChanges(const Document& input, const Record& a, const Record& b, bool locatable,
+                const std::function<bool(const QString&, int)>& changed, DiagnosticList& out)
+{
+    for (const Difference& difference : CompareRecords(a, b)) {
+        const Site* site =
+            input.sites && locatable ? ResolveSteps(*input.sites, difference.steps) : nullptr;
+        if (changed && changed(difference.recordPath, difference.bit))
+            continue;
+        QString message;
+        if (difference.bit < 0)
+            message = QStringLiteral("%1 would change on writing: it holds numbers with more "
+                                     "decimals than are written")
+                          .arg(difference.path);
+        else if (difference.onlyInA || difference.onlyInB)
+            message = QStringLiteral("%1 would be %2 on writing")
+                          .arg(difference.path, difference.onlyInA ? "dropped" : "added");
+        else
+            message = QStringLiteral("%1 would change on writing: %2 -> %3")
+                          .arg(difference.path, difference.a, difference.b);
+        const Location where = site ? site->MemberLocation(difference.bit) : Location();
+        out.Add(where, Level::Error, nullptr, -1, message);
+    }
+}
+
+// How many of a list's diagnostics pass a filter, counting those summarised.
+qint64 Count(const DiagnosticList& list, const std::function<bool(const Diagnostic&)>& filter)
+{
+    qint64 count = 0;
+    for (const DiagnosticList::Entry& entry : list.Sorted())
+        if (filter(*entry.diagnostic))
+            count += 1 + entry.more;
+    return count;
+}
+
+} // namespace
+
+int WriteChecked(const Document& input, const Record& record, const WriteRequest& request)
+{
+    const auto relevant = [&request](const Diagnostic& diagnostic) {
+        if (request.superseded && request.superseded(diagnostic))
+            return false;
+        return diagnostic.origin != Diagnostic::Origin::XmlText || request.form == Form::Xml;
+    };
+    const QByteArray bytes = Serialise(record, request.form, request.level);
+    QString reason;
+    const std::unique_ptr<Record> back =
+        ReadBack(bytes, request.form, record.GetObjectName(), reason);
+
+    DiagnosticList changes;
+    if (request.before)
+        AddChanges(input, *request.before, record, request.locatable, request.changed, changes);
+    if (back)
+        AddChanges(input, record, *back, request.locatable, nullptr, changes);
+
+    PrintDiagnostics(Err(), input.label, input.diagnostics, relevant);
+    if (request.findings)
+        PrintDiagnostics(Err(), input.label, *request.findings);
+    PrintDiagnostics(Err(), input.label, changes);
+
+    const QString output =
+        request.path == QLatin1String("-") ? QStringLiteral("<stdout>") : request.path;
+    if (!back) {
+        Err() << "kvt317: " << output << " not written: the " << FormName(request.form)
+              << " written would not read back: " << reason << '\n';
+        return Faults;
+    }
+    const qint64 uncarried = Count(input.diagnostics, [&](const Diagnostic& diagnostic) {
+        return relevant(diagnostic) && diagnostic.origin == Diagnostic::Origin::XmlText;
+    });
+    if (uncarried > 0) {
+        Err() << "kvt317: " << output << " not written: XML cannot carry "
+              << (uncarried == 1 ? QStringLiteral("a text")
+                                 : QStringLiteral("%1 texts").arg(uncarried))
+              << " of the document\n";
+        return Faults;
+    }
+    const qint64 blocking =
+        Count(input.diagnostics,
+              [&](const Diagnostic& diagnostic) {
+                  return relevant(diagnostic) && diagnostic.origin == Diagnostic::Origin::Input;
+              }) +
+        (request.findings ? request.findings->Count() : 0) + changes.Count();
+    if (blocking > 0 && !request.force) {
+        Err() << "kvt317: " << output << " not written: writing would change what the input holds ("
+              << Grouped(blocking) << (blocking == 1 ? " finding" : " findings")
+              << "); --force writes it anyway\n";
+        return Faults;
+    }
+    const QString error = WriteOutput(request.path, bytes);
+    if (!error.isEmpty()) {
+        Err() << "kvt317: " << error << '\n';
+        return UsageOrIo;
+    }
+    if (blocking > 0)
+        Err() << "kvt317: " << output << " written as --force asks, with the changes listed\n";
+    return Success;
+}

@@ -1,0 +1,178 @@
+#!/usr/bin/env bash
+# kvt317 get, set, unset, add and remove: the path syntax, values checked against the
+# member's kind, the file's own form kept, and the same refusal as convert.
+#   edit_test.sh KVT317 EXAMPLES_DIR [sanitized]
+source "$(dirname "$0")/lib.sh"
+
+# ---- get: positions from 1, an item by its Name, the members of a BearingSettings
+run "get by position" 0 kvt317 get examples/settings.xml 'KVT317SettingsDetail[2].FrequencyRange.StartFrequency'
+out <<<"156000000.00"
+run "get by name" 0 kvt317 get examples/settings.bin 'KVT317SettingsDetail[Name=Marine VHF].Threshold'
+out <<<"15"
+run "get bearing" 0 kvt317 get examples/bearing-settings.xml DFMode
+out <<<"Gate"
+run "get record" 0 kvt317 get examples/settings.binz 'KVT317SettingsDetail[2].FrequencyRange'
+out <<'TEXT'
+{
+  "StartFrequency": 156000000.00,
+  "StopFrequency": 162025000.00
+}
+TEXT
+run "get list" 0 kvt317 get examples/settings.xml KVT317SettingsDetail
+grep -c '"Name"' out >count
+same count <<<"3"
+
+# Paths that select nothing: exit 2 with the reason.
+for case in \
+    'KVT317SettingsDetail[5].Threshold|KVT317SettingsDetail[5]: the list holds 3 items' \
+    'KVT317SettingsDetail[Name=Nope].Threshold|KVT317SettingsDetail[Name=Nope]: no item has that Name' \
+    'KVT317SettingsDetail.Threshold|KVT317SettingsDetail is a list: select an item with [N] or [Name=...]' \
+    'KVT317SettingsDetail[1].Thresold|KVT317SettingsDetail[1] has no member '"'"'Thresold'"'"'; did you mean '"'"'Threshold'"'"'?' \
+    'KVT317SettingsDetail[0]|'"'"'KVT317SettingsDetail[0]'"'"': [0] is neither a position (from 1) nor Name=...' \
+    'KVT317SettingsDetail[2].Threshold.Value|KVT317SettingsDetail[2].Threshold is a whole number; nothing follows it in a path' \
+    'KVT317SettingsDetail[1|'"'"'KVT317SettingsDetail[1'"'"': a '"'"'['"'"' is not closed' \
+    'Threshold|KVT317_Settings has no member '"'"'Threshold'"'"''; do
+    run "path ${case%%|*}" 2 kvt317 get examples/settings.xml "${case%%|*}"
+    err <<<"kvt317: examples/settings.xml: ${case#*|}"
+done
+cp examples/settings.xml twins.xml
+run "make twins" 0 kvt317 set twins.xml 'KVT317SettingsDetail[3].Name' 'Marine VHF'
+run "ambiguous name" 2 kvt317 get twins.xml 'KVT317SettingsDetail[Name=Marine VHF].Threshold'
+err <<<"kvt317: twins.xml: KVT317SettingsDetail[Name=Marine VHF]: items 2 and 3 have that Name; select one by position"
+run "name with dots and brackets" 0 kvt317 set twins.xml 'KVT317SettingsDetail[1].Name' 'Band [1.2]'
+run "get name with dots and brackets" 0 kvt317 get twins.xml 'KVT317SettingsDetail[Name=Band [1.2]].index'
+out <<<"1"
+
+# ---- set: in place, in the file's form, each value checked against the member's kind
+cp examples/settings.xml s.xml
+run "set" 0 kvt317 set s.xml 'KVT317SettingsDetail[1].FrequencyRange.StartFrequency' 118.5e6 \
+    'KVT317SettingsDetail[Name=Marine VHF].AntennaPol' LEFT
+diff examples/settings.xml s.xml >changes
+same changes <<'TEXT'
+11c11
+<       <StartFrequency>118000000.00</StartFrequency>
+---
+>       <StartFrequency>118500000.00</StartFrequency>
+24c24
+<     <AntennaPol>HOR</AntennaPol>
+---
+>     <AntennaPol>LEFT</AntennaPol>
+TEXT
+for case in \
+    'AntennaPol|vert|AntennaPol: unknown name '"'"'vert'"'"'; allowed: VERT, HOR, LEFT, RIGHT' \
+    'Threshold|1.5|Threshold: '"'"'1.5'"'"' is not a whole number of 32 bits' \
+    'Threshold|4294967296|Threshold: '"'"'4294967296'"'"' is not a whole number of 32 bits' \
+    'AttenuationHoldValue|1e39|AttenuationHoldValue: '"'"'1e39'"'"' is not a number the member can hold' \
+    'StopTime|2026-02-30T00:00:00Z|StopTime: '"'"'2026-02-30T00:00:00Z'"'"' is not a date-time of the form yyyy-MM-ddThh:mm:ss,zzzZ' \
+    'FrequencyRange|1|FrequencyRange is a record; set its members'; do
+    IFS='|' read -r member value message <<<"$case"
+    run "set $member $value" 2 kvt317 set s.xml "KVT317SettingsDetail[1].$member" "$value"
+    err <<<"kvt317: s.xml: KVT317SettingsDetail[1]: $message"
+done
+run "set text XML cannot carry" 2 kvt317 set s.xml 'KVT317SettingsDetail[1].Name' $'Tower\x01'
+err <<<"kvt317: s.xml: KVT317SettingsDetail[1]: Name: the value holds U+0001, which XML cannot carry"
+run "set list item" 2 kvt317 set s.xml 'KVT317SettingsDetail[1]' x
+err <<<"kvt317: s.xml: KVT317SettingsDetail[1] is a list item; set its members"
+run "unchanged after refusals" 1 kvt317 diff s.xml examples/settings.xml
+out <<'TEXT'
+KVT317SettingsDetail[1].FrequencyRange.StartFrequency: 118500000.00 -> 118000000.00
+KVT317SettingsDetail[2].AntennaPol: LEFT -> HOR
+TEXT
+run "set rounded" 1 kvt317 set s.xml 'KVT317SettingsDetail[1].FrequencyRange.StopFrequency' 1620005.002
+err <<'TEXT'
+s.xml: warning: KVT317SettingsDetail[1].FrequencyRange: StopFrequency: '1620005.002' keeps 2 decimals (written as 1620005.00)
+s.xml:10:5: error: KVT317SettingsDetail[1].FrequencyRange would change on writing: it holds numbers with more decimals than are written
+kvt317: s.xml not written: writing would change what the input holds (2 findings); --force writes it anyway
+TEXT
+run "set rounded forced" 0 kvt317 set --force s.xml 'KVT317SettingsDetail[1].FrequencyRange.StopFrequency' 1620005.002
+run "set rounded value" 0 kvt317 get s.xml 'KVT317SettingsDetail[1].FrequencyRange.StopFrequency'
+out <<<"1620005.00"
+
+# The file keeps its form.
+cp examples/settings.binz z.binz
+run "set compressed" 0 kvt317 set z.binz 'KVT317SettingsDetail[3].Threshold' 25
+run "still compressed" 0 kvt317 show z.binz
+head -n 1 out >first
+same first <<<"z.binz: KVT317_Settings, compressed binary, 3 items"
+run "set compressed value" 0 kvt317 get z.binz 'KVT317SettingsDetail[3].Threshold'
+out <<<"25"
+run "make json" 0 kvt317 convert examples/bearing-settings.xml b.json
+run "set json" 0 kvt317 set b.json DFMode Cont SlidingWindowTime -5
+run "still json" 1 kvt317 diff b.json examples/bearing-settings.bin
+out <<'TEXT'
+DFMode: Cont -> Gate
+SlidingWindowTime: -5 -> 2000
+TEXT
+head -n 2 b.json >first
+same first <<'TEXT'
+{
+  "BearingSettings": {
+TEXT
+run "set as a filter" 0 kvt317 set - DFMode Cont <examples/bearing-settings.xml
+sed -n 6p out >line
+same line <<<"  <DFMode>Cont</DFMode>"
+
+# A document with a fault: set refuses unless the command itself mends it.
+sed 's|<Threshold>15</Threshold>|<Threshold>fifteen</Threshold>|' examples/settings.xml >t.xml
+run "set elsewhere" 1 kvt317 set t.xml 'KVT317SettingsDetail[1].Threshold' 11
+err <<'TEXT'
+t.xml:37:5: error: KVT317SettingsDetail[2] ("Marine VHF"): Threshold: 'fifteen' is not a whole number (read as 0)
+kvt317: t.xml not written: writing would change what the input holds (1 finding); --force writes it anyway
+TEXT
+run "set mends" 0 kvt317 set t.xml 'KVT317SettingsDetail[2].Threshold' 15
+same_file "mended" t.xml examples/settings.xml
+
+# ---- unset
+cp examples/bearing-settings.bin b.bin
+run "unset optional" 0 kvt317 unset b.bin BearingVtPathSR Index
+run "unset optional read" 1 kvt317 get b.bin Index
+err <<<"kvt317: b.bin: Index is not set"
+run "unset required" 2 kvt317 unset b.bin Frequency
+err <<<"kvt317: b.bin: Frequency is always written and has no default; it cannot be unset"
+cp examples/settings.xml u.xml
+run "unset to default" 0 kvt317 unset u.xml 'KVT317SettingsDetail[1].Threshold' 'KVT317SettingsDetail[1].Name'
+err <<<"kvt317: u.xml: KVT317SettingsDetail[1].Threshold is always written; reset to its default 20"
+run "unset to default read" 0 kvt317 get u.xml 'KVT317SettingsDetail[1].Threshold'
+out <<<"20"
+run "unset list" 2 kvt317 unset u.xml 'KVT317SettingsDetail[2]'
+err <<<"kvt317: u.xml: KVT317SettingsDetail[2] is a list; remove takes items out"
+
+# ---- add and remove: a scan list built from a script
+run "new list" 0 kvt317 new -o scan.xml
+run "add" 0 kvt317 add scan.xml Name 'Aviation emergency' FrequencyRange.StartFrequency 121.45e6 \
+    FrequencyRange.StopFrequency 121.55e6 BandwidthDF '8.333 kHz'
+run "add another" 0 kvt317 add scan.xml Name 'Marine distress' FrequencyRange.StartFrequency 156.8e6 \
+    FrequencyRange.StopFrequency 156.8e6
+run "remove" 0 kvt317 remove scan.xml 'KVT317SettingsDetail[Name=Setting 1]'
+run "scan list" 0 kvt317 show scan.xml
+grep -E '^KVT|Frequency|BandwidthDF|index' out >list
+same list <<'TEXT'
+KVT317SettingsDetail[1] ("Aviation emergency")
+  index                 2
+  BandwidthDF           8.333 kHz
+  FrequencyRange
+    StartFrequency      121.45 MHz
+    StopFrequency       121.55 MHz
+KVT317SettingsDetail[2] ("Marine distress")
+  index                 3
+  BandwidthDF           1.00 kHz
+  FrequencyRange
+    StartFrequency      156.8 MHz
+    StopFrequency       156.8 MHz
+TEXT
+run "scan list checks clean" 0 kvt317 check scan.xml
+run "add to bearing" 2 kvt317 add examples/bearing-settings.xml
+err <<<"kvt317: examples/bearing-settings.xml: a BearingSettings document holds no list; add works on KVT317_Settings documents"
+run "add bad value" 2 kvt317 add scan.xml Threshold high
+err <<<"kvt317: scan.xml: KVT317SettingsDetail[3]: Threshold: 'high' is not a whole number of 32 bits"
+run "remove member" 2 kvt317 remove scan.xml 'KVT317SettingsDetail[1].Threshold'
+err <<<"kvt317: scan.xml: KVT317SettingsDetail[1].Threshold is no list item; select one with [N] or [Name=...]"
+run "remove missing" 2 kvt317 remove scan.xml 'KVT317SettingsDetail[3]'
+err <<<"kvt317: scan.xml: KVT317SettingsDetail[3]: the list holds 2 items"
+
+# A removed item's faults no longer stop the write.
+sed 's|<Threshold>20</Threshold>|<Threshold>twenty</Threshold>|' examples/settings.xml >r.xml
+run "remove faulty item" 0 kvt317 remove r.xml 'KVT317SettingsDetail[3]'
+run "remove faulty item result" 0 kvt317 check r.xml
+
+finish
