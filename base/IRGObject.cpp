@@ -2,6 +2,7 @@
 
 #include <QBuffer>
 #include <QFile>
+#include <QFileInfo>
 #include <QHash>
 #include <QSaveFile>
 #include <QXmlStreamReader>
@@ -508,6 +509,18 @@ bool IRGObject::SaveXml(const QString& path) const
     if (!unwritable.isEmpty()) {
         ReportDocumentFault(QStringLiteral("Cannot write '%1': %2").arg(path, unwritable));
         return false;
+    }
+    const QFileInfo target(path);
+    if (target.exists() && !target.isFile()) {
+        // A device or a pipe cannot be replaced, and must not be: it is written in place.
+        QFile file(path);
+        if (!file.open(QIODevice::WriteOnly | QIODevice::Unbuffered) ||
+            file.write(document) != document.size()) {
+            ReportDocumentFault(
+                QStringLiteral("Cannot write '%1': %2").arg(path, file.errorString()));
+            return false;
+        }
+        return true;
     }
     QSaveFile file(path);
     if (!file.open(QIODevice::WriteOnly | QIODevice::Unbuffered) ||

@@ -5,6 +5,7 @@
 
 #include <QDir>
 #include <QFile>
+#include <QFileInfo>
 #include <QTemporaryDir>
 
 #include <gtest/gtest.h>
@@ -437,4 +438,21 @@ TEST_F(SavedDocument, UnwritableDirectory)
     ASSERT_EQ(log.lines.size(), 1);
     EXPECT_TRUE(log.lines.at(0).startsWith(
         QStringLiteral("ERROR: Cannot write '/nonexistent/dir/range.xml': ")));
+}
+
+// Devices are written in place: replacing one with a file would destroy it (as root).
+TEST_F(SavedDocument, DevicesAreWrittenInPlaceNeverReplaced)
+{
+    const QFileInfo full(QStringLiteral("/dev/full"));
+    if (!full.exists() || full.isFile())
+        GTEST_SKIP() << "no /dev/full device here";
+    EXPECT_FALSE(range.SaveXml(QStringLiteral("/dev/full")));
+    ASSERT_EQ(log.lines.size(), 1);
+    EXPECT_TRUE(log.lines.at(0).startsWith(QStringLiteral("ERROR: Cannot write '/dev/full': ")))
+        << log.lines.at(0).toStdString();
+    EXPECT_FALSE(QFileInfo(QStringLiteral("/dev/full")).isFile());
+    log.lines.clear();
+    EXPECT_TRUE(range.SaveXml(QStringLiteral("/dev/null")));
+    EXPECT_TRUE(log.lines.isEmpty());
+    EXPECT_FALSE(QFileInfo(QStringLiteral("/dev/null")).isFile());
 }
