@@ -419,8 +419,16 @@ std::shared_ptr<const void> Record::SaveState() const
 
 void Record::RestoreState(const std::shared_ptr<const void>& state)
 {
-    if (state)
-        d = *static_cast<const QSharedDataPointer<StorageBlock>*>(state.get());
+    if (!state)
+        return;
+    const auto& saved = *static_cast<const QSharedDataPointer<StorageBlock>*>(state.get());
+    const StorageBlock* current = d.constData();
+    if (current && current->lent && saved.constData() && current->ref.loadRelaxed() == 1) {
+        // References into the storage are out: it takes the saved values back in place.
+        d.data()->CopyFrom(*saved.constData());
+        return;
+    }
+    d = saved;
 }
 
 void Record::SetObjectType(REPORTGENERATOR::ObjectTypes) {}

@@ -44,6 +44,8 @@ struct StorageBlock : public QSharedData {
     StorageBlock& operator=(const StorageBlock&) = delete;
     virtual ~StorageBlock();
     virtual StorageBlock* Clone() const = 0;
+    // Takes over another block's values, flags and defaults, keeping this block's address.
+    virtual void CopyFrom(const StorageBlock& other) = 0;
 
     quint32 isSet = 0; // bit i: member i is set
     // A reference into this block was handed out (a non-const getter): it must never be
@@ -57,6 +59,12 @@ struct StorageBlock : public QSharedData {
 // and invalid markers).
 template <class Data> struct ValuesOf final : StorageBlock {
     StorageBlock* Clone() const override { return new ValuesOf(*this); }
+    void CopyFrom(const StorageBlock& other) override
+    {
+        data = static_cast<const ValuesOf&>(other).data;
+        isSet = other.isSet;
+        defaults = other.defaults;
+    }
     Data data;
 };
 

@@ -282,6 +282,21 @@ TEST(Sharing, ReferencesObtainedBeforeACopyReachOnlyTheirRecord)
     EXPECT_EQ(root.GetKVT317SettingsDetail()[0].GetThreshold(), 1);
 }
 
+TEST(Sharing, ReferencesSurviveALoadThatFails)
+{
+    Detail detail = FullySetDetail();
+    QDateTime& time = detail.GetStopTime();
+    FrequencyRange& range = detail.GetFrequencyRange();
+    EXPECT_FALSE(
+        detail.SetXmlString(QStringLiteral("<KVT317SettingsDetail><Threshold>5</Thr"), false));
+    EXPECT_TRUE(detail == FullySetDetail());
+    time = Evening;
+    range.SetStopFrequency(9.0);
+    EXPECT_EQ(detail.GetStopTime(), Evening);
+    EXPECT_EQ(detail.GetFrequencyRange().GetStopFrequency(), 9.0);
+    EXPECT_EQ(detail.GetThreshold(), -1);
+}
+
 TEST(Sharing, DistinctCopiesOnDistinctThreads)
 {
     const KVT317_Settings source = TwoDetails();
