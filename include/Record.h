@@ -192,6 +192,7 @@ private:
     friend struct RecordAccess;
 
     // Storage
+    bool HasStorage() const;
     void InitData() const;
     void ConstNoClearReset(StorageBlock& block) const;
     const StorageBlock& ConstStorage() const; // creates, never copies

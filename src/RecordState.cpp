@@ -25,6 +25,9 @@ namespace KVT317XML {
 // What the engine's free functions may do to a record.
 struct RecordAccess {
     static void Share(Record& target, const Record& source) { target.ShareStorage(source); }
+    // Children inside a block must never create storage from a const operation, which
+    // would write to a block that others may share: they start with a virgin storage.
+    static void MakeVirgin(Record& child) { child.d = child.m_type.virgin; }
 };
 
 StorageBlock::~StorageBlock() = default;
@@ -222,6 +225,17 @@ void FinishRecordType(RecordType& type, StorageBlock* values, DefaultsBlock* def
         if (row.declaredDefault)
             defaults->hasDefault |= Flag(row.description.bit);
     }
+    for (const MemberRow& row : type.rows) {
+        if (row.asRecord) {
+            RecordAccess::MakeVirgin(RecordAt(row, values, row.valueOffset));
+            RecordAccess::MakeVirgin(RecordAt(row, defaults, row.defaultOffset));
+        } else if (row.list) {
+            RecordAccess::MakeVirgin(
+                row.list->defaultRecord(reinterpret_cast<char*>(values) + row.valueOffset));
+            RecordAccess::MakeVirgin(
+                row.list->defaultRecord(reinterpret_cast<char*>(defaults) + row.defaultOffset));
+        }
+    }
     values->defaults = QSharedDataPointer<DefaultsBlock>(defaults);
     type.prototype = QSharedDataPointer<StorageBlock>(values);
     type.variants = std::make_shared<PrototypeVariants>();
@@ -237,6 +251,8 @@ void FinishRecordType(RecordType& type, StorageBlock* values, DefaultsBlock* def
         else if (kind == MemberKind::Enumeration)
             SetEnumAt(values, row.valueOffset, EnumAt(defaults, row.defaultOffset));
     }
+    type.virgin = QSharedDataPointer<StorageBlock>(values->Clone());
+    type.virgin.data()->virgin = true;
 }
 
 // ---- Construction and storage ----------------------------------------------------------
@@ -282,6 +298,7 @@ QSharedDataPointer<StorageBlock> Record::CopyOf(const StorageBlock& source) cons
     QSharedDataPointer<StorageBlock> copy(source.Clone());
     StorageBlock& block = *copy.data();
     block.lent = false;
+    block.virgin = false;
     for (const int bit : m_type.children) {
         const MemberRow& row = m_type.rows[bit];
         if (row.asRecord) {
@@ -297,9 +314,15 @@ QSharedDataPointer<StorageBlock> Record::CopyOf(const StorageBlock& source) cons
     return copy;
 }
 
+bool Record::HasStorage() const
+{
+    const StorageBlock* block = d.constData();
+    return block && !block->virgin;
+}
+
 void Record::InitData() const
 {
-    if (d.constData())
+    if (HasStorage())
         return;
     d = m_type.prototype;
     if (!m_type.children.empty() && !ChildrenFollow(true, true)) {
@@ -321,7 +344,8 @@ void Record::InitData() const
 
 const StorageBlock& Record::ConstStorage() const
 {
-    InitData();
+    if (!d.constData())
+        InitData();
     return *d.constData();
 }
 
@@ -401,7 +425,7 @@ void Record::MarkHasDefault(int bit)
 
 bool Record::IsInitialized() const
 {
-    return d.constData() != nullptr;
+    return HasStorage();
 }
 
 const RecordDescription& Record::GetDescription() const
@@ -456,9 +480,9 @@ void Record::PassDown() const
 // switch (when `validate`) and logger (when `logger`). Reads only.
 bool Record::ChildrenFollow(bool validate, bool logger) const
 {
-    const StorageBlock* block = d.constData();
-    if (!block || m_type.children.empty())
+    if (m_type.children.empty() || !HasStorage())
         return true;
+    const StorageBlock* block = d.constData();
     const bool ownValidate = CurrentValidate();
     const REPORTGENERATOR::Logger* ownLogger = CurrentLogger();
     const auto follows = [=](const Record& child) {
@@ -531,7 +555,7 @@ void Record::HandDown(bool validate, bool logger) const
 void Record::Settle()
 {
     PassDown();
-    if (!d || !m_type.hasChildren || d.constData()->ref.loadRelaxed() != 1)
+    if (!HasStorage() || !m_type.hasChildren || d.constData()->ref.loadRelaxed() != 1)
         return;
     StorageBlock& block = *d.data();
     for (const MemberRow& row : m_type.rows) {
@@ -552,7 +576,7 @@ bool Record::IsMemberSet(int bit) const
 
 void Record::ResetMember(int bit)
 {
-    if (!d)
+    if (!HasStorage())
         return;
     StorageBlock& block = MutableStorage();
     block.isSet &= ~Flag(bit);
@@ -595,7 +619,7 @@ void Record::AssignEnum(int bit, int value)
 
 QString Record::EnumName(int bit, int value) const
 {
-    InitData();
+    ConstStorage();
     return text::EnumName(m_type.rows[bit].description, value);
 }
 
@@ -608,7 +632,7 @@ int Record::EnumIndex(int bit, const QString& name) const
 
 double Record::EnumToValue(int bit, int value) const
 {
-    InitData();
+    ConstStorage();
     const QVector<double>& values = m_type.rows[bit].description.enumeration->values;
     return value >= 0 && value < values.size() ? values.at(value) : 0.0;
 }
@@ -623,7 +647,7 @@ int Record::EnumFromValue(int bit, double value) const
 
 bool Record::IsValidEnum(int bit, int value) const
 {
-    InitData();
+    ConstStorage();
     return value >= 0 && value < m_type.rows[bit].description.enumeration->names.size();
 }
 
@@ -656,7 +680,7 @@ void Record::ReportIncompleteAppend(const MemberDescription& member) const
 
 bool Record::HasData() const
 {
-    if (!d)
+    if (!HasStorage())
         return false;
     const StorageBlock& block = *d.constData();
     if ((block.isSet & m_type.requiredFlags) != m_type.requiredFlags)
@@ -676,7 +700,7 @@ bool Record::HasData() const
 
 bool Record::AnyData() const
 {
-    if (!d)
+    if (!HasStorage())
         return false;
     const StorageBlock& block = *d.constData();
     for (const MemberRow& row : m_type.rows) {
@@ -704,7 +728,7 @@ bool Record::AnyData() const
 
 void Record::Reset()
 {
-    if (!d)
+    if (!HasStorage())
         return;
     // A fresh storage is as reset as it gets.
     if (d.constData() == m_type.prototype.constData())
@@ -814,7 +838,7 @@ bool Record::Equals(const Record& other) const
 
 bool Record::EqualsCreatingStorage(const Record& other) const
 {
-    if (!d && !other.d)
+    if (!HasStorage() && !other.HasStorage())
         return true;
     other.InitData();
     return Equals(other);

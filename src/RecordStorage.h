@@ -51,6 +51,9 @@ struct StorageBlock : public QSharedData {
     // A reference into this block was handed out (a non-const getter): it must never be
     // seen through another record, so copies of the record copy the block at once.
     bool lent = false;
+    // The storage of a child record that has none of its own yet: read like a fresh one,
+    // never written, and counted as no storage at all.
+    bool virgin = false;
     QSharedDataPointer<DefaultsBlock> defaults;
 };
 
@@ -106,6 +109,7 @@ struct ListOps {
     bool (*equal)(const void* a, const void* b);
     void* (*defaultItem)(void* slot); // the item type's object
     void* (*items)(void* slot);       // the QVector of items
+    Record& (*defaultRecord)(void* slot);
     ListSync& (*sync)(void* slot);
     const ListSync& (*constSync)(const void* slot);
 };
@@ -180,6 +184,7 @@ struct RecordType {
     quint32 tags[32] = {}; // binary member tags by bit, for reading
     std::ptrdiff_t valueOffsets[32] = {};
     QSharedDataPointer<StorageBlock> prototype; // a fresh record's storage
+    QSharedDataPointer<StorageBlock> virgin;    // the same, marked as no storage
     // Fresh storages whose children already hold a switch and logger other than the
     // defaults, so that records created in numbers under one logger share one.
     std::shared_ptr<struct PrototypeVariants> variants;
@@ -299,6 +304,7 @@ template <class T> const ListOps& ListOpsOf()
         },
         [](void* s) -> void* { return &static_cast<Slot*>(s)->def; },
         [](void* s) -> void* { return &static_cast<Slot*>(s)->items; },
+        [](void* s) -> Record& { return static_cast<Slot*>(s)->def; },
         [](void* s) -> ListSync& { return static_cast<Slot*>(s)->sync; },
         [](const void* s) -> const ListSync& { return static_cast<const Slot*>(s)->sync; },
     };

@@ -282,6 +282,30 @@ TEST(Sharing, ReferencesObtainedBeforeACopyReachOnlyTheirRecord)
     EXPECT_EQ(root.GetKVT317SettingsDetail()[0].GetThreshold(), 1);
 }
 
+// A child without storage is read as a fresh record and never written by a const
+// operation: the block it lives in may be shared with other records.
+TEST(Sharing, ConstOperationsLeaveChildrenWithoutStorageAsTheyAre)
+{
+    const Detail first;
+    first.GetAntennaPol();
+    EXPECT_TRUE(first.IsInitialized());
+    EXPECT_FALSE(first.GetFrequencyRange().IsInitialized());
+    EXPECT_EQ(first.GetFrequencyRange().GetStartFrequency(), 88000000.0);
+    first.Check(true);
+    first.GetXmlString();
+    first.GetBinaryRepresentationAsQByteArray();
+    EXPECT_FALSE(first.GetFrequencyRange().IsInitialized());
+    EXPECT_FALSE(first.GetFrequencyRange().HasData());
+    EXPECT_FALSE(KVT317_Settings().GetDefaultKVT317SettingsDetail().IsInitialized());
+
+    Detail second;
+    second.GetFrequencyRange().SetStopFrequency(5.0);
+    EXPECT_TRUE(second.GetFrequencyRange().IsInitialized());
+    EXPECT_FALSE(first.GetFrequencyRange().IsInitialized());
+    EXPECT_FALSE(Detail().GetFrequencyRange().IsInitialized());
+    EXPECT_EQ(Detail().GetFrequencyRange().GetStopFrequency(), 240000000.0);
+}
+
 TEST(Sharing, ReferencesSurviveALoadThatFails)
 {
     Detail detail = FullySetDetail();
