@@ -1,4 +1,8 @@
 // The settings records against hostile documents: what the record engine decides.
+//
+// Disabled until the engine takes them up: the same-named element tests need the engine's
+// unknown-element skip to be the base's SkipUnknownElement, and the text test needs GetXml to
+// write texts through XmlText.
 
 #include "HostileInput.h"
 #include "LogCapture.h"
