@@ -3,8 +3,9 @@
 # (build/fuzz) and runs each one: first over its whole corpus once, then for a fixed number of
 # new inputs. New inputs go to a scratch directory; the corpus in the tree is only read.
 #   scripts/fuzz.sh [--runs N] [--target NAME]...
-# Prints, per target, the executions and seconds libFuzzer reports. Exit 1 on a finding; the
-# input is left in build/fuzz/findings/.
+# One target at a time, each in one process (no -jobs or -workers). Prints, per target, the
+# executions and seconds libFuzzer reports. Exit 1 on a finding; the input is left in
+# build/fuzz/findings/.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
@@ -26,7 +27,7 @@ bash scripts/deps.sh
 dir=build/fuzz
 cmake -S . -B "$dir" -DCMAKE_CXX_COMPILER=clang++ -DCMAKE_BUILD_TYPE=RelWithDebInfo \
     -DKVT317_SANITIZE=address,undefined -DKVT317_BUILD_FUZZERS=ON -DKVT317_BUILD_TESTS=OFF \
-    -DKVT317_BUILD_EXAMPLES=OFF >/dev/null
+    -DKVT317_BUILD_EXAMPLES=OFF -DKVT317_BUILD_BENCHMARKS=OFF >/dev/null
 cmake --build "$dir" -j"$(nproc)" --target $(printf 'fuzz_%s ' "${targets[@]}")
 
 export ASAN_OPTIONS=detect_leaks=1:abort_on_error=1
@@ -35,7 +36,7 @@ findings="$dir/findings"
 mkdir -p "$findings"
 scratch=$(mktemp -d)
 trap 'rm -rf "$scratch"' EXIT
-options=(-rss_limit_mb=2048 -timeout=30 -jobs=1 -print_final_stats=1
+options=(-rss_limit_mb=2048 -timeout=30 -print_final_stats=1
          -artifact_prefix="$findings/")
 status=0
 for target in "${targets[@]}"; do

@@ -1,4 +1,8 @@
 // The settings records against hostile documents: what the record engine decides.
+//
+// Disabled until the engine takes them up: the same-named element tests need the engine's
+// unknown-element skip to be the base's SkipUnknownElement, and the text test needs GetXml to
+// write texts through XmlText.
 
 #include "HostileInput.h"
 #include "LogCapture.h"
@@ -37,12 +41,12 @@ TEST(HostileRecords, DISABLED_SameNamedElementTwoDeepInADetail)
     hostile::ExpectReadsAsExample(xml);
 }
 
-TEST(HostileRecords, DISABLED_IntMinPayloadLengthIsALengthError)
+TEST(HostileRecords, IntMinPayloadLengthIsALengthError)
 {
     hostile::ExpectLengthError(hostile::IntMinPayloadFrame());
 }
 
-TEST(HostileRecords, DISABLED_HugeItemCountIsALengthError)
+TEST(HostileRecords, HugeItemCountIsALengthError)
 {
     hostile::ExpectLengthError(hostile::HugeCountFrame());
 }

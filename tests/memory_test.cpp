@@ -97,6 +97,8 @@ void ExpectEmptyItems(const QByteArray& document, qint64 inputSize)
 
 } // namespace
 
+// Disabled until an empty item costs little more than its record object: 1,000,000 of them
+// peak at about 300 MiB, against a bound of 183 MiB.
 TEST(MemoryBound, DISABLED_MillionEmptyListItems)
 {
     const QByteArray frame = hostile::EmptyItemsFrame(1000000);
@@ -137,7 +139,7 @@ TEST(MemoryBound, DeepNesting)
     }
 }
 
-TEST(MemoryBound, DISABLED_HugeItemCountIn20Bytes)
+TEST(MemoryBound, HugeItemCountIn20Bytes)
 {
     const QByteArray frame = hostile::HugeCountFrame();
     ASSERT_EQ(frame.size(), 20);

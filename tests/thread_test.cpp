@@ -81,7 +81,7 @@ TEST(Threads, HandingDownTheSwitchAndLoggerInPlaceWritesNothing)
     EXPECT_EQ(record.GetLogger(), log.logger);
 }
 
-TEST(Threads, DISABLED_CopiesOfOneDocumentAreEditedCheckedAndWrittenOnEachThread)
+TEST(Threads, CopiesOfOneDocumentAreEditedCheckedAndWrittenOnEachThread)
 {
     KVT317_Settings shared;
     QByteArray binary = ExampleFile("settings.bin");
@@ -125,7 +125,7 @@ TEST(Threads, DISABLED_CopiesOfOneDocumentAreEditedCheckedAndWrittenOnEachThread
                    Threads * Rounds}}));
 }
 
-TEST(Threads, DISABLED_OneDocumentIsUsedThroughConstOperationsOnly)
+TEST(Threads, OneDocumentIsUsedThroughConstOperationsOnly)
 {
     KVT317_Settings settings;
     QByteArray binary = ExampleFile("settings.bin");
