@@ -1,19 +1,16 @@
 // The settings records against hostile documents: what the record engine decides.
 //
-// Disabled until the engine takes them up: the same-named element tests need the engine's
-// unknown-element skip to be the base's SkipUnknownElement, and the text test needs GetXml to
-// write texts through XmlText.
+// The same-named element tests are disabled until the engine's unknown-element skip is the
+// base's SkipUnknownElement, which tells the content loop how many elements it left open.
 
 #include "HostileInput.h"
 #include "LogCapture.h"
 
-#include <BearingSettings.h>
 #include <FrequencyRange.h>
 #include <KVT317_Settings.h>
 
 #include <gtest/gtest.h>
 
-using KVT317XML::BearingSettings;
 using KVT317XML::FrequencyRange;
 
 TEST(HostileRecords, DISABLED_SameNamedElementTwoDeepDoesNotEndTheRecord)
@@ -49,18 +46,4 @@ TEST(HostileRecords, IntMinPayloadLengthIsALengthError)
 TEST(HostileRecords, HugeItemCountIsALengthError)
 {
     hostile::ExpectLengthError(hostile::HugeCountFrame());
-}
-
-TEST(HostileRecords, DISABLED_CarriageReturnsTabsAndBlanksSurviveXml)
-{
-    const QString text = QStringLiteral(" C:\\a\rb\r\n\tc ");
-    BearingSettings bearing;
-    bearing.SetFrequency(1.0);
-    bearing.SetName(text);
-    bearing.SetBearingVtPath(text);
-    BearingSettings back;
-    EXPECT_TRUE(back.SetXmlString(bearing.GetXmlString(), true));
-    EXPECT_EQ(back.GetName(), text);
-    EXPECT_EQ(back.GetBearingVtPath(), text);
-    EXPECT_TRUE(back == bearing);
 }
