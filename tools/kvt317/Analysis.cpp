@@ -9,6 +9,7 @@
 #include <QSet>
 #include <QXmlStreamReader>
 
+#include <algorithm>
 #include <functional>
 
 using namespace KVT317XML;
@@ -281,6 +282,15 @@ private:
     {
         m_lastEnd = m_reader.characterOffset();
         m_reader.readNext();
+        if (m_reader.tokenType() == QXmlStreamReader::Comment)
+            m_document.notes.Add(TokenStart("<!--"), Level::Note, nullptr, -1,
+                                 QStringLiteral("comment not written: a written document holds "
+                                                "the settings only"));
+        else if (m_reader.tokenType() == QXmlStreamReader::ProcessingInstruction)
+            m_document.notes.Add(TokenStart("<?"), Level::Note, nullptr, -1,
+                                 QStringLiteral("processing instruction '%1' not written: a "
+                                                "written document holds the settings only")
+                                     .arg(m_reader.processingInstructionTarget()));
     }
 
     // Reports the reader's error once; true when there is one.
@@ -297,6 +307,15 @@ private:
             m_attribution.ScannerReported(m_reader.errorString());
         }
         return true;
+    }
+
+    // Where the token just read, which opens with `opener`, starts: the reader stops up to a
+    // character past the previous token's end, and only white space lies between.
+    Location TokenStart(const char* opener) const
+    {
+        const int from = static_cast<int>(std::max<qint64>(0, m_lastEnd - 1));
+        const int start = m_document.text.indexOf(QLatin1String(opener), from);
+        return m_lines.At(start >= 0 ? start : m_lastEnd);
     }
 
     // The start of the tag the reader stands on: no '<' can occur inside a tag.

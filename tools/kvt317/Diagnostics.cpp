@@ -111,7 +111,8 @@ DiagnosticList::DiagnosticList(int keep)
 void DiagnosticList::Add(Diagnostic diagnostic, bool early)
 {
     diagnostic.sequence = early ? m_early++ : m_sequence++;
-    (diagnostic.level == Level::Error ? m_errors : m_warnings)++;
+    if (diagnostic.level != Level::Note)
+        (diagnostic.level == Level::Error ? m_errors : m_warnings)++;
     m_origins[static_cast<int>(diagnostic.origin)]++;
     const QPair<int, QString> key(static_cast<int>(diagnostic.level), diagnostic.message);
     auto found = m_index.constFind(key);
@@ -171,7 +172,15 @@ bool DiagnosticList::Any(Diagnostic::Origin origin) const
 
 QString LevelName(Level level)
 {
-    return level == Level::Error ? QStringLiteral("error") : QStringLiteral("warning");
+    switch (level) {
+    case Level::Error:
+        return QStringLiteral("error");
+    case Level::Warning:
+        return QStringLiteral("warning");
+    case Level::Note:
+        break;
+    }
+    return QStringLiteral("note");
 }
 
 namespace {

@@ -51,7 +51,8 @@ struct Site {
     const Site* FindRecord(const QString& objectName, bool lastItem = false) const;
 };
 
-enum class Level { Error, Warning };
+// A note is not a fault: it says what writing leaves behind that is not part of the settings.
+enum class Level { Error, Warning, Note };
 
 struct Diagnostic {
     // What a diagnostic says about writing the document.

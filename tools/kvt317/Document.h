@@ -72,6 +72,8 @@ struct Document {
 
     // Filled by Analyse() (Analysis.h), and by the loading itself for faults found there.
     DiagnosticList diagnostics;
+    // Notes on what no written form keeps: the XML's comments and processing instructions.
+    DiagnosticList notes;
     std::unique_ptr<Site> sites;
     std::vector<JsonFinding> jsonFindings;
     Location fault; // where loading failed, when the tool itself found out why

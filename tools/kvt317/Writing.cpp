@@ -114,6 +114,7 @@ int WriteChecked(const Document& input, const Record& record, const WriteRequest
     if (request.findings)
         PrintDiagnostics(Err(), input.label, *request.findings);
     PrintDiagnostics(Err(), input.label, changes);
+    PrintDiagnostics(Err(), input.label, input.notes);
 
     const QString output =
         request.path == QLatin1String("-") ? QStringLiteral("<stdout>") : request.path;

@@ -155,6 +155,25 @@ out <<'JSON'
 }
 JSON
 
+# Comments and processing instructions are not settings: no written form keeps them. The
+# conversion goes ahead, and says so.
+cat >commented.xml <<'XML'
+<?xml version="1.0" encoding="UTF-8"?>
+<!-- tower site, checked 2026-11 -->
+<BearingSettings Name="North">
+  <?editor fold?>
+  <Frequency>121500000.000000000</Frequency> <!-- airband -->
+</BearingSettings>
+XML
+run "comments dropped" 0 kvt317 convert commented.xml commented.bin
+err <<'TEXT'
+commented.xml:2:1: note: comment not written: a written document holds the settings only
+commented.xml:4:3: note: processing instruction 'editor' not written: a written document holds the settings only
+commented.xml:5:46: note: comment not written: a written document holds the settings only
+TEXT
+run "comments are no fault" 0 kvt317 check commented.xml
+out <<<"checked 1 file, 0 with faults"
+
 # A required member the input lacks would be written with its default.
 sed 's|    <Threshold>15</Threshold>||' examples/settings.xml >incomplete.xml
 run "filled in" 1 kvt317 convert incomplete.xml incomplete.bin
