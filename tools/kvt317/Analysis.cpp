@@ -5,6 +5,9 @@
 #include <KVT317_Settings.h>
 
 #include <QDataStream>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QPair>
 #include <QRegularExpression>
 #include <QSet>
 #include <QXmlStreamReader>
@@ -481,6 +484,179 @@ private:
     bool m_failed = false;
 };
 
+// ---- JSON ----------------------------------------------------------------------------
+
+// QJsonDocument tells no positions, and folds a key given twice into the last one without
+// a word. The text, which QJsonDocument has read, is walked once more with the member
+// tables: it locates every record, item and member given, and reports keys given twice.
+class JsonScanner
+{
+public:
+    JsonScanner(Document& document, const LineIndex& lines)
+        : m_document(document)
+        , m_text(document.text)
+        , m_lines(lines)
+    {
+    }
+
+    // {"Type": {...}}: the root is where its type is named.
+    void Run(Site& root)
+    {
+        Blank();
+        if (!Take(u'{'))
+            return;
+        Blank();
+        root.where = At(m_pos);
+        Key();
+        Blank();
+        Take(u':');
+        Record(root);
+    }
+
+    // Where an unknown key of a record was given, or where the record is.
+    Location Unknown(const Site& site, const QString& key) const
+    {
+        return m_unknown.value(qMakePair(&site, key), site.where);
+    }
+
+private:
+    Location At(int position) const { return m_lines.At(position); }
+    QChar Peek() const { return m_pos < m_text.size() ? m_text.at(m_pos) : QChar(); }
+    bool Take(char16_t c)
+    {
+        if (Peek() != QChar(c))
+            return false;
+        ++m_pos;
+        return true;
+    }
+    void Blank()
+    {
+        while (m_pos < m_text.size() && (m_text.at(m_pos) == u' ' || m_text.at(m_pos) == u'\n' ||
+                                         m_text.at(m_pos) == u'\r' || m_text.at(m_pos) == u'\t'))
+            ++m_pos;
+    }
+
+    // A string: its text, escapes resolved.
+    QString Key()
+    {
+        const int start = m_pos;
+        SkipString();
+        const QStringView raw = QStringView(m_text).mid(start + 1, m_pos - start - 2);
+        if (!raw.contains(u'\\'))
+            return raw.toString();
+        const QByteArray array = '[' + m_text.mid(start, m_pos - start).toUtf8() + ']';
+        return QJsonDocument::fromJson(array).array().at(0).toString();
+    }
+    void SkipString()
+    {
+        ++m_pos;
+        while (m_pos < m_text.size() && m_text.at(m_pos) != u'"')
+            m_pos += m_text.at(m_pos) == u'\\' ? 2 : 1;
+        ++m_pos;
+    }
+    // Any value, nested ones included.
+    void SkipValue()
+    {
+        int depth = 0;
+        do {
+            Blank();
+            const QChar c = Peek();
+            if (c.isNull())
+                return;
+            if (c == u'"') {
+                SkipString();
+            } else if (c == u'{' || c == u'[') {
+                ++depth;
+                ++m_pos;
+            } else if (c == u'}' || c == u']') {
+                --depth;
+                ++m_pos;
+            } else if (c == u',' || c == u':') {
+                ++m_pos;
+            } else {
+                while (m_pos < m_text.size() && QStringLiteral(",:]} \n\r\t").indexOf(Peek()) < 0)
+                    ++m_pos;
+            }
+        } while (depth > 0);
+    }
+
+    // A record's object; anything else is skipped, as the reader ignores it.
+    void Record(Site& site)
+    {
+        Blank();
+        if (!Take(u'{')) {
+            SkipValue();
+            return;
+        }
+        QHash<QString, Location> given;
+        for (;;) {
+            Blank();
+            if (!Peek().isNull() && Take(u'}'))
+                return;
+            if (Peek() != QChar(u'"'))
+                return;
+            const Location where = At(m_pos);
+            const QString key = Key();
+            Blank();
+            Take(u':');
+            Member(site, key, where, given);
+            Blank();
+            Take(u',');
+        }
+    }
+
+    void Member(Site& site, const QString& key, const Location& where,
+                QHash<QString, Location>& given)
+    {
+        const MemberDescription* member = site.description->FindName(key);
+        if (!member) {
+            m_unknown.insert(qMakePair(static_cast<const Site*>(&site), key), where);
+            SkipValue();
+            return;
+        }
+        const auto first = given.constFind(key);
+        if (first != given.constEnd())
+            m_document.diagnostics.Add(where, Level::Warning, &site, member->bit,
+                                       QStringLiteral("%1 given twice (first at %2:%3); the later "
+                                                      "one wins")
+                                           .arg(key)
+                                           .arg(first->line)
+                                           .arg(first->column));
+        given.insert(key, where);
+        site.Given(member->bit, where);
+        Blank();
+        if (member->kind == MemberKind::Record) {
+            // What an earlier one gave is gone: the later one wins.
+            if (static_cast<std::size_t>(member->bit) < site.children.size())
+                site.children[static_cast<std::size_t>(member->bit)].reset();
+            Site& child = site.Child(member->bit);
+            child.where = where;
+            Record(child);
+        } else if (member->kind == MemberKind::RecordList && Peek() == QChar(u'[')) {
+            site.items.clear();
+            ++m_pos;
+            for (;;) {
+                Blank();
+                if (Peek().isNull() || Take(u']'))
+                    return;
+                Site& item = site.AddItem(member->bit);
+                item.where = At(m_pos);
+                Record(item);
+                Blank();
+                Take(u',');
+            }
+        } else {
+            SkipValue();
+        }
+    }
+
+    Document& m_document;
+    const QString& m_text;
+    const LineIndex& m_lines;
+    int m_pos = 0;
+    QHash<QPair<const Site*, QString>, Location> m_unknown;
+};
+
 // ---- Binary --------------------------------------------------------------------------
 
 class BinaryScanner : public FrameWalker
@@ -496,21 +672,35 @@ public:
     }
 
 private:
+    // Without positions (a frame made from JSON), the sites already hold the JSON's
+    // positions: a member's, or its record's.
     Location At(qint64 offset) const { return m_positions ? Location::Binary(offset) : Location(); }
+    Location At(const Entry& entry)
+    {
+        if (m_positions)
+            return Location::Binary(entry.offset);
+        return Current().MemberLocation(entry.member ? entry.member->bit : -1);
+    }
 
     Site& Current() { return *m_stack.back(); }
 
     void Member(const Entry& entry)
     {
+        if (!m_positions)
+            return;
         ReportTwice(m_document, Current(), *entry.member, At(entry.offset), true);
         Current().Given(entry.member->bit, At(entry.offset));
     }
 
-    void OnFrame(qint32, qint32) override { Current().where = At(0); }
+    void OnFrame(qint32, qint32) override
+    {
+        if (m_positions)
+            Current().where = At(0);
+    }
 
     void OnUnknown(const Entry& entry) override
     {
-        m_document.diagnostics.Add(At(entry.offset), Level::Error, &Current(), -1,
+        m_document.diagnostics.Add(At(entry), Level::Error, &Current(), -1,
                                    QStringLiteral("unknown entry %1 of %2 bytes (ignored)")
                                        .arg(Hex32(static_cast<quint32>(entry.tag)))
                                        .arg(entry.length));
@@ -521,8 +711,7 @@ private:
         Member(entry);
         const auto kept = static_cast<qint32>(static_cast<quint32>(value & 0xFFFFFFFF));
         if (kept != value)
-            m_document.diagnostics.Add(At(entry.offset), Level::Error, &Current(),
-                                       entry.member->bit,
+            m_document.diagnostics.Add(At(entry), Level::Error, &Current(), entry.member->bit,
                                        QStringLiteral("%1: %2 does not fit in 32 bits (read as %3)")
                                            .arg(entry.member->name)
                                            .arg(value)
@@ -541,12 +730,12 @@ private:
                                                       "read as U+FFFD)")
                                            .arg(member.name, HexByte(bytes.at(bad))));
         const QString text = null ? QString() : QString::fromUtf8(bytes);
-        CheckValue(m_document, Current(), member, text, At(entry.offset));
+        CheckValue(m_document, Current(), member, text, At(entry));
         if (member.kind != MemberKind::Text)
             return;
         const int forbidden = XmlForbiddenCharacter(text);
         if (forbidden >= 0)
-            m_document.diagnostics.Add(At(entry.offset), Level::Error, &Current(), member.bit,
+            m_document.diagnostics.Add(At(entry), Level::Error, &Current(), member.bit,
                                        QStringLiteral("%1: holds %2, which XML cannot carry")
                                            .arg(member.name, CharacterCode(forbidden)),
                                        Diagnostic::Origin::XmlText);
@@ -558,7 +747,8 @@ private:
     {
         Member(entry);
         Site& child = Current().Child(entry.member->bit);
-        child.where = At(entry.offset);
+        if (m_positions)
+            child.where = At(entry.offset);
         m_stack.push_back(&child);
     }
 
@@ -566,11 +756,17 @@ private:
 
     void OnListBegin(const Entry& entry, qint32) override
     {
-        Current().Given(entry.member->bit, At(entry.offset));
+        if (m_positions)
+            Current().Given(entry.member->bit, At(entry.offset));
     }
 
-    void OnItemBegin(const Entry& list, qint64 offset, int, qint32) override
+    void OnItemBegin(const Entry& list, qint64 offset, int index, qint32) override
     {
+        std::vector<std::unique_ptr<Site>>& items = Current().items;
+        if (!m_positions && static_cast<std::size_t>(index) < items.size()) {
+            m_stack.push_back(items[static_cast<std::size_t>(index)].get());
+            return;
+        }
         Site& item = Current().AddItem(list.member->bit);
         item.where = At(offset);
         m_stack.push_back(&item);
@@ -641,8 +837,10 @@ void Analyse(Document& document)
     if (document.loaded)
         document.record->Check(true);
 
-    const LineIndex lines(document.form == Form::Xml ? document.text : QString());
+    const bool textual = document.form == Form::Xml || document.form == Form::Json;
+    const LineIndex lines(textual ? document.text : QString());
     Attribution attribution(document, document.form == Form::Xml ? &lines : nullptr);
+    JsonScanner json(document, lines);
     switch (document.form) {
     case Form::Xml:
         if (!document.text.isNull())
@@ -655,13 +853,19 @@ void Analyse(Document& document)
         break;
     case Form::Json:
         // The JSON reader's findings first: they come from reading, the frame's after it.
-        if (!document.frame.isNull())
+        if (!document.frame.isNull()) {
+            json.Run(root);
             BinaryScanner(document, attribution, root, false).Walk(*description);
+        }
         for (const JsonFinding& finding : document.jsonFindings) {
             Diagnostic diagnostic;
             diagnostic.level = finding.level;
             diagnostic.site = ResolveSteps(root, finding.steps);
             diagnostic.bit = finding.bit;
+            if (diagnostic.site)
+                diagnostic.where = finding.key.isNull()
+                                       ? diagnostic.site->MemberLocation(finding.bit)
+                                       : json.Unknown(*diagnostic.site, finding.key);
             diagnostic.message = finding.message;
             document.diagnostics.Add(std::move(diagnostic), true);
         }

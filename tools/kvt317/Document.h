@@ -52,6 +52,7 @@ struct JsonFinding {
     int bit = -1;
     Level level = Level::Error;
     QString message;
+    QString key; // an unknown member's name; null otherwise
 };
 
 // One input of the tool: its bytes, its form and record type, and the record the library

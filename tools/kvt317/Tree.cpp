@@ -264,11 +264,13 @@ public:
                 for (const MemberDescription& candidate : description.members)
                     names.append(candidate.name);
                 const QString suggestion = Suggestion(it.key(), names);
-                Find(-1, QStringLiteral("unknown member '%1' (ignored)%2")
-                             .arg(it.key(),
-                                  suggestion.isNull()
-                                      ? QString()
-                                      : QStringLiteral("; did you mean '%1'?").arg(suggestion)));
+                Find(-1,
+                     QStringLiteral("unknown member '%1' (ignored)%2")
+                         .arg(it.key(),
+                              suggestion.isNull()
+                                  ? QString()
+                                  : QStringLiteral("; did you mean '%1'?").arg(suggestion)),
+                     it.key());
                 continue;
             }
             Member(node, *member, it.value());
@@ -352,9 +354,9 @@ private:
         }
     }
 
-    void Find(int bit, const QString& message)
+    void Find(int bit, const QString& message, const QString& unknownKey = QString())
     {
-        m_findings.push_back({m_steps, bit, Level::Error, message});
+        m_findings.push_back({m_steps, bit, Level::Error, message, unknownKey});
     }
 
     std::vector<JsonFinding>& m_findings;

@@ -278,7 +278,8 @@ out <<'TEXT'
 }
 TEXT
 
-# ---- JSON input: no positions, the record path says where
+# ---- JSON input: located at the member's key, or at the record where it names no member;
+# a key given twice in one object is read as the last one, and said
 cat >faults.json <<'JSON'
 {"BearingSettings": {"Name": "North", "Frequency": "fast", "AveragingTime": 1.5,
  "DFBandwidth": 12.345, "DFMode": "gate", "DFBandwith": 1, "BearingVtPath": 7,
@@ -286,17 +287,38 @@ cat >faults.json <<'JSON'
 JSON
 run "json input" 1 kvt317 check faults.json
 out <<'TEXT'
-faults.json: error: AveragingTime: 1.5 is not a whole number (ignored)
-faults.json: error: BearingVtPath: expected a string or null, found a number (ignored)
-faults.json: error: unknown member 'DFBandwith' (ignored); did you mean 'DFBandwidth'?
-faults.json: error: Frequency: expected a number, found a string (ignored)
-faults.json: warning: DFBandwidth: '12.345' keeps 2 decimals (written as 12.35)
-faults.json: error: DFMode: unknown name 'gate' (read as invalid); allowed: Cont, Norm, Gate
-faults.json: error: SlidingWindowTime: 4294967296 does not fit in 32 bits (read as 0)
-faults.json: warning: enum is not valid (classname=BearingSettings,membername=m_dFMode)
-faults.json: error: BearingSettings: Please set Frequency properly.
-faults.json: error: BearingSettings: Please set DFMode properly.
+faults.json:1:39: error: Frequency: expected a number, found a string (ignored)
+faults.json:1:39: error: BearingSettings: Please set Frequency properly.
+faults.json:1:60: error: AveragingTime: 1.5 is not a whole number (ignored)
+faults.json:2:2: warning: DFBandwidth: '12.345' keeps 2 decimals (written as 12.35)
+faults.json:2:25: error: DFMode: unknown name 'gate' (read as invalid); allowed: Cont, Norm, Gate
+faults.json:2:25: warning: enum is not valid (classname=BearingSettings,membername=m_dFMode)
+faults.json:2:25: error: BearingSettings: Please set DFMode properly.
+faults.json:2:43: error: unknown member 'DFBandwith' (ignored); did you mean 'DFBandwidth'?
+faults.json:2:60: error: BearingVtPath: expected a string or null, found a number (ignored)
+faults.json:3:2: error: SlidingWindowTime: 4294967296 does not fit in 32 bits (read as 0)
 checked 1 file, 1 with faults (8 errors, 2 warnings)
+TEXT
+cat >twice.json <<'JSON'
+{"KVT317_Settings": {"KVT317SettingsDetail": [
+  {"Name": "a", "Thresh\u006fld": 5, "Threshold": 6,
+   "FrequencyRange": {"StartFrequency": 1}, "FrequencyRange": {"StopFrequency": 2}},
+  7
+]}}
+JSON
+run "json twice" 1 kvt317 check twice.json
+grep -v 'Please set' out >located
+same located <<'TEXT'
+twice.json:2:3: warning: KVT317SettingsDetail[1] ("a"): KVT317_Settings: Tried to append not completely defined or invalid item KVT317SettingsDetail.
+twice.json:2:38: warning: KVT317SettingsDetail[1] ("a"): Threshold given twice (first at 2:17); the later one wins
+twice.json:3:45: warning: KVT317SettingsDetail[1] ("a"): FrequencyRange given twice (first at 3:4); the later one wins
+twice.json:4:3: error: KVT317SettingsDetail[2]: expected an object, found a number (read as an empty item)
+twice.json:4:3: warning: KVT317SettingsDetail[2]: KVT317_Settings: Tried to append not completely defined or invalid item KVT317SettingsDetail.
+checked 1 file, 1 with faults (31 errors, 4 warnings)
+TEXT
+grep '1\].FrequencyRange ("a"): FrequencyRange: Please set' out >range
+same range <<'TEXT'
+twice.json:3:45: error: KVT317SettingsDetail[1].FrequencyRange ("a"): FrequencyRange: Please set StartFrequency properly.
 TEXT
 printf '{"BearingSettings": {"Name": "North",}}' >syntax.json
 run "json syntax" 1 kvt317 check syntax.json

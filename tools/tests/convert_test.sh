@@ -213,7 +213,7 @@ same_file "control character round trip" control.bin control2.bin
 printf '{"BearingSettings": {"Frequency": 1, "Mode": "Gate"}}\n' >unknown.json
 run "json refused" 1 kvt317 convert unknown.json unknown.xml
 err <<'TEXT'
-unknown.json: error: unknown member 'Mode' (ignored)
+unknown.json:1:38: error: unknown member 'Mode' (ignored)
 kvt317: unknown.xml not written: writing would change what the input holds (1 finding); --force writes it anyway
 TEXT
 
