@@ -7,6 +7,7 @@
 #include <QDataStream>
 #include <QJsonArray>
 #include <QJsonDocument>
+#include <QMap>
 #include <QPair>
 #include <QRegularExpression>
 #include <QSet>
@@ -330,7 +331,36 @@ private:
         return m_lines.At(start >= 0 ? start : end);
     }
 
+    // The namespaces declared on the elements that enclose the reader, outermost first.
     void Record(Site& site)
+    {
+        m_scopes.push_back(m_reader.namespaceDeclarations());
+        Content(site);
+        m_scopes.pop_back();
+    }
+
+    // An item's text, to be read on its own: with the namespaces its ancestors declare,
+    // which it may use, added to its start tag.
+    QString ItemText(qint64 start, int nameLength, const QXmlStreamNamespaceDeclarations& own)
+    {
+        QString text = m_document.text.mid(static_cast<int>(start),
+                                           static_cast<int>(m_reader.characterOffset() - start));
+        QMap<QString, QString> inScope;
+        for (const QXmlStreamNamespaceDeclarations& scope : m_scopes)
+            for (const QXmlStreamNamespaceDeclaration& declaration : scope)
+                inScope.insert(declaration.prefix().toString(),
+                               declaration.namespaceUri().toString());
+        for (const QXmlStreamNamespaceDeclaration& declaration : own)
+            inScope.remove(declaration.prefix().toString());
+        QString declarations;
+        for (auto it = inScope.cbegin(); it != inScope.cend(); ++it)
+            declarations += (it.key().isEmpty() ? QStringLiteral(" xmlns=\"")
+                                                : QStringLiteral(" xmlns:%1=\"").arg(it.key())) +
+                            it.value().toHtmlEscaped() + QLatin1Char('"');
+        return text.insert(1 + nameLength, declarations);
+    }
+
+    void Content(Site& site)
     {
         Attributes(site);
         while (!m_reader.atEnd()) {
@@ -406,11 +436,11 @@ private:
         if (member->kind == MemberKind::RecordList) {
             Site& item = site.AddItem(member->bit);
             item.where = where;
+            const int nameLength = static_cast<int>(m_reader.qualifiedName().size());
+            const QXmlStreamNamespaceDeclarations own = m_reader.namespaceDeclarations();
             Record(item);
             if (!m_reader.hasError()) {
-                const QString xml = m_document.text.mid(
-                    static_cast<int>(where.offset),
-                    static_cast<int>(m_reader.characterOffset() - where.offset));
+                const QString xml = ItemText(where.offset, nameLength, own);
                 m_attribution.Item(item, xml.toUtf8(), [&xml](KVT317XML::Record& record) -> bool {
                     return record.SetXmlString(xml, true);
                 });
@@ -480,6 +510,7 @@ private:
     Attribution& m_attribution;
     const LineIndex& m_lines;
     QXmlStreamReader m_reader;
+    std::vector<QXmlStreamNamespaceDeclarations> m_scopes;
     qint64 m_lastEnd = 0;
     bool m_failed = false;
 };

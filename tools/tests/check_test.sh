@@ -320,6 +320,32 @@ grep '1\].FrequencyRange ("a"): FrequencyRange: Please set' out >range
 same range <<'TEXT'
 twice.json:3:45: error: KVT317SettingsDetail[1].FrequencyRange ("a"): FrequencyRange: Please set StartFrequency properly.
 TEXT
+# ---- a namespace prefix declared on the root: the library's reports are still tied to the
+# detail they came from, which is read on its own with the root's declarations
+cat >prefixed.xml <<'XML'
+<?xml version="1.0" encoding="UTF-8"?>
+<k:KVT317_Settings xmlns:k="urn:example:kvt317" xmlns="urn:example:other">
+  <k:KVT317SettingsDetail Name="North" index="1">
+    <k:AntennaPol>vert</k:AntennaPol>
+  </k:KVT317SettingsDetail>
+  <k:KVT317SettingsDetail xmlns:k="urn:example:kvt317" Name="South" index="2"/>
+</k:KVT317_Settings>
+XML
+run "namespace prefix" 1 kvt317 check prefixed.xml
+grep -v 'Please set' out >tied
+same tied <<'TEXT'
+prefixed.xml:3:3: warning: KVT317SettingsDetail[1] ("North"): KVT317_Settings: Tried to append not completely defined or invalid item KVT317SettingsDetail.
+prefixed.xml:4:5: error: KVT317SettingsDetail[1] ("North"): AntennaPol: unknown name 'vert' (read as invalid); allowed: VERT, HOR, LEFT, RIGHT
+prefixed.xml:4:5: warning: KVT317SettingsDetail[1] ("North"): enum is not valid (classname=KVT317SettingsDetail,membername=m_antennaPol)
+prefixed.xml:6:3: warning: KVT317SettingsDetail[2] ("South"): KVT317_Settings: Tried to append not completely defined or invalid item KVT317SettingsDetail.
+checked 1 file, 1 with faults (33 errors, 3 warnings)
+TEXT
+grep 'AntennaPol properly' out >antenna
+same antenna <<'TEXT'
+prefixed.xml:4:5: error: KVT317SettingsDetail[1] ("North"): KVT317SettingsDetail: Please set AntennaPol properly.
+prefixed.xml:6:3: error: KVT317SettingsDetail[2] ("South"): KVT317SettingsDetail: Please set AntennaPol properly.
+TEXT
+
 printf '{"BearingSettings": {"Name": "North",}}' >syntax.json
 run "json syntax" 1 kvt317 check syntax.json
 out <<'TEXT'
