@@ -29,9 +29,10 @@ QString Position(const Location& where, bool binary)
                   : QStringLiteral(" (first at %1:%2)").arg(where.line).arg(where.column);
 }
 
-// A member given twice: the later one wins; a record given twice is read into one record.
+// A member given twice: the later one wins. A record given twice in XML or binary is read
+// into one record; JSON keeps only the later one (`recordsMerge` false).
 void ReportTwice(Document& document, Site& site, const MemberDescription& member,
-                 const Location& where, bool binary)
+                 const Location& where, bool binary, bool recordsMerge = true)
 {
     if (static_cast<std::size_t>(member.bit) >= site.members.size() ||
         !site.members[static_cast<std::size_t>(member.bit)].Known())
@@ -39,7 +40,7 @@ void ReportTwice(Document& document, Site& site, const MemberDescription& member
     const QString first = Position(site.members[static_cast<std::size_t>(member.bit)], binary);
     document.diagnostics.Add(
         where, Level::Warning, &site, member.bit,
-        member.kind == MemberKind::Record
+        member.kind == MemberKind::Record && recordsMerge
             ? QStringLiteral("%1 given twice%2; both are read into one "
                              "record")
                   .arg(member.name, first)
@@ -619,10 +620,9 @@ private:
             SkipValue();
             return;
         }
-        QHash<QString, Location> given;
         for (;;) {
             Blank();
-            if (!Peek().isNull() && Take(u'}'))
+            if (Take(u'}'))
                 return;
             if (Peek() != QChar(u'"'))
                 return;
@@ -630,14 +630,13 @@ private:
             const QString key = Key();
             Blank();
             Take(u':');
-            Member(site, key, where, given);
+            Member(site, key, where);
             Blank();
             Take(u',');
         }
     }
 
-    void Member(Site& site, const QString& key, const Location& where,
-                QHash<QString, Location>& given)
+    void Member(Site& site, const QString& key, const Location& where)
     {
         const MemberDescription* member = site.description->FindName(key);
         if (!member) {
@@ -645,15 +644,7 @@ private:
             SkipValue();
             return;
         }
-        const auto first = given.constFind(key);
-        if (first != given.constEnd())
-            m_document.diagnostics.Add(where, Level::Warning, &site, member->bit,
-                                       QStringLiteral("%1 given twice (first at %2:%3); the later "
-                                                      "one wins")
-                                           .arg(key)
-                                           .arg(first->line)
-                                           .arg(first->column));
-        given.insert(key, where);
+        ReportTwice(m_document, site, *member, where, false, false);
         site.Given(member->bit, where);
         Blank();
         if (member->kind == MemberKind::Record) {
