@@ -6,6 +6,9 @@
 #include <IRGObject.h>
 
 #include <QSharedDataPointer>
+#include <QVariant>
+
+#include <memory>
 
 namespace KVT317XML {
 
@@ -94,6 +97,53 @@ public:
     const Record* ListItem(int bit, int index) const;
     /// Equality by the records' own rule; records of different types are unequal.
     bool Equals(const Record& other) const;
+    /// The member's current value as a QVariant of its natural type: int for whole numbers
+    /// and enumerations (the enumerator), float, double, QString, QDateTime. An invalid
+    /// QVariant for child records and lists (see Child() and ListItem()).
+    QVariant MemberValue(int bit) const;
+    /// The member's per-object default, as MemberValue() gives values.
+    QVariant MemberDefault(int bit) const;
+    ///@}
+
+    /// @name Writing members by description
+    /// Any member set, reset or edited through the member table, with exactly the checks,
+    /// reports and raising of the typed accessors (SetX(), ResetX(), the list's append).
+    /// Generic programs (the kvt317 tool, item models, editors) write records with these.
+    ///@{
+    /// Sets the member from its text form, converted as XML reading converts it: whole
+    /// numbers and numbers through Qt's conversions (a text that does not read gives 0),
+    /// enumerations by name (an unknown name gives the invalid marker, which the setter
+    /// reports), texts as they stand, date-times in the form "yyyy-MM-ddThh:mm:ss,zzzZ".
+    /// While a ReadObserver listens it receives what the conversion takes in silence, as
+    /// findings of kinds NumberNotRead, UnknownName, ... Child records and lists are left
+    /// alone.
+    void SetMemberText(int bit, const QString& text);
+    /// Sets the member from a QVariant of its natural type (see MemberValue(); an
+    /// enumeration takes its enumerator as int). Returns false, changing nothing, when the
+    /// value does not convert to that type without loss, and for child records and lists.
+    bool SetMemberValue(int bit, const QVariant& value);
+    /// Marks the member unset and puts its default back, as ResetX() does.
+    void ResetMember(int bit);
+    /// The child record of a Record member, for editing in place; marks the member set, as
+    /// the child's non-const getter does. Null for other members.
+    Record* MutableChild(int bit);
+    /// An item of a RecordList member, for editing in place; marks the list set, as the
+    /// list's non-const getter does. Null for other members and positions outside the list.
+    Record* MutableListItem(int bit, int index);
+    /// A new record of the type a Record or RecordList member holds; null for other members.
+    std::unique_ptr<Record> NewMemberRecord(int bit) const;
+    /// Inserts a copy of @p item before position @p index (0 to the list's size) of a
+    /// RecordList member, under the rule of the list's append: an incomplete item is
+    /// reported, and with validation on it is not inserted and the report raises. Returns
+    /// whether the item is in the list.
+    bool InsertListItem(int bit, int index, const Record& item);
+    /// InsertListItem() at the end of the list.
+    bool AppendListItem(int bit, const Record& item);
+    /// Removes the item at @p index of a RecordList member; false when there is none.
+    bool RemoveListItem(int bit, int index);
+    /// Moves the item at @p from of a RecordList member to position @p to (both within the
+    /// list), the items between shifting by one; false when either is outside the list.
+    bool MoveListItem(int bit, int from, int to);
     ///@}
 
 protected:
@@ -167,8 +217,6 @@ protected:
     /// data; an incomplete item is reported either way.
     void Append(int bit, const Record& item);
 
-    /// Marks the member unset and puts its default back.
-    void ResetMember(int bit);
     ///@}
 
     /// @name Enumeration conversions through the member's name table
