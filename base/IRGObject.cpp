@@ -1,4 +1,5 @@
 #include "IRGObject.h"
+#include "ReadTap.h"
 
 #include <QBuffer>
 #include <QFile>
@@ -207,6 +208,19 @@ QString UnwritableInDocument(const QByteArray& document, bool writerError)
     return QString();
 }
 
+// Reads the next token, through the tap where one listens; comments and processing
+// instructions are passed over wherever they stand, and so are told to it.
+void ReadNext(QXmlStreamReader& reader, ReadTap* tap, ReadTap::Passage passage)
+{
+    if (!tap) {
+        reader.readNext();
+        return;
+    }
+    tap->ReadNext(reader);
+    if (reader.isComment() || reader.isProcessingInstruction())
+        tap->Passed(reader, passage, tap->TokenStart(reader));
+}
+
 QString Hex32(qint32 value)
 {
     return QStringLiteral("%1").arg(static_cast<quint32>(value), 8, 16, QLatin1Char('0')).toUpper();
@@ -385,6 +399,8 @@ void IRGObject::SetInvalid(int& value) const
 bool IRGObject::SetXmlString(const QString& xml, bool reset)
 {
     QXmlStreamReader reader(xml);
+    if (ReadTap* tap = ReadTap::Current())
+        tap->BeginXml(xml);
     return ReadXmlDocument(reader, reset);
 }
 
@@ -413,39 +429,56 @@ bool IRGObject::LoadXml(QFile* file)
     if (!OpenForReading(file))
         return false;
     QXmlStreamReader reader(file);
+    if (ReadTap* tap = ReadTap::Current())
+        tap->BeginXml(QStringView());
     return ReadXmlDocument(reader, true);
 }
 
 bool IRGObject::ReadXmlDocument(QXmlStreamReader& reader, bool reset)
 {
-    return ReadDocument(reset, [this, &reader]() -> QString {
+    ReadTap* const tap = ReadTap::Current();
+    const auto next = [tap, &reader] { ReadNext(reader, tap, ReadTap::Passage::Document); };
+    ReadTap::Position where;
+    const auto here = [&reader, &where] {
+        where = {reader.lineNumber(), reader.columnNumber() + 1, reader.characterOffset()};
+    };
+    return ReadDocument(reset, where, [&]() -> QString {
         // A document type declaration can only stand before the root element; refusing it
         // there keeps entity declarations and their expansion out of the reader.
         while (!reader.atEnd() && !reader.isStartElement()) {
-            reader.readNext();
-            if (reader.tokenType() == QXmlStreamReader::DTD)
+            next();
+            if (reader.tokenType() == QXmlStreamReader::DTD) {
+                if (tap)
+                    where = tap->TokenStart(reader);
                 return QStringLiteral(
                            "Document type declarations are not accepted (line %1, column %2)")
                     .arg(reader.lineNumber())
                     .arg(reader.columnNumber());
+            }
         }
-        if (!reader.hasError() && reader.name() != GetObjectName())
+        if (!reader.hasError() && reader.name() != GetObjectName()) {
+            if (tap)
+                where = tap->TokenStart(reader);
             return QStringLiteral("Root element is '%1', expected '%2'")
                 .arg(reader.name().toString(), GetObjectName());
+        }
         if (!reader.hasError())
             ProcessXml(reader);
         while (!reader.atEnd())
-            reader.readNext();
-        if (reader.hasError())
+            next();
+        if (reader.hasError()) {
+            here();
             return QStringLiteral("XML error in line %1, column %2: %3")
                 .arg(reader.lineNumber())
                 .arg(reader.columnNumber())
                 .arg(reader.errorString());
+        }
         return QString();
     });
 }
 
-bool IRGObject::ReadDocument(bool reset, const std::function<QString()>& read)
+bool IRGObject::ReadDocument(bool reset, const ReadTap::Position& where,
+                             const std::function<QString()>& read)
 {
     // The reports of a load are held until the document is known to be good: a document
     // that fails leaves one report, naming the fault, and the record as it was.
@@ -473,7 +506,7 @@ bool IRGObject::ReadDocument(bool reset, const std::function<QString()>& read)
     }
     held.Drop();
     RestoreState(state);
-    ReportDocumentFault(fault);
+    ReportDocumentFault(fault, where);
     return false;
 }
 
@@ -538,11 +571,12 @@ void IRGObject::ProcessXml(QXmlStreamReader& reader)
     // end elements, whatever their names, must not end the record. A record whose own code
     // stops inside an element without SkipUnknownElement leaves the count unknown; the loop
     // then ends at the first end element that carries the record's name.
+    ReadTap* const tap = ReadTap::Current();
     const QString name = reader.name().toString();
     qint64 open = 0;
     bool counting = true;
     while (!reader.atEnd()) {
-        reader.readNext();
+        ReadNext(reader, tap, ReadTap::Passage::Content);
         if (reader.isStartElement()) {
             openAfterSkip = -1;
             ProcessXmlStartElement(reader);
@@ -557,6 +591,8 @@ void IRGObject::ProcessXml(QXmlStreamReader& reader)
                 return;
             if (open > 0)
                 --open;
+        } else if (tap && reader.isCharacters() && !reader.isWhitespace()) {
+            tap->Passed(reader, ReadTap::Passage::Content, tap->TokenStart(reader));
         }
     }
 }
@@ -566,11 +602,15 @@ QString IRGObject::GetTextValue(QXmlStreamReader& reader)
     // Iterative: nesting of any depth costs no stack.
     if (!reader.isStartElement())
         return QString();
+    ReadTap* const tap = ReadTap::Current();
     QString text;
     qint64 depth = 1;
     while (depth > 0 && !reader.atEnd()) {
-        switch (reader.readNext()) {
+        ReadNext(reader, tap, ReadTap::Passage::MemberText);
+        switch (reader.tokenType()) {
         case QXmlStreamReader::StartElement:
+            if (tap)
+                tap->Passed(reader, ReadTap::Passage::MemberText, tap->TokenStart(reader));
             ++depth;
             break;
         case QXmlStreamReader::EndElement:
@@ -590,10 +630,11 @@ QString IRGObject::GetTextValue(QXmlStreamReader& reader)
 
 void IRGObject::SkipUnknownElement(QXmlStreamReader& reader)
 {
+    ReadTap* const tap = ReadTap::Current();
     const QString name = reader.name().toString();
     qint64 open = 1;
     while (!reader.atEnd()) {
-        reader.readNext();
+        ReadNext(reader, tap, ReadTap::Passage::Skipped);
         if (reader.isStartElement())
             ++open;
         else if (reader.isEndElement())
@@ -664,19 +705,34 @@ bool IRGObject::LoadBinary(QFile* file)
 
 bool IRGObject::ReadBinaryDocument(QDataStream& stream, bool wholeInput, bool reset)
 {
-    return ReadDocument(reset, [this, &stream, wholeInput]() -> QString {
+    ReadTap::Position where;
+    return ReadDocument(reset, where, [this, &stream, wholeInput, &where]() -> QString {
         QString fault;
-        if (ReadFrame(stream, fault) && wholeInput && !stream.atEnd())
+        if (ReadFrame(stream, fault, where) && wholeInput && !stream.atEnd()) {
             fault = QStringLiteral("Binary data continues after the record frame");
+            if (ReadTap* tap = ReadTap::Current())
+                where.offset = tap->BinaryOffset(stream.device());
+        }
         return fault;
     });
 }
 
-bool IRGObject::ReadFrame(QDataStream& stream, QString& fault)
+bool IRGObject::ReadFrame(QDataStream& stream, QString& fault, ReadTap::Position& where)
 {
+    // Offsets count from the frame's tag; in a compressed document, in the inflated frame.
+    ReadTap* const tap = ReadTap::Current();
+    QIODevice* device = stream.device();
+    const qint64 start = device && !device->isSequential() ? device->pos() : -1;
+    if (tap)
+        tap->SetFrameStart(std::max<qint64>(start, 0));
+    const auto at = [&where, tap, device](qint64 offset) {
+        if (tap)
+            where.offset = offset >= 0 ? offset : tap->BinaryOffset(device);
+    };
     qint32 tag = 0;
     stream >> tag;
     if (stream.status() != QDataStream::Ok) {
+        at(0);
         fault = QStringLiteral("Binary data ends before the frame head");
         return false;
     }
@@ -692,15 +748,19 @@ bool IRGObject::ReadFrame(QDataStream& stream, QString& fault)
             return false;
         QDataStream inner(plain);
         DocumentFormat format(inner);
-        if (!ReadFrame(inner, fault))
+        if (!ReadFrame(inner, fault, where))
             return false;
         if (!inner.atEnd()) {
+            at(-1);
+            if (tap)
+                where.offset = tap->BinaryOffset(inner.device());
             fault = QStringLiteral("Compressed binary data continues after the record frame");
             return false;
         }
         return true;
     }
     if (tag != static_cast<qint32>(m_id)) {
+        at(0);
         fault = QStringLiteral("Binary frame of record type 0x%1, expected %2 (0x%3)")
                     .arg(Hex32(tag), GetObjectName(), Hex32(static_cast<qint32>(m_id)));
         return false;
@@ -708,21 +768,22 @@ bool IRGObject::ReadFrame(QDataStream& stream, QString& fault)
     qint32 length = 0;
     stream >> length;
     if (stream.status() != QDataStream::Ok) {
+        at(4);
         fault = QStringLiteral("Binary data ends inside the frame head");
         return false;
     }
-    QIODevice* device = stream.device();
-    const qint64 start = device && !device->isSequential() ? device->pos() : -1;
     SetBinary(stream, length);
     if (stream.status() != QDataStream::Ok) {
+        at(-1);
         fault = QStringLiteral("Binary frame of %1 is truncated").arg(GetObjectName());
         return false;
     }
-    if (start >= 0 && device->pos() - start != length) {
+    if (start >= 0 && device->pos() - start - 8 != length) {
+        at(-1);
         fault = QStringLiteral("Binary frame of %1 announces %2 bytes, its members take %3")
                     .arg(GetObjectName())
                     .arg(length)
-                    .arg(device->pos() - start);
+                    .arg(device->pos() - start - 8);
         return false;
     }
     return true;
@@ -859,12 +920,19 @@ void IRGObject::RestoreState(const std::shared_ptr<const void>&) {}
 
 void IRGObject::Trace(LogLevel level, const RGException& exception) const
 {
+    if (ReadTap* tap = ReadTap::Current())
+        tap->Reported(*this, level, exception);
+    Log(level, exception.GetMessage());
+}
+
+void IRGObject::Log(LogLevel level, const QString& message) const
+{
     if (!m_logger)
         return;
     if (HeldReports* held = HeldReports::Current())
-        held->Add(m_logger, level, exception.GetMessage());
+        held->Add(m_logger, level, message);
     else
-        m_logger->Log(level, exception.GetMessage());
+        m_logger->Log(level, message);
 }
 
 void IRGObject::TraceOrThrow(LogLevel level, RGException& exception, bool throwException,
@@ -876,9 +944,11 @@ void IRGObject::TraceOrThrow(LogLevel level, RGException& exception, bool throwE
         exception.Raise();
 }
 
-void IRGObject::ReportDocumentFault(const QString& message) const
+void IRGObject::ReportDocumentFault(const QString& message, const ReadTap::Position& where) const
 {
-    Trace(LogLevel::Error, RGException(message));
+    if (ReadTap* tap = ReadTap::Current())
+        tap->DocumentFault(message, where);
+    Log(LogLevel::Error, message);
 }
 
 } // namespace REPORTGENERATOR

@@ -5,6 +5,7 @@
 #include "Logger.h"
 #include "ObjectTypes.h"
 #include "RGException.h"
+#include "ReadTap.h"
 #include "ReportBaseExport.h"
 #include "XmlText.h"
 
@@ -255,11 +256,16 @@ protected:
 
 private:
     QByteArray XmlDocument(bool* writerError = nullptr) const;
-    bool ReadDocument(bool reset, const std::function<QString()>& read);
+    bool ReadDocument(bool reset, const ReadTap::Position& where,
+                      const std::function<QString()>& read);
     bool ReadXmlDocument(QXmlStreamReader& reader, bool reset);
     bool ReadBinaryDocument(QDataStream& stream, bool wholeInput, bool reset);
-    bool ReadFrame(QDataStream& stream, QString& fault);
-    void ReportDocumentFault(const QString& message) const;
+    bool ReadFrame(QDataStream& stream, QString& fault, ReadTap::Position& where);
+    // One ERROR naming a fault of the document as a whole, at its place where known.
+    void ReportDocumentFault(const QString& message,
+                             const ReadTap::Position& where = ReadTap::Position()) const;
+    // Sends a message to the logger, or holds it while a document loads.
+    void Log(LogLevel level, const QString& message) const;
     // Opens the file unless it is open; reports why when it cannot.
     bool OpenForReading(QFile* file) const;
 

@@ -38,7 +38,8 @@ enum class FindingKind {
     Comment,                 ///< an XML comment, which no written form keeps
     ProcessingInstruction,   ///< an XML processing instruction, which no written form keeps
     TextOutsideMembers,      ///< character data between member elements; ignored
-    ElementInText            ///< an element inside a member's text; skipped with its content
+    ElementInText,           ///< an element inside a member's text; skipped with its content
+    NotXmlCharacter ///< a binary text holding a character XML cannot carry; no XML is written
 };
 
 /// One step from a document's root to a record inside it: the member of the enclosing

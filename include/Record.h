@@ -15,6 +15,8 @@ namespace KVT317XML {
 struct StorageBlock;
 struct RecordType;
 struct MemberRow;
+struct ReadPosition;
+class ReadContext;
 
 /// @brief The behaviour that every record shares, driven by its member table.
 ///
@@ -271,6 +273,9 @@ private:
     Record& BeginItem(const MemberRow& row);
     void EndItem(const MemberRow& row, Record& item);
     void ReadListEntry(const MemberRow& row, QDataStream& stream, int payload, qint64& remaining);
+    void ObserveText(ReadContext& context, const MemberDescription& member, const ReadPosition& at,
+                     quint32 tag, qint32 payload, const QByteArray& bytes,
+                     const QString& text) const;
 
     // Writing
     void WriteMemberEntry(QDataStream& stream, const MemberRow& row,

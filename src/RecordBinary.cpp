@@ -1,9 +1,13 @@
 // The binary form: a record frame (tag, length) of member entries (tag, length, payload).
 
+#include "ReadContext.h"
+#include "ReadText.h"
 #include "RecordStorage.h"
 #include "RecordText.h"
 
 #include <QBuffer>
+
+#include <XmlText.h>
 
 #include <algorithm>
 
@@ -113,19 +117,38 @@ void Record::SetBinary(QDataStream& stream, int length)
 {
     Settle();
     InitData();
+    ReadContext* const context = ReadContext::Current();
+    const ReadContext::Scope scope(context, m_type.description, -1, -1);
+    QIODevice* const device = stream.device();
+    if (context) {
+        // A document's root and a list's items have frames of their own; a nested record's
+        // frame is its member entry in the record that holds it.
+        if (const ReadStep* step = context->LastStep(); !step)
+            context->RecordStart(context->BinaryPosition(device, 8),
+                                 static_cast<quint32>(m_type.description.id), length);
+        else if (step->item >= 0)
+            context->RecordStart(context->BinaryPosition(device, 4), 0, length);
+    }
     if (length == 0)
         return;
     qint64 remaining = length;
     while (remaining > 0 && !stream.atEnd() && stream.status() == QDataStream::Ok) {
+        ReadPosition at;
+        if (context)
+            at = context->BinaryPosition(device);
         qint32 tag = 0;
         qint32 payload = 0;
         stream >> tag >> payload;
         remaining -= 8 + static_cast<qint64>(payload);
         const MemberDescription* member = m_type.description.FindTag(static_cast<quint32>(tag));
         if (!member) {
+            if (context)
+                context->UnknownEntry(at, static_cast<quint32>(tag), payload);
             skipCurrentElement(stream, payload, tag);
             continue;
         }
+        if (context)
+            context->MemberGiven(*member, at);
         const int bit = member->bit;
         const MemberRow& row = m_type.rows[bit];
         switch (member->kind) {
@@ -133,12 +156,29 @@ void Record::SetBinary(QDataStream& stream, int length)
             // Whole numbers travel as 64 bits; the low 32 are kept.
             qint64 value = 0;
             stream >> value;
-            Assign<int>(bit, static_cast<qint32>(static_cast<quint32>(value & 0xFFFFFFFF)));
+            const auto kept = static_cast<qint32>(static_cast<quint32>(value & 0xFFFFFFFF));
+            if (context) {
+                context->Entry(*member, at, static_cast<quint32>(tag), payload,
+                               QString::number(value));
+                if (kept != value)
+                    context->Find(LogLevel::Error, FindingKind::WholeNumberBeyond32Bits, member, at,
+                                  QStringLiteral("%1: %2 does not fit in 32 bits (read as %3)")
+                                      .arg(member->name)
+                                      .arg(value)
+                                      .arg(kept),
+                                  QString::number(value));
+            }
+            Assign<int>(bit, kept);
             break;
         }
         case MemberKind::Record: {
+            if (context)
+                context->Entry(*member, at, static_cast<quint32>(tag), payload, QString());
             void* value = reinterpret_cast<char*>(&MutableStorage()) + row.valueOffset;
-            RecordAt(row, value, 0).SetBinary(stream, payload);
+            {
+                const ReadContext::Scope child(context, *member->nested(), bit, -1);
+                RecordAt(row, value, 0).SetBinary(stream, payload);
+            }
             MarkSet(bit);
             break;
         }
@@ -151,12 +191,17 @@ void Record::SetBinary(QDataStream& stream, int length)
             QString text;
             if (!bytes.isNull())
                 text = bytes.isEmpty() ? QStringLiteral("") : QString::fromUtf8(bytes);
+            if (context)
+                ObserveText(*context, *member, at, static_cast<quint32>(tag), payload, bytes, text);
             AssignFromText(bit, text);
         }
         }
     }
     if (remaining == 0)
         return;
+    if (context)
+        context->SetPosition(context->BinaryPosition(device));
+    const ReadContext::Subject subject(context, nullptr);
     BinaryParsingException exception(
         GetObjectName() +
         QStringLiteral(
@@ -164,11 +209,37 @@ void Record::SetBinary(QDataStream& stream, int length)
     TraceOrThrow(LogLevel::Error, exception, true, true);
 }
 
+// What a text payload holds that its member does not keep as it is.
+void Record::ObserveText(ReadContext& context, const MemberDescription& member,
+                         const ReadPosition& at, quint32 tag, qint32 payload,
+                         const QByteArray& bytes, const QString& text) const
+{
+    context.Entry(member, at, tag, payload, text);
+    const int bad = bytes.isNull() ? -1 : read::InvalidUtf8(bytes);
+    if (bad >= 0)
+        context.Find(LogLevel::Error, FindingKind::InvalidUtf8, &member,
+                     ReadPosition{0, 0, at.offset + 12 + bad},
+                     QStringLiteral("%1: the text is not valid UTF-8 (byte %2; read as U+FFFD)")
+                         .arg(member.name, read::HexByte(bytes.at(bad))),
+                     text);
+    uint code = 0;
+    if (member.kind == MemberKind::Text &&
+        REPORTGENERATOR::XmlText::FirstUnwritable(text, &code) >= 0)
+        context.Find(LogLevel::Error, FindingKind::NotXmlCharacter, &member, at,
+                     QStringLiteral("%1: holds %2, which XML cannot carry")
+                         .arg(member.name, REPORTGENERATOR::XmlText::CodeName(code)),
+                     text);
+}
+
 void Record::ReadListEntry(const MemberRow& row, QDataStream& stream, int payload,
                            qint64& remaining)
 {
+    ReadContext* const context = ReadContext::Current();
     qint32 count = 0;
     stream >> count;
+    if (context)
+        context->Entry(row.description, context->BinaryPosition(stream.device(), 12),
+                       row.description.tag, payload, QString::number(count));
     if (count <= 0 || stream.status() != QDataStream::Ok)
         return;
     // Every item takes at least its 4-byte length: never reserve for more items than the
@@ -180,15 +251,23 @@ void Record::ReadListEntry(const MemberRow& row, QDataStream& stream, int payloa
     row.list->reserve(slot, row.list->size(slot) + static_cast<int>(std::min<qint64>(count, room)));
     qint32 read = 0;
     for (; read < count && !stream.atEnd() && stream.status() == QDataStream::Ok; ++read) {
+        ReadPosition itemAt;
+        if (context)
+            itemAt = context->BinaryPosition(stream.device());
         qint32 itemLength = 0;
         stream >> itemLength;
         Record& item = BeginItem(row);
         try {
+            const ReadContext::Scope scope(
+                context, *row.description.nested(), row.description.bit,
+                row.list->size(reinterpret_cast<char*>(&MutableStorage()) + row.valueOffset) - 1);
             item.SetBinary(stream, itemLength);
         } catch (...) {
             row.list->popBack(reinterpret_cast<char*>(&MutableStorage()) + row.valueOffset);
             throw;
         }
+        if (context)
+            context->SetPosition(itemAt);
         EndItem(row, item);
     }
     // A list that ends before its count is as short as a frame that does.

@@ -1,5 +1,6 @@
 // Checks: every unset required member and every invalid value, in member order.
 
+#include "ReadContext.h"
 #include "RecordStorage.h"
 #include "RecordText.h"
 
@@ -11,12 +12,14 @@ namespace KVT317XML {
 
 void Record::ReportCheck(const MemberDescription& member, bool noThrow) const
 {
+    const ReadContext::Subject subject(ReadContext::Current(), &member);
     OutOfRangeException exception(text::PleaseSet(GetObjectName(), member.name));
     TraceOrThrow(LogLevel::Error, exception, !noThrow, true);
 }
 
 void Record::ReportIncomplete(const MemberDescription& member) const
 {
+    const ReadContext::Subject subject(ReadContext::Current(), &member);
     IncompleteDefinitionException exception(
         QStringLiteral("Parameters for ") + member.name +
         QStringLiteral(" are not set properly in '%1'.").arg(GetObjectName(), 0, QLatin1Char(' ')));
@@ -26,6 +29,8 @@ void Record::ReportIncomplete(const MemberDescription& member) const
 void Record::Check(bool noThrow) const
 {
     PassDown();
+    ReadContext* const context = ReadContext::Current();
+    const ReadContext::Scope scope(context, m_type.description, -1, -1);
     const StorageBlock& block = ConstStorage();
     // The members to report: required ones not set, set enumerations outside their table,
     // set texts that are null. A member yields at most one report.
@@ -46,12 +51,15 @@ void Record::Check(bool noThrow) const
         const MemberDescription& member = row.description;
         const void* value = reinterpret_cast<const char*>(&block) + row.valueOffset;
         if (row.asRecord) {
+            const ReadContext::Scope child(context, *member.nested(), member.bit, -1);
             RecordAt(row, value, 0).Check(noThrow);
         } else if (row.list) {
             if (!(block.isSet & (quint32(1) << member.bit)))
                 ReportCheck(member, noThrow);
-            for (int i = 0; i < row.list->size(value); ++i)
+            for (int i = 0; i < row.list->size(value); ++i) {
+                const ReadContext::Scope item(context, *member.nested(), member.bit, i);
                 row.list->item(value, i).Check(noThrow);
+            }
         } else if (faults & (quint32(1) << member.bit)) {
             ReportCheck(member, noThrow);
         }

@@ -1,6 +1,7 @@
 // Storage, member state, resets, predicates, equality, and handing the validation switch
 // and logger down to child records.
 
+#include "ReadContext.h"
 #include "RecordStorage.h"
 #include "RecordText.h"
 
@@ -595,6 +596,7 @@ void Record::AssignText(int bit, const QString& value)
 {
     InitData();
     if (value.isNull()) {
+        const ReadContext::Subject subject(ReadContext::Current(), &m_type.rows[bit].description);
         OutOfRangeException exception(
             text::PleaseSet(GetObjectName(), m_type.rows[bit].description.name));
         Report(exception);
@@ -607,6 +609,7 @@ void Record::AssignEnum(int bit, int value)
     InitData();
     const MemberRow& row = m_type.rows[bit];
     if (!IsValidEnum(bit, value)) {
+        const ReadContext::Subject subject(ReadContext::Current(), &row.description);
         OutOfRangeException exception(QStringLiteral("enum is not valid (classname=") +
                                       m_type.description.name + QStringLiteral(",membername=") +
                                       row.description.fieldName + QStringLiteral(")"));
@@ -669,6 +672,7 @@ void Record::Append(int bit, const Record& item)
 
 void Record::ReportIncompleteAppend(const MemberDescription& member) const
 {
+    const ReadContext::Subject subject(ReadContext::Current(), &member);
     IncompleteDefinitionException exception(
         GetObjectName() +
         QStringLiteral(": Tried to append not completely defined or invalid item ") + member.name +

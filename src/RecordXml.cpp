@@ -1,6 +1,7 @@
 // The XML form: a record is one element named after it, with attribute members, text
 // elements for the other members and child records' own elements.
 
+#include "ReadContext.h"
 #include "RecordStorage.h"
 #include "RecordText.h"
 
@@ -30,6 +31,8 @@ void Record::GetXml(QXmlStreamWriter& writer) const
         if (!HasData())
             return;
     }
+    ReadContext* const context = ReadContext::Current();
+    const ReadContext::Scope scope(context, m_type.description, -1, -1);
     const StorageBlock& block = ConstStorage();
     writer.writeStartElement(GetObjectName());
     for (const int bit : m_type.writeOrder) {
@@ -56,15 +59,19 @@ void Record::GetXml(QXmlStreamWriter& writer) const
             const Record& child = RecordAt(row, value, 0);
             if (!child.HasData())
                 ReportIncomplete(member);
-            if (set)
+            if (set) {
+                const ReadContext::Scope childScope(context, *member.nested(), member.bit, -1);
                 child.GetXml(writer);
+            }
         } else if (row.list) {
             for (int i = 0; i < row.list->size(value); ++i) {
                 const Record& item = row.list->item(value, i);
                 if (!item.HasData())
                     ReportIncomplete(member);
-                if (set)
+                if (set) {
+                    const ReadContext::Scope itemScope(context, *member.nested(), member.bit, i);
                     item.GetXml(writer);
+                }
             }
         } else if (set || member.AlwaysWritten()) {
             text::WithText(row, block, [&](const QString& text) {
@@ -89,6 +96,7 @@ void Record::ReportUnwritable(const MemberDescription& member, const QString& te
     uint code = 0;
     if (REPORTGENERATOR::XmlText::FirstUnwritable(text, &code) < 0)
         return;
+    const ReadContext::Subject subject(ReadContext::Current(), &member);
     Trace(REPORTGENERATOR::LogLevel::Error,
           REPORTGENERATOR::RGException(GetObjectName() + QStringLiteral(": ") + member.name +
                                        QStringLiteral(" holds ") +
@@ -99,12 +107,25 @@ void Record::ReportUnwritable(const MemberDescription& member, const QString& te
 void Record::ProcessXml(QXmlStreamReader& reader)
 {
     InitData();
+    ReadContext* const context = ReadContext::Current();
+    const ReadContext::Scope scope(context, m_type.description, -1, -1);
+    ReadPosition at;
+    if (context) {
+        at = context->XmlPosition(reader);
+        context->RecordStart(at, 0, -1);
+        context->Attributes(reader, at);
+    }
     const QXmlStreamAttributes attributes = reader.attributes();
     if (!attributes.isEmpty())
         for (const MemberRow& row : m_type.rows)
-            if (row.description.attribute && attributes.hasAttribute(row.description.name))
-                AssignFromText(row.description.bit,
-                               NonNull(attributes.value(row.description.name).toString()));
+            if (row.description.attribute && attributes.hasAttribute(row.description.name)) {
+                const QString text = NonNull(attributes.value(row.description.name).toString());
+                if (context) {
+                    context->MemberGiven(row.description, at);
+                    context->Entry(row.description, at, 0, -1, text);
+                }
+                AssignFromText(row.description.bit, text);
+            }
     IRGObject::ProcessXml(reader);
 }
 
@@ -112,45 +133,69 @@ void Record::ProcessXmlStartElement(QXmlStreamReader& reader)
 {
     Settle();
     InitData();
+    ReadContext* const context = ReadContext::Current();
+    ReadPosition at;
+    if (context)
+        at = context->XmlPosition(reader);
     const auto name = reader.name();
     for (const MemberRow& row : m_type.rows) {
-        const int bit = row.description.bit;
+        const MemberDescription& member = row.description;
+        const int bit = member.bit;
         if (row.asRecord) {
-            if (name == row.description.nested()->name) {
+            if (name == member.nested()->name) {
+                if (context) {
+                    context->MemberGiven(member, at);
+                    context->Entry(member, at, 0, -1, QString());
+                }
                 void* value = reinterpret_cast<char*>(&MutableStorage()) + row.valueOffset;
-                RecordAt(row, value, 0).ProcessXml(reader);
+                {
+                    const ReadContext::Scope scope(context, *member.nested(), bit, -1);
+                    RecordAt(row, value, 0).ProcessXml(reader);
+                }
                 MarkSet(bit);
                 return;
             }
         } else if (row.list) {
-            if (name == row.description.nested()->name) {
+            if (name == member.nested()->name) {
                 Record& item = BeginItem(row);
                 try {
+                    const int index = row.list->size(reinterpret_cast<char*>(&MutableStorage()) +
+                                                     row.valueOffset) -
+                                      1;
+                    const ReadContext::Scope scope(context, *member.nested(), bit, index);
                     item.ProcessXml(reader);
                 } catch (...) {
                     row.list->popBack(reinterpret_cast<char*>(&MutableStorage()) + row.valueOffset);
                     throw;
                 }
+                if (context)
+                    context->SetPosition(at);
                 EndItem(row, item);
                 return;
             }
-        } else if (name == row.description.name) {
-            AssignFromText(bit, NonNull(GetTextValue(reader)));
+        } else if (name == member.name) {
+            if (context)
+                context->MemberGiven(member, at);
+            const QString text = NonNull(GetTextValue(reader));
+            if (context)
+                context->Entry(member, at, 0, -1, text);
+            AssignFromText(bit, text);
             return;
         }
     }
-    // Unknown: skipped up to the next token of the same name.
-    const QString unknown = name.toString();
-    while (!reader.atEnd()) {
-        reader.readNext();
-        if (reader.name() == unknown)
-            break;
-    }
+    // Unknown: skipped the way records always skip, with the count of elements the skip
+    // leaves open handed to the content loop.
+    if (context)
+        context->UnknownElement(name.toString(), at);
+    SkipUnknownElement(reader);
 }
 
 void Record::AssignFromText(int bit, const QString& text)
 {
-    switch (m_type.rows[bit].description.kind) {
+    const MemberDescription& member = m_type.rows[bit].description;
+    if (ReadContext* const context = ReadContext::Current())
+        context->MemberText(member, text);
+    switch (member.kind) {
     case MemberKind::Integer:
         Assign<int>(bit, text.toInt(nullptr, 10));
         break;

@@ -1,0 +1,90 @@
+#include "ReadTap.h"
+
+#include <QIODevice>
+#include <QXmlStreamReader>
+
+namespace REPORTGENERATOR {
+
+namespace {
+thread_local ReadTap* currentTap = nullptr;
+} // namespace
+
+ReadTap::ReadTap() = default;
+ReadTap::~ReadTap() = default;
+
+ReadTap* ReadTap::Current() noexcept
+{
+    return currentTap;
+}
+
+ReadTap::Scope::Scope(ReadTap& tap)
+    : m_outer(currentTap)
+{
+    currentTap = &tap;
+}
+
+ReadTap::Scope::~Scope()
+{
+    currentTap = m_outer;
+}
+
+void ReadTap::BeginXml(QStringView source)
+{
+    m_endLine = 1;
+    m_endColumn = 0;
+    m_endOffset = 0;
+    m_endedInText = false;
+    m_source = source;
+}
+
+void ReadTap::ReadNext(QXmlStreamReader& reader)
+{
+    m_endLine = reader.lineNumber();
+    m_endColumn = reader.columnNumber();
+    m_endOffset = reader.characterOffset();
+    m_endedInText = reader.isCharacters();
+    reader.readNext();
+}
+
+ReadTap::Position ReadTap::TokenStart(const QXmlStreamReader& reader) const
+{
+    // The reader looks one character past character data: when a text ends at a markup
+    // token, the token's '<' has been taken already.
+    if (m_endedInText && m_endOffset > 0)
+        return {m_endLine, m_endColumn, m_endOffset - 1};
+    Position start{m_endLine, m_endColumn + 1, m_endOffset};
+    // Outside the root element white space is no token of its own: it lies between the
+    // last token's end and this one's start.
+    if (!m_source.isEmpty()) {
+        while (start.offset < m_source.size()) {
+            const QChar c = m_source.at(start.offset);
+            if (c == u'\n') {
+                ++start.line;
+                start.column = 1;
+            } else if (c == u' ' || c == u'\t' || c == u'\r') {
+                ++start.column;
+            } else {
+                break;
+            }
+            ++start.offset;
+        }
+    } else if (reader.isComment()) {
+        // Without the text, a comment is measured back from its end: "<!--", text, "-->".
+        const QStringView text = reader.text();
+        if (!text.contains(u'\n')) {
+            const qint64 length = text.size() + 7;
+            start = {reader.lineNumber(), reader.columnNumber() - length + 1,
+                     reader.characterOffset() - length};
+        }
+    }
+    return start;
+}
+
+qint64 ReadTap::BinaryOffset(const QIODevice* device) const
+{
+    if (!device || device->isSequential())
+        return -1;
+    return device->pos() - m_frameStart;
+}
+
+} // namespace REPORTGENERATOR

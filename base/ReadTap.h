@@ -1,0 +1,103 @@
+#pragma once
+
+#include "LogLevel.h"
+#include "ReportBaseExport.h"
+
+#include <QString>
+#include <QStringView>
+
+class QXmlStreamReader;
+class QIODevice;
+
+namespace REPORTGENERATOR {
+
+class IRGObject;
+class RGException;
+
+/// @brief Listens to the reading of documents on one thread: the reports made meanwhile,
+/// document faults with their place, and the tokens the reading loops pass over.
+///
+/// A tap is installed for a scope with ReadTap::Scope. The records' located reading builds
+/// on it; applications use KVT317XML::ReadObserver instead. Without a tap the reading code
+/// costs what it always did: it looks for a tap once per record.
+///
+/// The tap also keeps where the last token the base read ended, so that the start of the
+/// token the reader stands on is known (QXmlStreamReader tells only where a token ends).
+class REPORTBASE_EXPORT ReadTap
+{
+public:
+    /// A place in the input: line and column from 1 and the character offset in XML; the
+    /// byte offset from the frame's start in binary (line and column 0).
+    struct Position {
+        qint64 line = 0;
+        qint64 column = 0;
+        qint64 offset = -1;
+    };
+
+    /// Where the base passed over a token.
+    enum class Passage {
+        Document,   ///< before or after the root element
+        Content,    ///< between the members of a record
+        MemberText, ///< inside a member's text element
+        Skipped     ///< inside an unknown element that is being skipped
+    };
+
+    ReadTap();
+    virtual ~ReadTap();
+    ReadTap(const ReadTap&) = delete;
+    ReadTap& operator=(const ReadTap&) = delete;
+
+    /// A report that @p source made through Trace(); @p report is the exception that carries
+    /// its message.
+    virtual void Reported(const IRGObject& source, LogLevel level, const RGException& report) = 0;
+    /// A document fault: the load fails with this message, which the logger receives too.
+    virtual void DocumentFault(const QString& message, const Position& where) = 0;
+    /// A comment, processing instruction, character data or nested element that the reading
+    /// loops pass over; the reader stands on it and @p where is where it starts.
+    virtual void Passed(const QXmlStreamReader& reader, Passage passage, const Position& where) = 0;
+
+    /// The tap of the calling thread, or null.
+    static ReadTap* Current() noexcept;
+
+    /// Installs a tap on the calling thread for the scope's life; the one before comes back
+    /// after it.
+    class REPORTBASE_EXPORT Scope
+    {
+    public:
+        explicit Scope(ReadTap& tap);
+        ~Scope();
+        Scope(const Scope&) = delete;
+        Scope& operator=(const Scope&) = delete;
+
+    private:
+        ReadTap* m_outer;
+    };
+
+    /// @name Positions, kept by the base's reading loops
+    ///@{
+    /// Starts a new XML document: positions count from its beginning.
+    void BeginXml(QStringView source);
+    /// Reads the next token, first noting where the current one ends.
+    void ReadNext(QXmlStreamReader& reader);
+    /// Where the token the reader stands on starts.
+    Position TokenStart(const QXmlStreamReader& reader) const;
+    /// The XML text being read, where the whole of it is at hand; empty otherwise.
+    QStringView Source() const { return m_source; }
+    /// The offset of the binary frame being read, on its device.
+    qint64 FrameStart() const { return m_frameStart; }
+    void SetFrameStart(qint64 offset) { m_frameStart = offset; }
+    /// Where a binary stream's device stands, counted from the frame's start; -1 for a
+    /// sequential device.
+    qint64 BinaryOffset(const QIODevice* device) const;
+    ///@}
+
+private:
+    qint64 m_endLine = 1;
+    qint64 m_endColumn = 0;
+    qint64 m_endOffset = 0;
+    bool m_endedInText = false;
+    QStringView m_source;
+    qint64 m_frameStart = 0;
+};
+
+} // namespace REPORTGENERATOR

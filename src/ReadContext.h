@@ -1,0 +1,129 @@
+#pragma once
+
+// Located reading: the state of a load that an observer listens to. The engine looks for a
+// context once per record operation; without one it does nothing more than before.
+
+#include "ReadObserver.h"
+
+#include <ReadTap.h>
+
+#include <QXmlStreamReader>
+
+#include <vector>
+
+class QIODevice;
+
+namespace KVT317XML {
+
+class ReadContext final : public REPORTGENERATOR::ReadTap
+{
+public:
+    explicit ReadContext(ReadObserver& observer);
+    ~ReadContext() override;
+
+    // The context of the calling thread, or null.
+    static ReadContext* Current() noexcept;
+
+    // ---- Where the engine is ------------------------------------------------------------
+
+    // The records being read or checked, from the root; a step leads to each but the first.
+    // A scope enters a child record; at the top it enters the root, and below the top a
+    // scope without a step (bit -1) enters nothing.
+    class Scope
+    {
+    public:
+        Scope(ReadContext* context, const RecordDescription& record, int bit, int item);
+        ~Scope();
+        Scope(const Scope&) = delete;
+        Scope& operator=(const Scope&) = delete;
+
+    private:
+        ReadContext* m_context = nullptr;
+    };
+
+    // The member a report is about while it is made; the one before comes back after.
+    class Subject
+    {
+    public:
+        Subject(ReadContext* context, const MemberDescription* member);
+        ~Subject();
+        Subject(const Subject&) = delete;
+        Subject& operator=(const Subject&) = delete;
+
+    private:
+        ReadContext* m_context;
+        const MemberDescription* m_outer = nullptr;
+    };
+
+    int Depth() const { return static_cast<int>(m_records.size()); }
+    // The step that led to the innermost record; null at the root.
+    const ReadStep* LastStep() const { return m_path.isEmpty() ? nullptr : &m_path.last(); }
+
+    // The place of what is being read now: reports made meanwhile stand there.
+    void SetPosition(const ReadPosition& position) { m_position = position; }
+    ReadPosition XmlPosition(const QXmlStreamReader& reader) const;
+    ReadPosition BinaryPosition(const QIODevice* device, qint64 back = 0) const;
+
+    // ---- What the input gives -------------------------------------------------------------
+
+    // A record's own element or frame.
+    void RecordStart(const ReadPosition& at, quint32 tag, qint64 length);
+    // A member given at `at`: reports it when the record had it already, and makes it the
+    // subject of what follows until the next one.
+    void MemberGiven(const MemberDescription& member, const ReadPosition& at);
+    // The member's entry as the input gives it, for observers that list entries.
+    void Entry(const MemberDescription& member, const ReadPosition& at, quint32 tag, qint64 length,
+               const QString& text);
+    // An entry of an unknown tag.
+    void UnknownEntry(const ReadPosition& at, quint32 tag, qint64 length);
+    // Looks at a member's text as it is converted: what it does not read as.
+    void MemberText(const MemberDescription& member, const QString& text);
+    // Attributes of the record's start element that are no attribute members, and values
+    // that XML normalises.
+    void Attributes(const QXmlStreamReader& reader, const ReadPosition& at);
+    // An element of no member of the innermost record.
+    void UnknownElement(const QString& name, const ReadPosition& at);
+
+    // A finding in the innermost record, about `member` (or the record).
+    void Find(REPORTGENERATOR::LogLevel level, FindingKind kind, const MemberDescription* member,
+              const ReadPosition& at, const QString& message, const QString& text = QString());
+
+    // ---- The base's reading ---------------------------------------------------------------
+    void Reported(const REPORTGENERATOR::IRGObject& source, REPORTGENERATOR::LogLevel level,
+                  const REPORTGENERATOR::RGException& report) override;
+    void DocumentFault(const QString& message, const Position& where) override;
+    void Passed(const QXmlStreamReader& reader, Passage passage, const Position& where) override;
+
+private:
+    struct Frame {
+        quint32 given = 0;          // members given in this element or frame
+        ReadPosition first[32];     // where each was given first
+        bool elementInText = false; // an element in the current member's text was reported
+    };
+
+    const RecordDescription* Innermost() const
+    {
+        return m_records.empty() ? nullptr : m_records.back();
+    }
+    void Emit(ReadFinding finding);
+    // An entry to observers that list them.
+    void Tell(const MemberDescription* member, const ReadPosition& at, quint32 tag, qint64 length,
+              const QString& text);
+    void FlushPending();
+
+    ReadObserver& m_observer;
+    const bool m_entries;
+    ReadContext* m_outer;
+    REPORTGENERATOR::ReadTap::Scope m_tapScope;
+    ReadPath m_path;
+    std::vector<const RecordDescription*> m_records;
+    std::vector<Frame> m_frames;
+    const MemberDescription* m_member = nullptr;
+    ReadPosition m_position;
+    // A length error of the binary form, held back: a whole-document load turns it into
+    // its document fault, which it is then told as.
+    bool m_pendingLength = false;
+    ReadFinding m_pending;
+};
+
+} // namespace KVT317XML

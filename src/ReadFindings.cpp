@@ -1,0 +1,450 @@
+// Located reading: what a load reads, where, and what it takes in silence.
+
+#include "ReadContext.h"
+#include "ReadText.h"
+
+#include <IRGObject.h>
+#include <RGException.h>
+#include <XmlText.h>
+
+#include <QIODevice>
+#include <QXmlStreamAttributes>
+
+using REPORTGENERATOR::LogLevel;
+
+namespace KVT317XML {
+
+namespace {
+
+thread_local ReadContext* currentContext = nullptr;
+
+// Calls a function for each finding.
+class FunctionObserver final : public ReadObserver
+{
+public:
+    explicit FunctionObserver(std::function<void(const ReadFinding&)> found)
+        : m_found(std::move(found))
+    {
+    }
+    void Found(const ReadFinding& finding) override
+    {
+        if (m_found)
+            m_found(finding);
+    }
+
+private:
+    std::function<void(const ReadFinding&)> m_found;
+};
+
+ReadPosition FromTap(const REPORTGENERATOR::ReadTap::Position& where)
+{
+    return {where.line, where.column, where.offset};
+}
+
+QString WherePhrase(const ReadPosition& where)
+{
+    if (where.line > 0)
+        return QStringLiteral(" (first at %1:%2)").arg(where.line).arg(where.column);
+    if (where.offset >= 0)
+        return QStringLiteral(" (first at offset %1)").arg(where.offset);
+    return QString();
+}
+
+} // namespace
+
+// ---- Public classes ----------------------------------------------------------------------
+
+ReadObserver::~ReadObserver() = default;
+
+void ReadObserver::Read(const ReadPath&, const ReadEntry&) {}
+
+bool ReadObserver::WantsEntries() const
+{
+    return false;
+}
+
+void ReadFindings::Found(const ReadFinding& finding)
+{
+    m_findings.push_back(finding);
+}
+
+bool ReadFindings::HasErrors() const
+{
+    for (const ReadFinding& finding : m_findings)
+        if (finding.level == LogLevel::Error)
+            return true;
+    return false;
+}
+
+struct ObserveReading::Private {
+    explicit Private(ReadObserver& observer)
+        : context(observer)
+    {
+    }
+    explicit Private(std::function<void(const ReadFinding&)> found)
+        : function(std::move(found))
+        , context(function)
+    {
+    }
+    FunctionObserver function{nullptr};
+    ReadContext context;
+};
+
+ObserveReading::ObserveReading(ReadObserver& observer)
+    : d(new Private(observer))
+{
+}
+
+ObserveReading::ObserveReading(std::function<void(const ReadFinding&)> found)
+    : d(new Private(std::move(found)))
+{
+}
+
+ObserveReading::~ObserveReading()
+{
+    delete d;
+}
+
+QString FindingKindName(FindingKind kind)
+{
+    switch (kind) {
+    case FindingKind::Report:
+        return QStringLiteral("report");
+    case FindingKind::DocumentFault:
+        return QStringLiteral("document-fault");
+    case FindingKind::UnknownElement:
+        return QStringLiteral("unknown-element");
+    case FindingKind::UnknownAttribute:
+        return QStringLiteral("unknown-attribute");
+    case FindingKind::UnknownTag:
+        return QStringLiteral("unknown-tag");
+    case FindingKind::NumberNotRead:
+        return QStringLiteral("number-not-read");
+    case FindingKind::NumberOverflow:
+        return QStringLiteral("number-overflow");
+    case FindingKind::UnknownName:
+        return QStringLiteral("unknown-name");
+    case FindingKind::DateTimeNotRead:
+        return QStringLiteral("date-time-not-read");
+    case FindingKind::GivenTwice:
+        return QStringLiteral("given-twice");
+    case FindingKind::ExtraDecimals:
+        return QStringLiteral("extra-decimals");
+    case FindingKind::InvalidUtf8:
+        return QStringLiteral("invalid-utf8");
+    case FindingKind::WholeNumberBeyond32Bits:
+        return QStringLiteral("whole-number-beyond-32-bits");
+    case FindingKind::NormalisedAttribute:
+        return QStringLiteral("normalised-attribute");
+    case FindingKind::Comment:
+        return QStringLiteral("comment");
+    case FindingKind::ProcessingInstruction:
+        return QStringLiteral("processing-instruction");
+    case FindingKind::TextOutsideMembers:
+        return QStringLiteral("text-outside-members");
+    case FindingKind::ElementInText:
+        return QStringLiteral("element-in-text");
+    case FindingKind::NotXmlCharacter:
+        return QStringLiteral("not-xml-character");
+    }
+    return QString();
+}
+
+// ---- The context -------------------------------------------------------------------------
+
+ReadContext::ReadContext(ReadObserver& observer)
+    : m_observer(observer)
+    , m_entries(observer.WantsEntries())
+    , m_outer(currentContext)
+    , m_tapScope(*this)
+{
+    currentContext = this;
+}
+
+ReadContext::~ReadContext()
+{
+    FlushPending();
+    currentContext = m_outer;
+}
+
+ReadContext* ReadContext::Current() noexcept
+{
+    return currentContext;
+}
+
+ReadContext::Scope::Scope(ReadContext* context, const RecordDescription& record, int bit, int item)
+{
+    if (!context || (bit < 0 && !context->m_records.empty()))
+        return;
+    m_context = context;
+    if (!context->m_records.empty())
+        context->m_path.append(ReadStep{bit, item});
+    context->m_records.push_back(&record);
+    context->m_frames.emplace_back();
+    context->m_member = nullptr;
+    context->m_position = ReadPosition();
+}
+
+ReadContext::Scope::~Scope()
+{
+    if (!m_context)
+        return;
+    m_context->m_frames.pop_back();
+    m_context->m_records.pop_back();
+    if (!m_context->m_path.isEmpty() &&
+        static_cast<qsizetype>(m_context->m_records.size()) == m_context->m_path.size())
+        m_context->m_path.removeLast();
+    m_context->m_member = nullptr;
+}
+
+ReadContext::Subject::Subject(ReadContext* context, const MemberDescription* member)
+    : m_context(context)
+{
+    if (!context)
+        return;
+    m_outer = context->m_member;
+    context->m_member = member;
+}
+
+ReadContext::Subject::~Subject()
+{
+    if (m_context)
+        m_context->m_member = m_outer;
+}
+
+ReadPosition ReadContext::XmlPosition(const QXmlStreamReader& reader) const
+{
+    return FromTap(TokenStart(reader));
+}
+
+ReadPosition ReadContext::BinaryPosition(const QIODevice* device, qint64 back) const
+{
+    const qint64 offset = BinaryOffset(device);
+    return {0, 0, offset >= 0 ? offset - back : -1};
+}
+
+void ReadContext::Emit(ReadFinding finding)
+{
+    FlushPending();
+    m_observer.Found(finding);
+}
+
+void ReadContext::FlushPending()
+{
+    if (!m_pendingLength)
+        return;
+    m_pendingLength = false;
+    m_observer.Found(m_pending);
+}
+
+void ReadContext::Find(LogLevel level, FindingKind kind, const MemberDescription* member,
+                       const ReadPosition& at, const QString& message, const QString& text)
+{
+    ReadFinding finding;
+    finding.level = level;
+    finding.kind = kind;
+    finding.path = m_path;
+    finding.record = Innermost();
+    finding.member = member;
+    finding.position = at;
+    finding.message = message;
+    finding.text = text;
+    Emit(std::move(finding));
+}
+
+void ReadContext::RecordStart(const ReadPosition& at, quint32 tag, qint64 length)
+{
+    m_position = at;
+    m_member = nullptr;
+    Tell(nullptr, at, tag, length, QString());
+}
+
+void ReadContext::MemberGiven(const MemberDescription& member, const ReadPosition& at)
+{
+    m_member = &member;
+    m_position = at;
+    Frame& frame = m_frames.back();
+    const quint32 flag = quint32(1) << member.bit;
+    if (frame.given & flag) {
+        const bool merged = member.kind == MemberKind::Record;
+        Find(LogLevel::Warning, FindingKind::GivenTwice, &member, at,
+             QStringLiteral("%1 given twice%2; %3")
+                 .arg(member.name, WherePhrase(frame.first[member.bit]),
+                      merged ? QStringLiteral("both are read into one record")
+                             : QStringLiteral("the later one wins")));
+    } else {
+        frame.given |= flag;
+        frame.first[member.bit] = at;
+    }
+    frame.elementInText = false;
+}
+
+void ReadContext::Entry(const MemberDescription& member, const ReadPosition& at, quint32 tag,
+                        qint64 length, const QString& text)
+{
+    Tell(&member, at, tag, length, text);
+}
+
+void ReadContext::Tell(const MemberDescription* member, const ReadPosition& at, quint32 tag,
+                       qint64 length, const QString& text)
+{
+    if (!m_entries)
+        return;
+    ReadEntry entry;
+    entry.member = member;
+    entry.record = Innermost();
+    entry.position = at;
+    entry.tag = tag;
+    entry.length = length;
+    entry.text = text;
+    m_observer.Read(m_path, entry);
+}
+
+void ReadContext::UnknownEntry(const ReadPosition& at, quint32 tag, qint64 length)
+{
+    m_member = nullptr;
+    m_position = at;
+    Find(LogLevel::Error, FindingKind::UnknownTag, nullptr, at,
+         QStringLiteral("unknown entry %1 of %2 bytes (ignored)").arg(read::Hex32(tag)).arg(length),
+         read::Hex32(tag));
+    Tell(nullptr, at, tag, length, QString());
+}
+
+void ReadContext::MemberText(const MemberDescription& member, const QString& text)
+{
+    const read::TextFinding finding = read::CheckMemberText(member, text);
+    if (finding.kind != FindingKind::Report)
+        Find(finding.level, finding.kind, &member, m_position, finding.message, text);
+}
+
+void ReadContext::Attributes(const QXmlStreamReader& reader, const ReadPosition& at)
+{
+    const RecordDescription& record = *Innermost();
+    const QXmlStreamAttributes attributes = reader.attributes();
+    const QStringView source = Source();
+    for (const QXmlStreamAttribute& attribute : attributes) {
+        const QString name = attribute.qualifiedName().toString();
+        const MemberDescription* member = record.FindName(name);
+        if (member && member->attribute) {
+            if (!source.isEmpty() && read::NormalisedInSource(source, at.offset, name))
+                Find(LogLevel::Warning, FindingKind::NormalisedAttribute, member, at,
+                     QStringLiteral("%1: a tab or line break in the attribute's value is read "
+                                    "as a blank")
+                         .arg(name),
+                     attribute.value().toString());
+            continue;
+        }
+        if (name.startsWith(QLatin1String("xmlns")))
+            continue;
+        QString message;
+        if (member) {
+            message = QStringLiteral("attribute '%1' (ignored); %1 is an element").arg(name);
+        } else {
+            QStringList names;
+            for (const MemberDescription& candidate : record.members)
+                if (candidate.attribute)
+                    names.append(candidate.name);
+            message = QStringLiteral("unknown attribute '%1' (ignored)").arg(name) +
+                      read::DidYouMean(name, names);
+        }
+        Find(LogLevel::Error, FindingKind::UnknownAttribute, nullptr, at, message, name);
+    }
+}
+
+void ReadContext::UnknownElement(const QString& name, const ReadPosition& at)
+{
+    const RecordDescription& record = *Innermost();
+    QStringList names;
+    for (const MemberDescription& candidate : record.members)
+        names.append(candidate.name);
+    m_member = nullptr;
+    m_position = at;
+    Find(LogLevel::Error, FindingKind::UnknownElement, nullptr, at,
+         QStringLiteral("unknown element '%1' (ignored)").arg(name) + read::DidYouMean(name, names),
+         name);
+}
+
+void ReadContext::Reported(const REPORTGENERATOR::IRGObject&, LogLevel level,
+                           const REPORTGENERATOR::RGException& report)
+{
+    ReadFinding finding;
+    finding.level = level;
+    finding.kind = FindingKind::Report;
+    finding.path = m_path;
+    finding.record = Innermost();
+    finding.member = m_member;
+    finding.position = m_position;
+    finding.message = report.GetMessage();
+    if (dynamic_cast<const REPORTGENERATOR::BinaryParsingException*>(&report)) {
+        FlushPending();
+        m_pending = std::move(finding);
+        m_pendingLength = true;
+        return;
+    }
+    Emit(std::move(finding));
+}
+
+void ReadContext::DocumentFault(const QString& message, const Position& where)
+{
+    ReadFinding finding;
+    if (m_pendingLength && m_pending.message == message) {
+        // The length error that ended the load: told once, where it was found.
+        finding = std::move(m_pending);
+        m_pendingLength = false;
+    } else {
+        FlushPending();
+        finding.position = FromTap(where);
+        finding.message = message;
+    }
+    finding.level = LogLevel::Error;
+    finding.kind = FindingKind::DocumentFault;
+    m_observer.Found(finding);
+}
+
+void ReadContext::Passed(const QXmlStreamReader& reader, Passage passage, const Position& where)
+{
+    const ReadPosition at = FromTap(where);
+    const RecordDescription* record = passage == Passage::Document ? nullptr : Innermost();
+    const auto find = [&](LogLevel level, FindingKind kind, const MemberDescription* member,
+                          const QString& message, const QString& text) {
+        ReadFinding finding;
+        finding.level = level;
+        finding.kind = kind;
+        if (record)
+            finding.path = m_path;
+        finding.record = record;
+        finding.member = member;
+        finding.position = at;
+        finding.message = message;
+        finding.text = text;
+        Emit(std::move(finding));
+    };
+    if (reader.isComment()) {
+        find(LogLevel::Info, FindingKind::Comment, nullptr,
+             QStringLiteral("comment not written: a written document holds the settings only"),
+             reader.text().toString());
+    } else if (reader.isProcessingInstruction()) {
+        const QString target = reader.processingInstructionTarget().toString();
+        find(LogLevel::Info, FindingKind::ProcessingInstruction, nullptr,
+             QStringLiteral("processing instruction '%1' not written: a written document holds "
+                            "the settings only")
+                 .arg(target),
+             target);
+    } else if (reader.isCharacters()) {
+        QString text = reader.text().toString().simplified();
+        if (text.size() > 40)
+            text = text.left(37) + QStringLiteral("...");
+        find(LogLevel::Warning, FindingKind::TextOutsideMembers, nullptr,
+             QStringLiteral("text '%1' outside any member (ignored)").arg(text),
+             reader.text().toString());
+    } else if (reader.isStartElement() && m_member && !m_frames.empty() &&
+               !m_frames.back().elementInText) {
+        m_frames.back().elementInText = true;
+        find(LogLevel::Error, FindingKind::ElementInText, m_member,
+             QStringLiteral("%1: element '%2' inside the member's text")
+                 .arg(m_member->name, reader.name().toString()),
+             reader.name().toString());
+    }
+}
+
+} // namespace KVT317XML

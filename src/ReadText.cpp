@@ -1,0 +1,256 @@
+#include "ReadText.h"
+
+#include <Converters.h>
+
+#include <QRegularExpression>
+
+#include <algorithm>
+#include <cmath>
+#include <vector>
+
+using REPORTGENERATOR::LogLevel;
+
+namespace KVT317XML::read {
+
+namespace {
+
+// What the conversions give for a number text they cannot read: QString's conversion gives
+// infinity for an overflow and 0 for anything else.
+QString ReadAs(double value)
+{
+    if (std::isinf(value))
+        return value < 0 ? QStringLiteral("-inf") : QStringLiteral("inf");
+    return QStringLiteral("0");
+}
+
+bool LooksNumeric(const QString& text)
+{
+    static const QRegularExpression number(
+        QStringLiteral("^\\s*[+-]?([0-9]+\\.?[0-9]*|\\.[0-9]+)([eE][+-]?[0-9]+)?\\s*$"));
+    return number.match(text).hasMatch();
+}
+
+double ReadNumber(const MemberDescription& member, const QString& text, bool* ok)
+{
+    if (member.kind == MemberKind::Float)
+        return static_cast<double>(text.toFloat(ok));
+    return text.toDouble(ok);
+}
+
+// Whether a plain decimal text has digits other than 0 beyond the decimals a member keeps:
+// those are lost on writing even where the double read cannot tell them.
+bool ExtraDecimals(const QString& text, int precision)
+{
+    static const QRegularExpression decimal(QStringLiteral("^\\s*[+-]?[0-9]*\\.([0-9]+)\\s*$"));
+    const QRegularExpressionMatch match = decimal.match(text);
+    if (!match.hasMatch())
+        return false;
+    const QString decimals = match.captured(1);
+    for (int i = precision; i < decimals.size(); ++i)
+        if (decimals.at(i) != QLatin1Char('0'))
+            return true;
+    return false;
+}
+
+TextFinding Lost(const MemberDescription& member, FindingKind kind, const QString& message)
+{
+    return {LogLevel::Error, kind, member.name + QStringLiteral(": ") + message};
+}
+
+int Distance(const QString& a, const QString& b)
+{
+    std::vector<int> row(static_cast<std::size_t>(b.size()) + 1);
+    for (int j = 0; j <= b.size(); ++j)
+        row[static_cast<std::size_t>(j)] = j;
+    for (int i = 1; i <= a.size(); ++i) {
+        int diagonal = row[0];
+        row[0] = i;
+        for (int j = 1; j <= b.size(); ++j) {
+            const int above = row[static_cast<std::size_t>(j)];
+            const int cost = a.at(i - 1) == b.at(j - 1) ? 0 : 1;
+            row[static_cast<std::size_t>(j)] =
+                std::min({above + 1, row[static_cast<std::size_t>(j - 1)] + 1, diagonal + cost});
+            diagonal = above;
+        }
+    }
+    return row[static_cast<std::size_t>(b.size())];
+}
+
+} // namespace
+
+TextFinding CheckMemberText(const MemberDescription& member, const QString& text)
+{
+    switch (member.kind) {
+    case MemberKind::Integer: {
+        bool ok = false;
+        text.toInt(&ok, 10);
+        if (ok)
+            return {};
+        bool wide = false;
+        text.toLongLong(&wide, 10);
+        if (wide)
+            return Lost(member, FindingKind::NumberOverflow,
+                        QStringLiteral("'%1' does not fit in 32 bits (read as 0)").arg(text));
+        return Lost(member, FindingKind::NumberNotRead,
+                    QStringLiteral("'%1' is not a whole number (read as 0)").arg(text));
+    }
+    case MemberKind::Float:
+    case MemberKind::Double: {
+        bool ok = false;
+        const double value = ReadNumber(member, text, &ok);
+        if (!ok) {
+            if (std::isinf(value) || LooksNumeric(text))
+                return Lost(
+                    member, FindingKind::NumberOverflow,
+                    QStringLiteral("'%1' is out of range (read as %2)").arg(text, ReadAs(value)));
+            return Lost(member, FindingKind::NumberNotRead,
+                        QStringLiteral("'%1' is not a number (read as 0)").arg(text));
+        }
+        const QString written = QStringLiteral("%1").arg(value, member.fieldWidth, 'f',
+                                                         member.precision, QLatin1Char(' '));
+        const double back = ReadNumber(member, written, nullptr);
+        if ((back == value || (std::isnan(back) && std::isnan(value))) &&
+            !ExtraDecimals(text, member.precision))
+            return {};
+        return {LogLevel::Warning, FindingKind::ExtraDecimals,
+                QStringLiteral("%1: '%2' keeps %3 decimals (written as %4)")
+                    .arg(member.name, text)
+                    .arg(member.precision)
+                    .arg(written)};
+    }
+    case MemberKind::Enumeration:
+        // An empty name is how an invalid value is written: it reads back as invalid, and
+        // the setter itself reports it.
+        if (text.isEmpty() || member.enumeration->names.contains(text))
+            return {};
+        return Lost(member, FindingKind::UnknownName,
+                    QStringLiteral("unknown name '%1' (read as invalid); allowed: %2")
+                        .arg(text, member.enumeration->names.join(QStringLiteral(", "))));
+    case MemberKind::DateTime: {
+        if (text.isEmpty() || !REPORTGENERATOR::Converters::ToDateTime(text).isNull())
+            return {};
+        static const QRegularExpression shape(
+            QStringLiteral("^[0-9]{4}-[0-9]{2}-[0-9]{2}T[0-9]{2}:[0-9]{2}:[0-9]{2}"));
+        if (shape.match(text).hasMatch())
+            return Lost(member, FindingKind::DateTimeNotRead,
+                        QStringLiteral("'%1' is not a valid date-time (read as empty)").arg(text));
+        return Lost(member, FindingKind::DateTimeNotRead,
+                    QStringLiteral("'%1' is not a date-time of the form yyyy-MM-ddThh:mm:ss,zzzZ "
+                                   "(read as empty)")
+                        .arg(text));
+    }
+    case MemberKind::Text:
+    case MemberKind::Record:
+    case MemberKind::RecordList:
+        break;
+    }
+    return {};
+}
+
+QString DidYouMean(const QString& name, const QStringList& candidates)
+{
+    // Case is compared too loosely to be a typo's only cause, so it counts for nothing.
+    const QString lower = name.toLower();
+    QString best;
+    int bestDistance = 0;
+    for (const QString& candidate : candidates) {
+        const int distance = Distance(lower, candidate.toLower());
+        if (best.isNull() || distance < bestDistance) {
+            best = candidate;
+            bestDistance = distance;
+        }
+    }
+    const int allowed = name.size() >= 5 ? 2 : 1;
+    if (best.isNull() || bestDistance > allowed || bestDistance >= name.size())
+        return QString();
+    return QStringLiteral("; did you mean '%1'?").arg(best);
+}
+
+bool NormalisedInSource(QStringView source, qint64 offset, const QString& attribute)
+{
+    if (offset < 0 || offset >= source.size())
+        return false;
+    // A start tag holds no '>' outside attribute values, and values are quoted.
+    qsizetype i = offset + 1;
+    const qsizetype size = source.size();
+    while (i < size && source.at(i) != u'>') {
+        const QChar c = source.at(i);
+        if (c == u'"' || c == u'\'') {
+            qsizetype end = i + 1;
+            while (end < size && source.at(end) != c)
+                ++end;
+            // The name before the '=' that leads to this value.
+            qsizetype nameEnd = i - 1;
+            while (nameEnd > offset && (source.at(nameEnd).isSpace() || source.at(nameEnd) == u'='))
+                --nameEnd;
+            qsizetype nameStart = nameEnd;
+            while (nameStart > offset && !source.at(nameStart - 1).isSpace())
+                --nameStart;
+            if (source.mid(nameStart, nameEnd - nameStart + 1) == attribute) {
+                const QStringView value = source.mid(i + 1, end - i - 1);
+                return value.contains(u'\t') || value.contains(u'\n') || value.contains(u'\r');
+            }
+            i = end + 1;
+            continue;
+        }
+        ++i;
+    }
+    return false;
+}
+
+int InvalidUtf8(const QByteArray& bytes)
+{
+    const auto byte = [&bytes](int i) { return static_cast<unsigned char>(bytes.at(i)); };
+    int i = 0;
+    while (i < bytes.size()) {
+        const unsigned char lead = byte(i);
+        if (lead < 0x80) {
+            ++i;
+            continue;
+        }
+        int length = 0;
+        unsigned char low = 0x80;
+        unsigned char high = 0xBF;
+        if (lead >= 0xC2 && lead <= 0xDF) {
+            length = 2;
+        } else if (lead >= 0xE0 && lead <= 0xEF) {
+            length = 3;
+            if (lead == 0xE0)
+                low = 0xA0; // no overlong forms
+            if (lead == 0xED)
+                high = 0x9F; // no surrogates
+        } else if (lead >= 0xF0 && lead <= 0xF4) {
+            length = 4;
+            if (lead == 0xF0)
+                low = 0x90;
+            if (lead == 0xF4)
+                high = 0x8F; // nothing above U+10FFFF
+        } else {
+            return i;
+        }
+        if (i + length > bytes.size())
+            return i;
+        if (byte(i + 1) < low || byte(i + 1) > high)
+            return i;
+        for (int k = 2; k < length; ++k)
+            if (byte(i + k) < 0x80 || byte(i + k) > 0xBF)
+                return i;
+        i += length;
+    }
+    return -1;
+}
+
+QString Hex32(quint32 value)
+{
+    return QStringLiteral("0x") +
+           QString::number(value, 16).rightJustified(8, QLatin1Char('0')).toUpper();
+}
+
+QString HexByte(char byte)
+{
+    return QStringLiteral("0x") + QString::number(static_cast<unsigned char>(byte), 16)
+                                      .rightJustified(2, QLatin1Char('0'))
+                                      .toUpper();
+}
+
+} // namespace KVT317XML::read

@@ -1,0 +1,37 @@
+#pragma once
+
+// The texts of located reading: what a member's text is read as, where that is not the
+// text itself, and the names and numbers the findings quote.
+
+#include "ReadObserver.h"
+
+#include <QByteArray>
+#include <QString>
+#include <QStringList>
+
+namespace KVT317XML::read {
+
+struct TextFinding {
+    REPORTGENERATOR::LogLevel level = REPORTGENERATOR::LogLevel::Error;
+    FindingKind kind = FindingKind::Report; // Report: read as written, nothing to say
+    QString message;
+};
+
+// What the library makes of a member's text as XML and binary reading convert it, where
+// that is not the text itself: "Threshold: 'ten' is not a whole number (read as 0)".
+TextFinding CheckMemberText(const MemberDescription& member, const QString& text);
+
+// "; did you mean 'index'?" for the candidate closest to a misspelt name, or nothing.
+QString DidYouMean(const QString& name, const QStringList& candidates);
+
+// Whether the start tag at `offset` of an XML text gives the attribute a literal tab, line
+// feed or carriage return, which XML reads as a blank.
+bool NormalisedInSource(QStringView source, qint64 offset, const QString& attribute);
+
+// The offset of the first byte that is not part of valid UTF-8, or -1.
+int InvalidUtf8(const QByteArray& bytes);
+
+QString Hex32(quint32 value); // "0x0E9DCC54"
+QString HexByte(char byte);   // "0xFF"
+
+} // namespace KVT317XML::read
