@@ -8,6 +8,8 @@
 
 #include <QDomDocument>
 
+#include <ReadObserver.h>
+
 #include <chrono>
 #include <malloc.h>
 
@@ -74,6 +76,57 @@ void XmlLoad(benchmark::State& state)
             benchmark::DoNotOptimize(settings.SetXmlString(document.xml, false));
         },
         [&]() { benchmark::DoNotOptimize(bench::ReadXmlTexts(document.xml)); });
+}
+
+// An application that locates what it reads: an observer that keeps every finding and
+// asks for every entry. The floor is the same load without an observer.
+struct LocatingObserver final : KVT317XML::ReadObserver {
+    void Found(const KVT317XML::ReadFinding& finding) override { findings.push_back(finding); }
+    bool WantsEntries() const override { return true; }
+    void Read(const KVT317XML::ReadPath&, const KVT317XML::ReadEntry& entry) override
+    {
+        lastOffset = entry.position.offset + entry.position.line;
+    }
+    std::vector<KVT317XML::ReadFinding> findings;
+    qint64 lastOffset = 0;
+};
+
+void XmlLoadObserved(benchmark::State& state)
+{
+    const bench::Document& document = bench::DocumentOf(static_cast<int>(state.range(0)));
+    Compare(
+        state,
+        [&]() {
+            LocatingObserver observer;
+            KVT317XML::ObserveReading observe(observer);
+            KVT317_Settings settings;
+            benchmark::DoNotOptimize(settings.SetXmlString(document.xml, false));
+        },
+        [&]() {
+            KVT317_Settings settings;
+            benchmark::DoNotOptimize(settings.SetXmlString(document.xml, false));
+        },
+        "observed_over_plain");
+}
+
+void BinaryLoadObserved(benchmark::State& state)
+{
+    const bench::Document& document = bench::DocumentOf(static_cast<int>(state.range(0)));
+    Compare(
+        state,
+        [&]() {
+            LocatingObserver observer;
+            KVT317XML::ObserveReading observe(observer);
+            KVT317_Settings settings;
+            QByteArray bytes = document.binary;
+            benchmark::DoNotOptimize(settings.SetBinaryRepresentation(bytes));
+        },
+        [&]() {
+            KVT317_Settings settings;
+            QByteArray bytes = document.binary;
+            benchmark::DoNotOptimize(settings.SetBinaryRepresentation(bytes));
+        },
+        "observed_over_plain");
 }
 
 void XmlLoadAgainstDom(benchmark::State& state)
@@ -203,6 +256,8 @@ void Sizes(benchmark::internal::Benchmark* benchmark)
 
 BENCHMARK(XmlLoad)->Apply(Sizes);
 BENCHMARK(XmlLoadAgainstDom)->Apply(Sizes);
+BENCHMARK(XmlLoadObserved)->Apply(Sizes);
+BENCHMARK(BinaryLoadObserved)->Apply(Sizes);
 BENCHMARK(XmlSave)->Apply(Sizes);
 BENCHMARK(BinarySave)->Apply(Sizes);
 BENCHMARK(BinaryLoad)->Apply(Sizes);

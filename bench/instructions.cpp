@@ -6,6 +6,8 @@
 
 #include <QDomDocument>
 
+#include <ReadObserver.h>
+
 #include <cstdio>
 #include <cstdlib>
 
@@ -30,6 +32,19 @@ constexpr int Runs = 3;
 MEASURE(op_xml_load, KVT317_Settings s; sink += s.SetXmlString(document->xml, false))
 MEASURE(floor_xml_load, sink += bench::ReadXmlTexts(document->xml))
 MEASURE(floor_dom_load, QDomDocument dom; sink += dom.setContent(document->xml))
+// Loads with an observer that keeps every finding and asks for every entry.
+struct LocatingObserver final : KVT317XML::ReadObserver {
+    void Found(const KVT317XML::ReadFinding&) override { ++sink; }
+    bool WantsEntries() const override { return true; }
+    void Read(const KVT317XML::ReadPath&, const KVT317XML::ReadEntry& entry) override
+    {
+        sink += entry.position.offset;
+    }
+};
+MEASURE(observed_xml_load, LocatingObserver o; KVT317XML::ObserveReading observe(o);
+        KVT317_Settings s; sink += s.SetXmlString(document->xml, false))
+MEASURE(observed_binary_load, LocatingObserver o; KVT317XML::ObserveReading observe(o);
+        KVT317_Settings s; QByteArray b = document->binary; sink += s.SetBinaryRepresentation(b))
 MEASURE(op_xml_save, sink += document->record.GetXmlString().size())
 MEASURE(floor_xml_save, sink += bench::WriteXml(document->plain).size())
 MEASURE(op_binary_save, sink += document->record.GetBinaryRepresentationAsQByteArray().size())
@@ -70,6 +85,8 @@ int main(int argc, char** argv)
     floor_equality();
     op_check();
     floor_check();
+    observed_xml_load();
+    observed_binary_load();
     std::printf("%lld\n", static_cast<long long>(sink));
     delete plainOther;
     delete other;

@@ -17,6 +17,12 @@ for op in xml_load xml_save binary_save binary_load copy_edit equality check; do
     b=$(count "floor_$op")
     printf '%-14s %15s %15s %7.2f\n' "$op" "$a" "$b" "$(echo "$a / $b" | bc -l)"
 done
+# Located reading: a load with an observer over the same load without.
+for op in xml_load binary_load; do
+    a=$(count "observed_$op")
+    b=$(count "op_$op")
+    printf '%-14s %15s %15s %7.2f\n' "observed/$op" "$a" "$b" "$(echo "$a / $b" | bc -l)"
+done
 a=$(count floor_dom_load)
 b=$(count op_xml_load)
 printf '%-14s %15s %15s %7.2f\n' "dom/xml_load" "$a" "$b" "$(echo "$a / $b" | bc -l)"
