@@ -69,7 +69,7 @@ struct ReadPosition {
 };
 
 /// Something worth saying about a document that was read, or about a record that was checked
-/// or written while an observer was listening.
+/// while an observer was listening.
 struct ReadFinding {
     /// ERROR where the value read is not what the input holds or a report is an error;
     /// WARNING where it is kept but changed or ambiguous; INFO for what is merely dropped

@@ -4,11 +4,13 @@
 // context once per record operation; without one it does nothing more than before.
 
 #include "ReadObserver.h"
+#include "ReadText.h"
 
 #include <ReadTap.h>
 
 #include <QXmlStreamReader>
 
+#include <atomic>
 #include <vector>
 
 class QIODevice;
@@ -21,8 +23,12 @@ public:
     explicit ReadContext(ReadObserver& observer);
     ~ReadContext() override;
 
-    // The context of the calling thread, or null.
-    static ReadContext* Current() noexcept;
+    // The context of the calling thread, or null. While no thread observes, one relaxed
+    // load of a counter: the engine asks at every record.
+    static ReadContext* Current() noexcept
+    {
+        return observing.load(std::memory_order_relaxed) ? CurrentOfThread() : nullptr;
+    }
 
     // ---- Where the engine is ------------------------------------------------------------
 
@@ -32,12 +38,22 @@ public:
     class Scope
     {
     public:
-        Scope(ReadContext* context, const RecordDescription& record, int bit, int item);
-        ~Scope();
+        Scope(ReadContext* context, const RecordDescription& record, int bit, int item)
+        {
+            if (context)
+                Enter(context, record, bit, item);
+        }
+        ~Scope()
+        {
+            if (m_context)
+                Leave();
+        }
         Scope(const Scope&) = delete;
         Scope& operator=(const Scope&) = delete;
 
     private:
+        void Enter(ReadContext* context, const RecordDescription& record, int bit, int item);
+        void Leave();
         ReadContext* m_context = nullptr;
     };
 
@@ -76,11 +92,14 @@ public:
                const QString& text);
     // An entry of an unknown tag.
     void UnknownEntry(const ReadPosition& at, quint32 tag, qint64 length);
-    // Looks at a member's text as it is converted: what it does not read as.
-    void MemberText(const MemberDescription& member, const QString& text);
+    // What a member's text is not read as, where there is anything to say.
+    void Say(const MemberDescription& member, const read::TextFinding& finding,
+             const QString& text);
+    // Whether observers want the entries (and so their texts).
+    bool WantsEntries() const { return m_entries; }
     // Attributes of the record's start element that are no attribute members, and values
     // that XML normalises.
-    void Attributes(const QXmlStreamReader& reader, const ReadPosition& at);
+    void Attributes(const QXmlStreamAttributes& attributes, const ReadPosition& at);
     // An element of no member of the innermost record.
     void UnknownElement(const QString& name, const ReadPosition& at);
 
@@ -95,6 +114,9 @@ public:
     void Passed(const QXmlStreamReader& reader, Passage passage, const Position& where) override;
 
 private:
+    static ReadContext* CurrentOfThread() noexcept;
+    static std::atomic<int> observing; // contexts alive on any thread
+
     struct Frame {
         quint32 given = 0;          // members given in this element or frame
         ReadPosition first[32];     // where each was given first

@@ -152,6 +152,8 @@ QString FindingKindName(FindingKind kind)
 
 // ---- The context -------------------------------------------------------------------------
 
+std::atomic<int> ReadContext::observing{0};
+
 ReadContext::ReadContext(ReadObserver& observer)
     : m_observer(observer)
     , m_entries(observer.WantsEntries())
@@ -159,22 +161,25 @@ ReadContext::ReadContext(ReadObserver& observer)
     , m_tapScope(*this)
 {
     currentContext = this;
+    ++observing;
 }
 
 ReadContext::~ReadContext()
 {
     FlushPending();
     currentContext = m_outer;
+    --observing;
 }
 
-ReadContext* ReadContext::Current() noexcept
+ReadContext* ReadContext::CurrentOfThread() noexcept
 {
     return currentContext;
 }
 
-ReadContext::Scope::Scope(ReadContext* context, const RecordDescription& record, int bit, int item)
+void ReadContext::Scope::Enter(ReadContext* context, const RecordDescription& record, int bit,
+                               int item)
 {
-    if (!context || (bit < 0 && !context->m_records.empty()))
+    if (bit < 0 && !context->m_records.empty())
         return;
     m_context = context;
     if (!context->m_records.empty())
@@ -185,10 +190,8 @@ ReadContext::Scope::Scope(ReadContext* context, const RecordDescription& record,
     context->m_position = ReadPosition();
 }
 
-ReadContext::Scope::~Scope()
+void ReadContext::Scope::Leave()
 {
-    if (!m_context)
-        return;
     m_context->m_frames.pop_back();
     m_context->m_records.pop_back();
     if (!m_context->m_path.isEmpty() &&
@@ -310,17 +313,16 @@ void ReadContext::UnknownEntry(const ReadPosition& at, quint32 tag, qint64 lengt
     Tell(nullptr, at, tag, length, QString());
 }
 
-void ReadContext::MemberText(const MemberDescription& member, const QString& text)
+void ReadContext::Say(const MemberDescription& member, const read::TextFinding& finding,
+                      const QString& text)
 {
-    const read::TextFinding finding = read::CheckMemberText(member, text);
     if (finding.kind != FindingKind::Report)
         Find(finding.level, finding.kind, &member, m_position, finding.message, text);
 }
 
-void ReadContext::Attributes(const QXmlStreamReader& reader, const ReadPosition& at)
+void ReadContext::Attributes(const QXmlStreamAttributes& attributes, const ReadPosition& at)
 {
     const RecordDescription& record = *Innermost();
-    const QXmlStreamAttributes attributes = reader.attributes();
     const QStringView source = Source();
     for (const QXmlStreamAttribute& attribute : attributes) {
         const QString name = attribute.qualifiedName().toString();

@@ -52,6 +52,29 @@ bool ExtraDecimals(const QString& text, int precision)
     return false;
 }
 
+// Whether a plain decimal text ("-12.50") has no more decimals than the member keeps and
+// few enough digits that its written form reads back to the same value: what almost every
+// number text is, decided without writing it.
+bool PlainDecimalKept(const QString& text, const MemberDescription& member)
+{
+    const int exact = member.kind == MemberKind::Float ? 6 : 15;
+    int digits = 0;
+    int decimals = -1;
+    for (qsizetype i = 0; i < text.size(); ++i) {
+        const QChar c = text.at(i);
+        if (c >= u'0' && c <= u'9') {
+            ++digits;
+            if (decimals >= 0 && ++decimals > member.precision && c != u'0')
+                return false;
+        } else if (c == u'.' && decimals < 0) {
+            decimals = 0;
+        } else if (!((c == u'-' || c == u'+') && i == 0)) {
+            return false;
+        }
+    }
+    return digits > 0 && digits <= exact;
+}
+
 TextFinding Lost(const MemberDescription& member, FindingKind kind, const QString& message)
 {
     return {LogLevel::Error, kind, member.name + QStringLiteral(": ") + message};
@@ -78,73 +101,67 @@ int Distance(const QString& a, const QString& b)
 
 } // namespace
 
-TextFinding CheckMemberText(const MemberDescription& member, const QString& text)
+TextFinding WholeNumberNotRead(const MemberDescription& member, const QString& text)
 {
-    switch (member.kind) {
-    case MemberKind::Integer: {
-        bool ok = false;
-        text.toInt(&ok, 10);
-        if (ok)
-            return {};
-        bool wide = false;
-        text.toLongLong(&wide, 10);
-        if (wide)
-            return Lost(member, FindingKind::NumberOverflow,
-                        QStringLiteral("'%1' does not fit in 32 bits (read as 0)").arg(text));
+    bool wide = false;
+    text.toLongLong(&wide, 10);
+    if (wide)
+        return Lost(member, FindingKind::NumberOverflow,
+                    QStringLiteral("'%1' does not fit in 32 bits (read as 0)").arg(text));
+    return Lost(member, FindingKind::NumberNotRead,
+                QStringLiteral("'%1' is not a whole number (read as 0)").arg(text));
+}
+
+TextFinding NumberFinding(const MemberDescription& member, const QString& text, bool read,
+                          double value)
+{
+    if (!read) {
+        if (std::isinf(value) || LooksNumeric(text))
+            return Lost(
+                member, FindingKind::NumberOverflow,
+                QStringLiteral("'%1' is out of range (read as %2)").arg(text, ReadAs(value)));
         return Lost(member, FindingKind::NumberNotRead,
-                    QStringLiteral("'%1' is not a whole number (read as 0)").arg(text));
+                    QStringLiteral("'%1' is not a number (read as 0)").arg(text));
     }
-    case MemberKind::Float:
-    case MemberKind::Double: {
-        bool ok = false;
-        const double value = ReadNumber(member, text, &ok);
-        if (!ok) {
-            if (std::isinf(value) || LooksNumeric(text))
-                return Lost(
-                    member, FindingKind::NumberOverflow,
-                    QStringLiteral("'%1' is out of range (read as %2)").arg(text, ReadAs(value)));
-            return Lost(member, FindingKind::NumberNotRead,
-                        QStringLiteral("'%1' is not a number (read as 0)").arg(text));
-        }
-        const QString written = QStringLiteral("%1").arg(value, member.fieldWidth, 'f',
-                                                         member.precision, QLatin1Char(' '));
-        const double back = ReadNumber(member, written, nullptr);
-        if ((back == value || (std::isnan(back) && std::isnan(value))) &&
-            !ExtraDecimals(text, member.precision))
-            return {};
-        return {LogLevel::Warning, FindingKind::ExtraDecimals,
-                QStringLiteral("%1: '%2' keeps %3 decimals (written as %4)")
-                    .arg(member.name, text)
-                    .arg(member.precision)
-                    .arg(written)};
-    }
-    case MemberKind::Enumeration:
-        // An empty name is how an invalid value is written: it reads back as invalid, and
-        // the setter itself reports it.
-        if (text.isEmpty() || member.enumeration->names.contains(text))
-            return {};
-        return Lost(member, FindingKind::UnknownName,
-                    QStringLiteral("unknown name '%1' (read as invalid); allowed: %2")
-                        .arg(text, member.enumeration->names.join(QStringLiteral(", "))));
-    case MemberKind::DateTime: {
-        if (text.isEmpty() || !REPORTGENERATOR::Converters::ToDateTime(text).isNull())
-            return {};
-        static const QRegularExpression shape(
-            QStringLiteral("^[0-9]{4}-[0-9]{2}-[0-9]{2}T[0-9]{2}:[0-9]{2}:[0-9]{2}"));
-        if (shape.match(text).hasMatch())
-            return Lost(member, FindingKind::DateTimeNotRead,
-                        QStringLiteral("'%1' is not a valid date-time (read as empty)").arg(text));
+    if (PlainDecimalKept(text, member))
+        return {};
+    const QString written =
+        QStringLiteral("%1").arg(value, member.fieldWidth, 'f', member.precision, QLatin1Char(' '));
+    const double back = ReadNumber(member, written, nullptr);
+    if ((back == value || (std::isnan(back) && std::isnan(value))) &&
+        !ExtraDecimals(text, member.precision))
+        return {};
+    return {LogLevel::Warning, FindingKind::ExtraDecimals,
+            QStringLiteral("%1: '%2' keeps %3 decimals (written as %4)")
+                .arg(member.name, text)
+                .arg(member.precision)
+                .arg(written)};
+}
+
+TextFinding UnknownName(const MemberDescription& member, const QString& text)
+{
+    // An empty name is how an invalid value is written: it reads back as invalid, and the
+    // setter itself reports it.
+    if (text.isEmpty())
+        return {};
+    return Lost(member, FindingKind::UnknownName,
+                QStringLiteral("unknown name '%1' (read as invalid); allowed: %2")
+                    .arg(text, member.enumeration->names.join(QStringLiteral(", "))));
+}
+
+TextFinding DateTimeNotRead(const MemberDescription& member, const QString& text)
+{
+    if (text.isEmpty())
+        return {};
+    static const QRegularExpression shape(
+        QStringLiteral("^[0-9]{4}-[0-9]{2}-[0-9]{2}T[0-9]{2}:[0-9]{2}:[0-9]{2}"));
+    if (shape.match(text).hasMatch())
         return Lost(member, FindingKind::DateTimeNotRead,
-                    QStringLiteral("'%1' is not a date-time of the form yyyy-MM-ddThh:mm:ss,zzzZ "
-                                   "(read as empty)")
-                        .arg(text));
-    }
-    case MemberKind::Text:
-    case MemberKind::Record:
-    case MemberKind::RecordList:
-        break;
-    }
-    return {};
+                    QStringLiteral("'%1' is not a valid date-time (read as empty)").arg(text));
+    return Lost(member, FindingKind::DateTimeNotRead,
+                QStringLiteral("'%1' is not a date-time of the form yyyy-MM-ddThh:mm:ss,zzzZ "
+                               "(read as empty)")
+                    .arg(text));
 }
 
 QString DidYouMean(const QString& name, const QStringList& candidates)

@@ -17,9 +17,15 @@ struct TextFinding {
     QString message;
 };
 
-// What the library makes of a member's text as XML and binary reading convert it, where
-// that is not the text itself: "Threshold: 'ten' is not a whole number (read as 0)".
-TextFinding CheckMemberText(const MemberDescription& member, const QString& text);
+// What reading takes in silence, where a member's text is not read as written. Each is
+// asked only where the conversion itself has shown something: a whole number or number that
+// did not read, an unknown name, a date-time that did not read; or, for numbers that did
+// read, NumberFinding() looks for decimals the member does not keep.
+TextFinding WholeNumberNotRead(const MemberDescription& member, const QString& text);
+TextFinding NumberFinding(const MemberDescription& member, const QString& text, bool read,
+                          double value);
+TextFinding UnknownName(const MemberDescription& member, const QString& text);
+TextFinding DateTimeNotRead(const MemberDescription& member, const QString& text);
 
 // "; did you mean 'index'?" for the candidate closest to a misspelt name, or nothing.
 QString DidYouMean(const QString& name, const QStringList& candidates);

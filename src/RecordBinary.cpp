@@ -158,8 +158,9 @@ void Record::SetBinary(QDataStream& stream, int length)
             stream >> value;
             const auto kept = static_cast<qint32>(static_cast<quint32>(value & 0xFFFFFFFF));
             if (context) {
-                context->Entry(*member, at, static_cast<quint32>(tag), payload,
-                               QString::number(value));
+                if (context->WantsEntries())
+                    context->Entry(*member, at, static_cast<quint32>(tag), payload,
+                                   QString::number(value));
                 if (kept != value)
                     context->Find(LogLevel::Error, FindingKind::WholeNumberBeyond32Bits, member, at,
                                   QStringLiteral("%1: %2 does not fit in 32 bits (read as %3)")

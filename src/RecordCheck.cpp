@@ -26,11 +26,32 @@ void Record::ReportIncomplete(const MemberDescription& member) const
     Report(exception);
 }
 
+namespace {
+
+// A child's check, in the child's place where an observer listens.
+void CheckChild(ReadContext* context, const MemberDescription& member, int item,
+                const Record& child, bool noThrow)
+{
+    if (!context) {
+        child.Check(noThrow);
+        return;
+    }
+    const ReadContext::Scope scope(context, *member.nested(), member.bit, item);
+    child.Check(noThrow);
+}
+
+} // namespace
+
 void Record::Check(bool noThrow) const
 {
     PassDown();
     ReadContext* const context = ReadContext::Current();
-    const ReadContext::Scope scope(context, m_type.description, -1, -1);
+    if (context && context->Depth() == 0) {
+        // The record checked first is the root of the paths.
+        const ReadContext::Scope scope(context, m_type.description, -1, -1);
+        Check(noThrow);
+        return;
+    }
     const StorageBlock& block = ConstStorage();
     // The members to report: required ones not set, set enumerations outside their table,
     // set texts that are null. A member yields at most one report.
@@ -51,15 +72,12 @@ void Record::Check(bool noThrow) const
         const MemberDescription& member = row.description;
         const void* value = reinterpret_cast<const char*>(&block) + row.valueOffset;
         if (row.asRecord) {
-            const ReadContext::Scope child(context, *member.nested(), member.bit, -1);
-            RecordAt(row, value, 0).Check(noThrow);
+            CheckChild(context, member, -1, RecordAt(row, value, 0), noThrow);
         } else if (row.list) {
             if (!(block.isSet & (quint32(1) << member.bit)))
                 ReportCheck(member, noThrow);
-            for (int i = 0; i < row.list->size(value); ++i) {
-                const ReadContext::Scope item(context, *member.nested(), member.bit, i);
-                row.list->item(value, i).Check(noThrow);
-            }
+            for (int i = 0; i < row.list->size(value); ++i)
+                CheckChild(context, member, i, row.list->item(value, i), noThrow);
         } else if (faults & (quint32(1) << member.bit)) {
             ReportCheck(member, noThrow);
         }

@@ -31,8 +31,6 @@ void Record::GetXml(QXmlStreamWriter& writer) const
         if (!HasData())
             return;
     }
-    ReadContext* const context = ReadContext::Current();
-    const ReadContext::Scope scope(context, m_type.description, -1, -1);
     const StorageBlock& block = ConstStorage();
     writer.writeStartElement(GetObjectName());
     for (const int bit : m_type.writeOrder) {
@@ -59,19 +57,15 @@ void Record::GetXml(QXmlStreamWriter& writer) const
             const Record& child = RecordAt(row, value, 0);
             if (!child.HasData())
                 ReportIncomplete(member);
-            if (set) {
-                const ReadContext::Scope childScope(context, *member.nested(), member.bit, -1);
+            if (set)
                 child.GetXml(writer);
-            }
         } else if (row.list) {
             for (int i = 0; i < row.list->size(value); ++i) {
                 const Record& item = row.list->item(value, i);
                 if (!item.HasData())
                     ReportIncomplete(member);
-                if (set) {
-                    const ReadContext::Scope itemScope(context, *member.nested(), member.bit, i);
+                if (set)
                     item.GetXml(writer);
-                }
             }
         } else if (set || member.AlwaysWritten()) {
             text::WithText(row, block, [&](const QString& text) {
@@ -109,13 +103,13 @@ void Record::ProcessXml(QXmlStreamReader& reader)
     InitData();
     ReadContext* const context = ReadContext::Current();
     const ReadContext::Scope scope(context, m_type.description, -1, -1);
+    const QXmlStreamAttributes attributes = reader.attributes();
     ReadPosition at;
     if (context) {
         at = context->XmlPosition(reader);
         context->RecordStart(at, 0, -1);
-        context->Attributes(reader, at);
+        context->Attributes(attributes, at);
     }
-    const QXmlStreamAttributes attributes = reader.attributes();
     if (!attributes.isEmpty())
         for (const MemberRow& row : m_type.rows)
             if (row.description.attribute && attributes.hasAttribute(row.description.name)) {
@@ -192,28 +186,50 @@ void Record::ProcessXmlStartElement(QXmlStreamReader& reader)
 
 void Record::AssignFromText(int bit, const QString& text)
 {
+    // While an observer listens, the conversions say what they do not read as written; the
+    // finding comes before any report of the setter.
     const MemberDescription& member = m_type.rows[bit].description;
-    if (ReadContext* const context = ReadContext::Current())
-        context->MemberText(member, text);
+    ReadContext* const context = ReadContext::Current();
+    bool read = true;
     switch (member.kind) {
-    case MemberKind::Integer:
-        Assign<int>(bit, text.toInt(nullptr, 10));
+    case MemberKind::Integer: {
+        const int value = text.toInt(context ? &read : nullptr, 10);
+        if (!read)
+            context->Say(member, read::WholeNumberNotRead(member, text), text);
+        Assign<int>(bit, value);
         break;
-    case MemberKind::Float:
-        Assign<float>(bit, text.toFloat(nullptr));
+    }
+    case MemberKind::Float: {
+        const float value = text.toFloat(context ? &read : nullptr);
+        if (context)
+            context->Say(member, read::NumberFinding(member, text, read, value), text);
+        Assign<float>(bit, value);
         break;
-    case MemberKind::Double:
-        Assign<double>(bit, text.toDouble(nullptr));
+    }
+    case MemberKind::Double: {
+        const double value = text.toDouble(context ? &read : nullptr);
+        if (context)
+            context->Say(member, read::NumberFinding(member, text, read, value), text);
+        Assign<double>(bit, value);
         break;
+    }
     case MemberKind::Text:
         AssignText(bit, text);
         break;
-    case MemberKind::DateTime:
-        Assign<QDateTime>(bit, REPORTGENERATOR::Converters::ToDateTime(text));
+    case MemberKind::DateTime: {
+        const QDateTime value = REPORTGENERATOR::Converters::ToDateTime(text);
+        if (context && value.isNull())
+            context->Say(member, read::DateTimeNotRead(member, text), text);
+        Assign<QDateTime>(bit, value);
         break;
-    case MemberKind::Enumeration:
-        AssignEnum(bit, EnumIndex(bit, text));
+    }
+    case MemberKind::Enumeration: {
+        const int index = member.enumeration->names.indexOf(text);
+        if (context && index < 0)
+            context->Say(member, read::UnknownName(member, text), text);
+        AssignEnum(bit, index >= 0 ? index : EnumIndex(bit, text));
         break;
+    }
     case MemberKind::Record:
     case MemberKind::RecordList:
         break;
