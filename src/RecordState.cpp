@@ -5,6 +5,8 @@
 #include "RecordStorage.h"
 #include "RecordText.h"
 
+#include <algorithm>
+
 using REPORTGENERATOR::IncompleteDefinitionException;
 using REPORTGENERATOR::IRGObject;
 using REPORTGENERATOR::LogLevel;
@@ -656,18 +658,35 @@ bool Record::IsValidEnum(int bit, int value) const
 
 void Record::Append(int bit, const Record& item)
 {
-    InitData();
+    InsertListItem(bit, ListSize(bit), item);
+}
+
+bool Record::InsertListItem(int bit, int index, const Record& item)
+{
     const MemberRow& row = m_type.rows[bit];
+    if (!row.list || &item.GetDescription() != row.description.nested())
+        return false;
+    InitData();
+    StorageBlock* block = &MutableStorage();
+    if (index < 0 || index > row.list->size(SlotOf(*block, row)))
+        return false;
     const bool complete = item.HasData();
-    if (complete || !GetValidate()) {
-        StorageBlock& block = MutableStorage();
-        void* slot = SlotOf(block, row);
+    const bool inserted = complete || !GetValidate();
+    if (inserted) {
+        void* slot = SlotOf(*block, row);
         DetachItems(row, slot);
-        row.list->append(slot, item);
-        block.isSet |= Flag(bit);
+        if (index == row.list->size(slot)) {
+            row.list->append(slot, item);
+        } else {
+            row.list->insert(slot, index, item);
+            ListSync& sync = row.list->sync(slot);
+            sync.synced = std::min(sync.synced, index);
+        }
+        block->isSet |= Flag(bit);
     }
     if (!complete)
         ReportIncompleteAppend(row.description);
+    return inserted;
 }
 
 void Record::ReportIncompleteAppend(const MemberDescription& member) const

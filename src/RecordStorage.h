@@ -104,6 +104,9 @@ struct ListOps {
     Record& (*emplace)(void* slot); // a default item at the end
     void (*popBack)(void* slot);
     void (*append)(void* slot, const Record& item);
+    void (*insert)(void* slot, int index, const Record& item);
+    void (*remove)(void* slot, int index);
+    void (*move)(void* slot, int from, int to);
     void (*reserve)(void* slot, int count);
     void (*clear)(void* slot);
     bool (*equal)(const void* a, const void* b);
@@ -129,6 +132,7 @@ struct MemberRow {
     Record& (*asRecord)(void* field) = nullptr; // Record members
     std::ptrdiff_t recordBase = 0;              // of the Record within a Record member
     const ListOps* list = nullptr;              // RecordList members
+    Record* (*newRecord)() = nullptr;           // Record and RecordList members: a new one
 
     MemberRow& Required()
     {
@@ -297,6 +301,11 @@ template <class T> const ListOps& ListOpsOf()
         [](void* s, const Record& item) {
             static_cast<Slot*>(s)->items.append(static_cast<const T&>(item));
         },
+        [](void* s, int index, const Record& item) {
+            static_cast<Slot*>(s)->items.insert(index, static_cast<const T&>(item));
+        },
+        [](void* s, int index) { static_cast<Slot*>(s)->items.remove(index); },
+        [](void* s, int from, int to) { static_cast<Slot*>(s)->items.move(from, to); },
         [](void* s, int count) { static_cast<Slot*>(s)->items.reserve(count); },
         [](void* s) { static_cast<Slot*>(s)->items.clear(); },
         [](const void* a, const void* b) {
@@ -342,9 +351,11 @@ template <auto P> MemberRow Member(int bit, const char* name, quint32 tag)
         using Item = typename detail::IsList<F>::Item;
         row.description.nested = []() { return &Item::Description(); };
         row.list = &detail::ListOpsOf<Item>();
+        row.newRecord = []() -> Record* { return new Item(); };
     } else if constexpr (std::is_base_of_v<Record, F>) {
         row.description.nested = []() { return &F::Description(); };
         row.asRecord = &detail::AsRecord<F>;
+        row.newRecord = []() -> Record* { return new F(); };
         const F& field = probe.get()->*P;
         row.recordBase = reinterpret_cast<const char*>(static_cast<const Record*>(&field)) -
                          reinterpret_cast<const char*>(&field);

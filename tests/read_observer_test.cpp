@@ -400,3 +400,21 @@ TEST(ReadObserver, ScopesNestAndAFunctionCanListen)
     EXPECT_EQ(Lines(outer), QStringList({"1:18@17 ERROR unknown-element / KVT317_Settings.-: "
                                          "unknown element 'Y' (ignored)"}));
 }
+
+TEST(ReadObserver, SetMemberTextSaysWhatItTakesInSilence)
+{
+    KVT317SettingsDetail detail;
+    detail.SetLogger(nullptr);
+    ReadFindings findings;
+    {
+        ObserveReading observe(findings);
+        detail.SetMemberText(KVT317SettingsDetail::Description().FindName("Threshold")->bit,
+                             QStringLiteral("12x"));
+    }
+    ASSERT_EQ(findings.Findings().size(), 1u);
+    EXPECT_EQ(findings.Findings().at(0).kind, FindingKind::NumberNotRead);
+    EXPECT_EQ(findings.Findings().at(0).message,
+              QStringLiteral("Threshold: '12x' is not a whole number (read as 0)"));
+    EXPECT_TRUE(detail.IsThresholdSet());
+    EXPECT_EQ(detail.GetThreshold(), 0);
+}

@@ -1,0 +1,208 @@
+// Members read and written by description: any member through the member table, with the
+// checks and reports of the typed accessors.
+
+#include "RecordStorage.h"
+
+#include <QDateTime>
+#include <QMetaType>
+
+#include <cmath>
+#include <limits>
+
+namespace KVT317XML {
+
+namespace {
+
+QVariant VariantOf(const MemberRow& row, const void* field)
+{
+    switch (row.description.kind) {
+    case MemberKind::Integer:
+        return QVariant(At<int>(field, 0));
+    case MemberKind::Float:
+        return QVariant(At<float>(field, 0));
+    case MemberKind::Double:
+        return QVariant(At<double>(field, 0));
+    case MemberKind::Text:
+        return QVariant(At<QString>(field, 0));
+    case MemberKind::DateTime:
+        return QVariant(At<QDateTime>(field, 0));
+    case MemberKind::Enumeration:
+        return QVariant(EnumAt(field, 0));
+    case MemberKind::Record:
+    case MemberKind::RecordList:
+        break;
+    }
+    return QVariant();
+}
+
+bool IsNumber(const QVariant& value)
+{
+    switch (value.userType()) {
+    case QMetaType::Int:
+    case QMetaType::UInt:
+    case QMetaType::LongLong:
+    case QMetaType::ULongLong:
+    case QMetaType::Short:
+    case QMetaType::UShort:
+    case QMetaType::Double:
+    case QMetaType::Float:
+        return true;
+    default:
+        return false;
+    }
+}
+
+// A whole number within int's range, from any number that is one.
+bool WholeNumber(const QVariant& value, int& result)
+{
+    if (!IsNumber(value))
+        return false;
+    if (value.userType() == QMetaType::Double || value.userType() == QMetaType::Float) {
+        const double number = value.toDouble();
+        if (!(number >= std::numeric_limits<int>::min() &&
+              number <= std::numeric_limits<int>::max()) ||
+            std::trunc(number) != number)
+            return false;
+        result = static_cast<int>(number);
+        return true;
+    }
+    if (value.userType() == QMetaType::ULongLong) {
+        const qulonglong number = value.toULongLong();
+        if (number > static_cast<qulonglong>(std::numeric_limits<int>::max()))
+            return false;
+        result = static_cast<int>(number);
+        return true;
+    }
+    const qlonglong number = value.toLongLong();
+    if (number < std::numeric_limits<int>::min() || number > std::numeric_limits<int>::max())
+        return false;
+    result = static_cast<int>(number);
+    return true;
+}
+
+} // namespace
+
+QVariant Record::MemberValue(int bit) const
+{
+    const MemberRow& row = m_type.rows[bit];
+    if (row.asRecord || row.list)
+        return QVariant();
+    return VariantOf(row, ConstField(bit, Field::Value));
+}
+
+QVariant Record::MemberDefault(int bit) const
+{
+    const MemberRow& row = m_type.rows[bit];
+    if (row.asRecord || row.list)
+        return QVariant();
+    return VariantOf(row, ConstField(bit, Field::Default));
+}
+
+void Record::SetMemberText(int bit, const QString& text)
+{
+    const MemberRow& row = m_type.rows[bit];
+    if (row.asRecord || row.list)
+        return;
+    InitData();
+    AssignFromText(bit, text);
+}
+
+bool Record::SetMemberValue(int bit, const QVariant& value)
+{
+    const MemberRow& row = m_type.rows[bit];
+    int whole = 0;
+    switch (row.description.kind) {
+    case MemberKind::Integer:
+        if (!WholeNumber(value, whole))
+            return false;
+        Assign<int>(bit, whole);
+        return true;
+    case MemberKind::Enumeration:
+        if (!WholeNumber(value, whole))
+            return false;
+        AssignEnum(bit, whole);
+        return true;
+    case MemberKind::Float:
+        if (!IsNumber(value))
+            return false;
+        Assign<float>(bit, value.toFloat());
+        return true;
+    case MemberKind::Double:
+        if (!IsNumber(value))
+            return false;
+        Assign<double>(bit, value.toDouble());
+        return true;
+    case MemberKind::Text:
+        if (value.userType() != QMetaType::QString)
+            return false;
+        AssignText(bit, value.toString());
+        return true;
+    case MemberKind::DateTime:
+        if (value.userType() != QMetaType::QDateTime)
+            return false;
+        Assign<QDateTime>(bit, value.toDateTime());
+        return true;
+    case MemberKind::Record:
+    case MemberKind::RecordList:
+        break;
+    }
+    return false;
+}
+
+Record* Record::MutableChild(int bit)
+{
+    const MemberRow& row = m_type.rows[bit];
+    if (!row.asRecord)
+        return nullptr;
+    Record& child = RecordAt(row, LendField(bit), 0);
+    MarkSet(bit);
+    return &child;
+}
+
+Record* Record::MutableListItem(int bit, int index)
+{
+    const MemberRow& row = m_type.rows[bit];
+    if (!row.list || index < 0 || index >= ListSize(bit))
+        return nullptr;
+    LendField(bit);
+    MarkSet(bit);
+    return &row.list->mutableItem(reinterpret_cast<char*>(d.data()) + row.valueOffset, index);
+}
+
+std::unique_ptr<Record> Record::NewMemberRecord(int bit) const
+{
+    const MemberRow& row = m_type.rows[bit];
+    return std::unique_ptr<Record>(row.newRecord ? row.newRecord() : nullptr);
+}
+
+bool Record::AppendListItem(int bit, const Record& item)
+{
+    return m_type.rows[bit].list && InsertListItem(bit, ListSize(bit), item);
+}
+
+bool Record::RemoveListItem(int bit, int index)
+{
+    const MemberRow& row = m_type.rows[bit];
+    if (!row.list || index < 0 || index >= ListSize(bit))
+        return false;
+    void* slot = reinterpret_cast<char*>(&MutableStorage()) + row.valueOffset;
+    MutableField(bit, Field::Value); // detaches the items
+    row.list->remove(slot, index);
+    MarkSet(bit);
+    return true;
+}
+
+bool Record::MoveListItem(int bit, int from, int to)
+{
+    const MemberRow& row = m_type.rows[bit];
+    const int size = ListSize(bit);
+    if (!row.list || from < 0 || from >= size || to < 0 || to >= size)
+        return false;
+    void* slot = reinterpret_cast<char*>(&MutableStorage()) + row.valueOffset;
+    MutableField(bit, Field::Value); // detaches the items
+    row.list->move(slot, from, to);
+    MarkSet(bit);
+    return true;
+}
+
+} // namespace KVT317XML
