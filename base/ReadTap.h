@@ -29,9 +29,9 @@ public:
     /// A place in the input: line and column from 1 and the character offset in XML; the
     /// byte offset from the frame's start in binary (line and column 0).
     struct Position {
-        qint64 line = 0;
-        qint64 column = 0;
-        qint64 offset = -1;
+        qint64 line = 0;    ///< XML: the line, from 1; 0 in binary
+        qint64 column = 0;  ///< XML: the column, from 1; 0 in binary
+        qint64 offset = -1; ///< character offset (XML) or byte offset (binary); -1 unknown
     };
 
     /// Where the base passed over a token.
@@ -64,7 +64,9 @@ public:
     class REPORTBASE_EXPORT Scope
     {
     public:
+        /// Makes @p tap the calling thread's tap.
         explicit Scope(ReadTap& tap);
+        /// Puts the tap before back.
         ~Scope();
         Scope(const Scope&) = delete;
         Scope& operator=(const Scope&) = delete;

@@ -47,7 +47,9 @@ enum class FindingKind {
 struct ReadStep {
     int bit = -1;  ///< the enclosing record's member (MemberDescription::bit)
     int item = -1; ///< position in the list, from 0; -1 for a record member
+    /// Same member and position.
     bool operator==(const ReadStep& other) const { return bit == other.bit && item == other.item; }
+    /// Another member or position.
     bool operator!=(const ReadStep& other) const { return !(*this == other); }
 };
 
@@ -75,6 +77,7 @@ struct ReadFinding {
     /// WARNING where it is kept but changed or ambiguous; INFO for what is merely dropped
     /// (comments, processing instructions).
     REPORTGENERATOR::LogLevel level = REPORTGENERATOR::LogLevel::Error;
+    /// What the finding is about.
     FindingKind kind = FindingKind::Report;
     /// The record the finding is in, from the document's root.
     ReadPath path;
@@ -101,6 +104,7 @@ struct ReadEntry {
     const MemberDescription* member = nullptr;
     /// The record the entry belongs to (for a record's own start: that record).
     const RecordDescription* record = nullptr;
+    /// Where the entry stands in the input.
     ReadPosition position;
     /// Binary: the entry's tag (for a record's own start, its frame tag where one was read).
     quint32 tag = 0;
@@ -149,6 +153,7 @@ public:
     const std::vector<ReadFinding>& Findings() const { return m_findings; }
     /// Whether any finding has the level ERROR.
     bool HasErrors() const;
+    /// Forgets the findings kept so far.
     void Clear() { m_findings.clear(); }
 
 private:
@@ -175,9 +180,11 @@ private:
 class KVT317XML_EXPORT ObserveReading
 {
 public:
+    /// Makes @p observer listen; it must outlive the scope.
     explicit ObserveReading(ReadObserver& observer);
     /// Calls @p found for each finding.
     explicit ObserveReading(std::function<void(const ReadFinding&)> found);
+    /// Ends the listening; the observer before, if any, listens again.
     ~ObserveReading();
     ObserveReading(const ObserveReading&) = delete;
     ObserveReading& operator=(const ObserveReading&) = delete;
