@@ -39,6 +39,11 @@ void ReadTap::BeginXml(QStringView source)
 
 void ReadTap::ReadNext(QXmlStreamReader& reader)
 {
+    // A document without a declaration starts before the reader's first look ahead.
+    if (reader.isStartDocument() && reader.documentVersion().isEmpty()) {
+        reader.readNext();
+        return;
+    }
     m_endLine = reader.lineNumber();
     m_endColumn = reader.columnNumber();
     m_endOffset = reader.characterOffset();

@@ -265,7 +265,7 @@ private:
     void Report(REPORTGENERATOR::RGException& exception) const;
     void ReportCheck(const MemberDescription& member, bool noThrow) const;
     void ReportIncomplete(const MemberDescription& member) const;
-    void ReportIncompleteAppend(const MemberDescription& member) const;
+    void ReportIncompleteAppend(const MemberDescription& member, int item) const;
     void ReportUnwritable(const MemberDescription& member, const QString& text) const;
 
     // Reading

@@ -8,6 +8,7 @@
 #include <QStringList>
 #include <QVector>
 
+#include <memory>
 #include <vector>
 
 namespace KVT317XML {
@@ -68,5 +69,18 @@ struct KVT317XML_EXPORT RecordDescription {
 
 /// The descriptions of all document roots and records the library knows.
 KVT317XML_EXPORT std::vector<const RecordDescription*> AllRecordDescriptions();
+
+class Record;
+
+/// A new record of the type a description describes (see Record::GetDescription()).
+KVT317XML_EXPORT std::unique_ptr<Record> NewRecord(const RecordDescription& type);
+
+/// The record type whose element is the root of an XML document; null when the text has no
+/// root element or one that names no record.
+KVT317XML_EXPORT const RecordDescription* XmlDocumentType(const QString& xml);
+
+/// The record type of a binary document, plain or compressed, by its frame's tag; null when
+/// the frame cannot be read or its tag names no record.
+KVT317XML_EXPORT const RecordDescription* BinaryDocumentType(const QByteArray& document);
 
 } // namespace KVT317XML

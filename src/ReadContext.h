@@ -77,6 +77,7 @@ public:
 
     // The place of what is being read now: reports made meanwhile stand there.
     void SetPosition(const ReadPosition& position) { m_position = position; }
+    const ReadPosition& CurrentPosition() const { return m_position; }
     ReadPosition XmlPosition(const QXmlStreamReader& reader) const;
     ReadPosition BinaryPosition(const QIODevice* device, qint64 back = 0) const;
 

@@ -685,13 +685,21 @@ bool Record::InsertListItem(int bit, int index, const Record& item)
         block->isSet |= Flag(bit);
     }
     if (!complete)
-        ReportIncompleteAppend(row.description);
+        ReportIncompleteAppend(row.description, inserted ? index : -1);
     return inserted;
 }
 
-void Record::ReportIncompleteAppend(const MemberDescription& member) const
+// An item taken in is what the report is about; one refused, the list.
+void Record::ReportIncompleteAppend(const MemberDescription& member, int item) const
 {
-    const ReadContext::Subject subject(ReadContext::Current(), &member);
+    ReadContext* const context = ReadContext::Current();
+    const ReadPosition where = context ? context->CurrentPosition() : ReadPosition();
+    const ReadContext::Scope owner(context, m_type.description, -1, -1);
+    const ReadContext::Scope scope(item >= 0 ? context : nullptr, *member.nested(), member.bit,
+                                   item);
+    if (context)
+        context->SetPosition(where);
+    const ReadContext::Subject subject(context, item >= 0 ? nullptr : &member);
     IncompleteDefinitionException exception(
         GetObjectName() +
         QStringLiteral(": Tried to append not completely defined or invalid item ") + member.name +

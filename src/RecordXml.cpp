@@ -258,7 +258,7 @@ void Record::EndItem(const MemberRow& row, Record& item)
     void* slot = reinterpret_cast<char*>(&block) + row.valueOffset;
     if (!complete && GetValidate()) {
         row.list->popBack(slot);
-        ReportIncompleteAppend(row.description);
+        ReportIncompleteAppend(row.description, -1);
         return;
     }
     block.isSet |= quint32(1) << row.description.bit;
@@ -267,7 +267,7 @@ void Record::EndItem(const MemberRow& row, Record& item)
         sync.logger == CurrentLogger())
         ++sync.synced;
     if (!complete)
-        ReportIncompleteAppend(row.description);
+        ReportIncompleteAppend(row.description, row.list->size(slot) - 1);
 }
 
 } // namespace KVT317XML

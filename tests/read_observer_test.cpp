@@ -232,8 +232,8 @@ TEST(ReadObserver, XmlFindingsOfEveryKind)
             "(classname=KVT317SettingsDetail,membername=m_bandwidthDF)",
             "16:5@497 ERROR number-not-read /0[0] KVT317SettingsDetail.AttenuationHoldTime: "
             "AttenuationHoldTime: 'x1' is not a number (read as 0)",
-            "4:3@53 WARNING report / KVT317_Settings.KVT317SettingsDetail: KVT317_Settings: "
-            "Tried to append not completely defined or invalid item KVT317SettingsDetail.",
+            "4:3@53 WARNING report /0[0] KVT317SettingsDetail.-: KVT317_Settings: Tried to "
+            "append not completely defined or invalid item KVT317SettingsDetail.",
         }));
     // What was read is what the library always read.
     const KVT317SettingsDetail& detail = settings.GetKVT317SettingsDetail().at(0);
@@ -338,7 +338,7 @@ TEST(ReadObserver, DocumentFaultsAreLocated)
     // The detail that the fault cut short is taken in before the load fails; only the
     // fault reaches the logger.
     EXPECT_EQ(Lines(findings),
-              QStringList({"2:3@20 WARNING report / KVT317_Settings.KVT317SettingsDetail: "
+              QStringList({"2:3@20 WARNING report /0[0] KVT317SettingsDetail.-: "
                            "KVT317_Settings: Tried to append not completely defined or invalid "
                            "item KVT317SettingsDetail.",
                            "3:19@61 ERROR document-fault / -.-: XML error in line 3, column 18: "

@@ -2,18 +2,42 @@
 
 #include "Document.h"
 
-#include <utility>
-#include <vector>
+#include <ReadObserver.h>
 
-// Fills a document's diagnostics with everything check reports. The tool reads the input
-// a second time, alongside the library, with the member tables: XML with its positions,
-// binary entry by entry with its offsets. It reports what the library accepts in silence
-// (unknown elements and attributes, texts that are not read as written, members given
-// twice, numbers with more decimals than the member keeps, invalid UTF-8, whole numbers
-// beyond 32 bits, texts XML cannot carry), and ties each of the library's own reports to
-// the record it came from: every list item is loaded and checked once more on its own.
+// Turns what the library says while it reads or checks a document into the document's
+// diagnostics: findings with their places, notes for what no written form keeps.
+class Collector : public KVT317XML::ReadObserver
+{
+public:
+    // Notes (what no written form keeps) go to `notes` where given, and the place of a
+    // document fault to `fault`.
+    explicit Collector(DiagnosticList& into, DiagnosticList* notes = nullptr,
+                       Location* fault = nullptr);
+
+    void Found(const KVT317XML::ReadFinding& finding) override;
+
+    // Findings of records the tool builds itself (from JSON) come with paths from the
+    // record being built: this is that record's path from the root, and its type.
+    KVT317XML::ReadPath base;
+    const KVT317XML::RecordDescription* baseRecord = nullptr;
+
+    // The library's reports while a document loads are held, as the library holds them
+    // from its logger: a load that fails has only its fault to tell.
+    void HoldReports() { m_holding = true; }
+    void ReleaseReports(bool loaded);
+
+private:
+    DiagnosticList& m_into;
+    bool m_holding = false;
+    std::vector<Diagnostic> m_held;
+    DiagnosticList* m_notes;
+    Location* m_fault;
+};
+
+// Fills a document's diagnostics with everything check reports: what the load found
+// (collected while loading) and what the library's check finds, each placed in the input.
 void Analyse(Document& document);
 
-// The site reached from the root by (member bit, item position or -1) steps; the deepest
-// site found on the way when a step leads nowhere.
-const Site* ResolveSteps(const Site& root, const std::vector<std::pair<int, int>>& steps);
+// Places the kept diagnostics of a list that have no place yet, at the member they name or
+// at their record, and (with `label`) labels them with their record's path and Name.
+void Place(const Document& document, DiagnosticList& list, bool label = true);

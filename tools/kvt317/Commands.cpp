@@ -1,9 +1,8 @@
 #include "Commands.h"
 #include "Analysis.h"
 #include "Compare.h"
-#include "FrameWalker.h"
 #include "Json.h"
-#include "Tree.h"
+#include "JsonForm.h"
 #include "Values.h"
 #include "Writing.h"
 
@@ -277,209 +276,210 @@ int RunShow(const Options& options)
 
 namespace {
 
-QString TagText(qint32 tag)
+QString TagText(quint32 tag)
 {
-    return Hex32(static_cast<quint32>(tag));
+    return Hex32(tag);
 }
 
-QString MemberName(const MemberDescription* member)
+// How deep an entry stands: the frame 0, its members 1, a list's items 2 and their members
+// 3, a nested record's members one more than the record.
+int Depth(const ReadPath& path)
 {
-    return member ? member->name : QStringLiteral("(unknown)");
+    int depth = 1;
+    for (const ReadStep& step : path)
+        depth += step.item >= 0 ? 2 : 1;
+    return depth;
 }
 
-// Lists a frame line by line: offset, tag, member name, length and decoded value.
-class TextDump : public FrameWalker
+// The entries of a binary document as the library reads them, in input order, for listing:
+// the frame, member entries, unknown entries, lists and their items. Where the library
+// finds the document damaged, the listing ends.
+class Entries : public ReadObserver
 {
 public:
-    TextDump(const QByteArray& frame, const RecordDescription& description)
-        : FrameWalker(frame)
-        , m_description(description)
-    {
-    }
+    struct Line {
+        ReadPath path;
+        ReadEntry entry;
+    };
 
-private:
-    void Line(qint64 offset, int depth, const QString& text)
+    void Found(const ReadFinding& finding) override
     {
-        Out() << QString::number(offset).rightJustified(8, QLatin1Char(' ')) << "  "
-              << QString(depth * 2, QLatin1Char(' ')) << text << '\n';
-    }
-
-    QString Head(const Entry& entry) const
-    {
-        return QStringLiteral("%1 %2, length %3")
-            .arg(TagText(entry.tag), MemberName(entry.member))
-            .arg(entry.length);
-    }
-
-    void OnFrame(qint32 tag, qint32 length) override
-    {
-        Line(0, 0,
-             QStringLiteral("frame %1 %2, length %3")
-                 .arg(TagText(tag), m_description.name)
-                 .arg(length));
-    }
-    void OnUnknown(const Entry& entry) override
-    {
-        Line(entry.offset, entry.depth,
-             Head(entry) + QStringLiteral(": ") +
-                 Frame().mid(static_cast<int>(entry.Payload()), qMin(entry.length, 32)).toHex(' ') +
-                 (entry.length > 32 ? " ..." : ""));
-    }
-    void OnInteger(const Entry& entry, qint64 value) override
-    {
-        Line(entry.offset, entry.depth, Head(entry) + QStringLiteral(": %1").arg(value));
-    }
-    void OnText(const Entry& entry, const QByteArray& bytes, bool null) override
-    {
-        Line(entry.offset, entry.depth,
-             Head(entry) + QStringLiteral(": ") +
-                 (null
-                      ? QStringLiteral("(null)")
-                      : QLatin1Char('"') + Printable(QString::fromUtf8(bytes)) + QLatin1Char('"')));
-    }
-    void OnRecordBegin(const Entry& entry) override
-    {
-        Line(entry.offset, entry.depth, Head(entry));
-    }
-    void OnListBegin(const Entry& entry, qint32 count) override
-    {
-        Line(entry.offset, entry.depth,
-             Head(entry) + QStringLiteral(", %1 %2").arg(count).arg(count == 1 ? "item" : "items"));
-    }
-    void OnItemBegin(const Entry& list, qint64 offset, int index, qint32 length) override
-    {
-        Line(offset, list.depth + 1,
-             QStringLiteral("item %1, length %2").arg(index + 1).arg(length));
-    }
-    void OnDamage(qint64 offset, const QString& expected) override
-    {
-        Out() << "damaged at offset " << offset << ": expected " << expected << '\n';
-    }
-
-    const RecordDescription& m_description;
-};
-
-// The same as JSON: the frame and its entries, nested as the frame nests them.
-class JsonDump : public FrameWalker
-{
-public:
-    JsonDump(const QByteArray& frame, const RecordDescription& description, JsonWriter& json)
-        : FrameWalker(frame)
-        , m_description(description)
-        , m_json(json)
-    {
-    }
-
-    void Close()
-    {
-        // A damaged frame leaves entries open; they end where the damage is.
-        while (m_open > 0) {
-            m_json.EndArray();
-            m_json.EndObject();
-            --m_open;
+        if (finding.kind == FindingKind::DocumentFault && !damaged) {
+            damaged = true;
+            damage = finding.position.offset;
+            why = finding.message;
         }
     }
-
-private:
-    void Begin(qint64 offset)
+    bool WantsEntries() const override { return true; }
+    void Read(const ReadPath& path, const ReadEntry& entry) override
     {
-        m_json.BeginObject();
-        m_json.Key(QStringLiteral("offset"));
-        m_json.Number(offset);
-    }
-    void Head(const Entry& entry)
-    {
-        Begin(entry.offset);
-        m_json.Key(QStringLiteral("tag"));
-        m_json.String(TagText(entry.tag));
-        m_json.Key(QStringLiteral("member"));
-        entry.member ? m_json.String(entry.member->name) : m_json.Null();
-        m_json.Key(QStringLiteral("length"));
-        m_json.Number(entry.length);
-    }
-    void OpenEntries(const char* key)
-    {
-        m_json.Key(QLatin1String(key));
-        m_json.BeginArray();
-        ++m_open;
-    }
-    void CloseEntries()
-    {
-        m_json.EndArray();
-        m_json.EndObject();
-        --m_open;
+        lines.push_back({path, entry});
     }
 
-    void OnFrame(qint32 tag, qint32 length) override
-    {
-        Begin(0);
-        m_json.Key(QStringLiteral("tag"));
-        m_json.String(TagText(tag));
-        m_json.Key(QStringLiteral("record"));
-        m_json.String(m_description.name);
-        m_json.Key(QStringLiteral("length"));
-        m_json.Number(length);
-        OpenEntries("entries");
-    }
-    void OnUnknown(const Entry& entry) override
-    {
-        Head(entry);
-        m_json.Key(QStringLiteral("bytes"));
-        m_json.String(QLatin1String("") +
-                      QString::fromLatin1(
-                          Frame().mid(static_cast<int>(entry.Payload()), entry.length).toHex(' ')));
-        m_json.EndObject();
-    }
-    void OnInteger(const Entry& entry, qint64 value) override
-    {
-        Head(entry);
-        m_json.Key(QStringLiteral("value"));
-        m_json.Number(value);
-        m_json.EndObject();
-    }
-    void OnText(const Entry& entry, const QByteArray& bytes, bool null) override
-    {
-        Head(entry);
-        m_json.Key(QStringLiteral("value"));
-        m_json.String(null ? QString() : QString::fromUtf8(bytes));
-        m_json.EndObject();
-    }
-    void OnRecordBegin(const Entry& entry) override
-    {
-        Head(entry);
-        OpenEntries("entries");
-    }
-    void OnRecordEnd(const Entry&) override { CloseEntries(); }
-    void OnListBegin(const Entry& entry, qint32 count) override
-    {
-        Head(entry);
-        m_json.Key(QStringLiteral("count"));
-        m_json.Number(count);
-        OpenEntries("items");
-    }
-    void OnItemBegin(const Entry&, qint64 offset, int, qint32 length) override
-    {
-        Begin(offset);
-        m_json.Key(QStringLiteral("length"));
-        m_json.Number(length);
-        OpenEntries("entries");
-    }
-    void OnItemEnd(const Entry&, qint64, int, qint32) override { CloseEntries(); }
-    void OnListEnd(const Entry&) override { CloseEntries(); }
-    void OnDamage(qint64 offset, const QString& expected) override
-    {
-        Close();
-        damage = {offset, expected};
-    }
-
-public:
-    std::pair<qint64, QString> damage;
-
-private:
-    const RecordDescription& m_description;
-    JsonWriter& m_json;
-    int m_open = 0;
+    std::vector<Line> lines;
+    bool damaged = false;
+    qint64 damage = -1;
+    QString why;
 };
+
+// The payload of an unknown entry, as bytes.
+QByteArray Payload(const QByteArray& frame, const ReadEntry& entry, int most)
+{
+    return frame.mid(static_cast<int>(entry.position.offset + 8),
+                     static_cast<int>(qMin<qint64>(entry.length, most)));
+}
+
+QString EntryValue(const ReadEntry& entry)
+{
+    if (entry.member->kind == MemberKind::Integer)
+        return entry.text;
+    return entry.text.isNull() ? QStringLiteral("(null)")
+                               : QLatin1Char('"') + Printable(entry.text) + QLatin1Char('"');
+}
+
+void DumpText(const Entries& entries, const QByteArray& frame)
+{
+    const auto line = [](qint64 offset, int depth, const QString& text) {
+        Out() << QString::number(offset).rightJustified(8, QLatin1Char(' ')) << "  "
+              << QString(depth * 2, QLatin1Char(' ')) << text << '\n';
+    };
+    for (const Entries::Line& each : entries.lines) {
+        const ReadEntry& entry = each.entry;
+        const qint64 offset = entry.position.offset;
+        const int depth = Depth(each.path);
+        const QString head =
+            QStringLiteral("%1 %2, length %3")
+                .arg(TagText(entry.tag),
+                     entry.member ? entry.member->name : QStringLiteral("(unknown)"))
+                .arg(entry.length);
+        if (!entry.member && each.path.isEmpty() && offset == 0 && entry.tag != 0) {
+            line(0, 0,
+                 QStringLiteral("frame %1 %2, length %3")
+                     .arg(TagText(entry.tag), entry.record->name)
+                     .arg(entry.length));
+        } else if (!entry.member && entry.tag == 0) {
+            line(offset, depth - 1,
+                 QStringLiteral("item %1, length %2")
+                     .arg(each.path.last().item + 1)
+                     .arg(entry.length));
+        } else if (!entry.member) {
+            line(offset, depth,
+                 head + QStringLiteral(": ") + Payload(frame, entry, 32).toHex(' ') +
+                     (entry.length > 32 ? " ..." : ""));
+        } else if (entry.member->kind == MemberKind::RecordList) {
+            const int count = entry.text.toInt();
+            line(offset, depth,
+                 head + QStringLiteral(", %1 %2").arg(count).arg(count == 1 ? "item" : "items"));
+        } else if (entry.member->kind == MemberKind::Record) {
+            line(offset, depth, head);
+        } else {
+            line(offset, depth, head + QStringLiteral(": ") + EntryValue(entry));
+        }
+    }
+    if (entries.damaged)
+        Out() << "damaged at offset " << entries.damage << ": " << entries.why << '\n';
+}
+
+// The same as JSON: the frame and its entries, nested as the frame nests them.
+void DumpJson(const Entries& entries, const QByteArray& frame, JsonWriter& json)
+{
+    // The containers open below the frame's entries, each an object with an array: a list's
+    // items ("I3"), an item's or a nested record's entries ("E3.0", "E6.-1").
+    QStringList open;
+    const auto containers = [](const ReadPath& path) {
+        QStringList keys;
+        for (const ReadStep& step : path) {
+            if (step.item >= 0)
+                keys.append(QStringLiteral("I%1").arg(step.bit));
+            keys.append(QStringLiteral("E%1.%2").arg(step.bit).arg(step.item));
+        }
+        return keys;
+    };
+    const auto closeTo = [&](const QStringList& needed) {
+        int keep = 0;
+        while (keep < open.size() && keep < needed.size() && open.at(keep) == needed.at(keep))
+            ++keep;
+        while (open.size() > keep) {
+            json.EndArray();
+            json.EndObject();
+            open.removeLast();
+        }
+    };
+    const auto begin = [&json](qint64 offset) {
+        json.BeginObject();
+        json.Key(QStringLiteral("offset"));
+        json.Number(offset);
+    };
+    bool frameOpen = false;
+    for (const Entries::Line& each : entries.lines) {
+        const ReadEntry& entry = each.entry;
+        if (each.path.isEmpty() && !entry.member && entry.tag != 0 && !frameOpen &&
+            entry.position.offset == 0) {
+            frameOpen = true;
+            begin(0);
+            json.Key(QStringLiteral("tag"));
+            json.String(TagText(entry.tag));
+            json.Key(QStringLiteral("record"));
+            json.String(entry.record->name);
+            json.Key(QStringLiteral("length"));
+            json.Number(entry.length);
+            json.Key(QStringLiteral("entries"));
+            json.BeginArray();
+            continue;
+        }
+        if (!frameOpen)
+            continue;
+        if (!entry.member && entry.tag == 0 && !each.path.isEmpty()) {
+            // An item's start: inside its list's items.
+            QStringList needed = containers(each.path);
+            needed.removeLast();
+            closeTo(needed);
+            begin(entry.position.offset);
+            json.Key(QStringLiteral("length"));
+            json.Number(entry.length);
+            json.Key(QStringLiteral("entries"));
+            json.BeginArray();
+            open.append(containers(each.path).last());
+            continue;
+        }
+        closeTo(containers(each.path));
+        begin(entry.position.offset);
+        json.Key(QStringLiteral("tag"));
+        json.String(TagText(entry.tag));
+        json.Key(QStringLiteral("member"));
+        entry.member ? json.String(entry.member->name) : json.Null();
+        json.Key(QStringLiteral("length"));
+        json.Number(entry.length);
+        if (!entry.member) {
+            json.Key(QStringLiteral("bytes"));
+            json.String(QLatin1String("") +
+                        QString::fromLatin1(Payload(frame, entry, entry.length).toHex(' ')));
+            json.EndObject();
+        } else if (entry.member->kind == MemberKind::RecordList) {
+            json.Key(QStringLiteral("count"));
+            json.Number(entry.text.toLongLong());
+            json.Key(QStringLiteral("items"));
+            json.BeginArray();
+            open.append(QStringLiteral("I%1").arg(entry.member->bit));
+        } else if (entry.member->kind == MemberKind::Record) {
+            json.Key(QStringLiteral("entries"));
+            json.BeginArray();
+            open.append(QStringLiteral("E%1.-1").arg(entry.member->bit));
+        } else {
+            json.Key(QStringLiteral("value"));
+            if (entry.member->kind == MemberKind::Integer)
+                json.Number(entry.text.toLongLong());
+            else
+                json.String(entry.text);
+            json.EndObject();
+        }
+    }
+    closeTo(QStringList());
+    if (frameOpen) {
+        json.EndArray();
+        json.EndObject();
+    }
+}
 
 } // namespace
 
@@ -494,34 +494,41 @@ int RunDump(const Options& options)
         return UsageOrIo;
     }
     const RecordDescription* description = FindDescription(document->type);
-    if (document->frame.size() < 8 || !description || document->diagnostics.Count() > 0) {
-        // The frame cannot be walked: too short, not inflated, or of no known type.
+    const QByteArray frame = REPORTGENERATOR::IRGObject::PlainFrame(document->bytes);
+    Entries entries;
+    if (description && frame.size() >= 8) {
+        const std::unique_ptr<Record> record = NewRecord(*description);
+        record->SetLogger(nullptr);
+        ObserveReading observe(entries);
+        QByteArray bytes = document->bytes;
+        record->SetBinaryRepresentation(bytes);
+    }
+    if (entries.lines.empty()) {
+        // The frame cannot be listed: too short, not inflated, or of no known type.
         Analyse(*document);
         PrintDiagnostics(Err(), document->label, document->diagnostics);
         return Faults;
     }
     if (!options.json) {
-        TextDump dump(document->frame, *description);
-        return dump.Walk(*description) ? Success : Faults;
+        DumpText(entries, frame);
+        return entries.damaged ? Faults : Success;
     }
     JsonWriter json;
     json.BeginObject();
     json.Key(QStringLiteral("frame"));
-    JsonDump dump(document->frame, *description, json);
-    const bool whole = dump.Walk(*description);
-    dump.Close();
-    if (!whole) {
+    DumpJson(entries, frame, json);
+    if (entries.damaged) {
         json.Key(QStringLiteral("damage"));
         json.BeginObject();
         json.Key(QStringLiteral("offset"));
-        json.Number(dump.damage.first);
+        json.Number(entries.damage);
         json.Key(QStringLiteral("expected"));
-        json.String(dump.damage.second);
+        json.String(entries.why);
         json.EndObject();
     }
     json.EndObject();
     Out().Write(json.Finish());
-    return whole ? Success : Faults;
+    return entries.damaged ? Faults : Success;
 }
 
 // ---- diff ----------------------------------------------------------------------------
@@ -659,7 +666,7 @@ int RunMembers(const Options& options)
     bool first = true;
     for (const RecordDescription* description : records) {
         // The defaults a document takes: a new record's, where it has one to give.
-        const std::unique_ptr<Record> fresh = NewRecord(description->name);
+        const std::unique_ptr<Record> fresh = NewRecord(*description);
         fresh->SetLogger(nullptr);
         fresh->ResetToDefault();
         std::vector<QStringList> rows;

@@ -8,83 +8,44 @@
 
 using namespace KVT317XML;
 
-QString Site::Path() const
+QString PathText(const RecordDescription& root, const ReadPath& path)
 {
-    if (!parent)
-        return QString();
-    const QString own =
-        item >= 0
-            ? QStringLiteral("%1[%2]").arg(parent->description->members[bit].name).arg(item + 1)
-            : parent->description->members[bit].name;
-    const QString above = parent->Path();
-    return above.isEmpty() ? own : above + QLatin1Char('.') + own;
+    QString text;
+    const RecordDescription* description = &root;
+    for (const ReadStep& step : path) {
+        const MemberDescription& member = description->members[static_cast<std::size_t>(step.bit)];
+        const QString own = step.item >= 0
+                                ? QStringLiteral("%1[%2]").arg(member.name).arg(step.item + 1)
+                                : member.name;
+        text = text.isEmpty() ? own : text + QLatin1Char('.') + own;
+        description = member.nested();
+    }
+    return text;
 }
 
-QString Site::Label() const
+void Label(Diagnostic& diagnostic, const Record& root)
 {
-    QString label = Path();
-    // The Name belongs to the item, which may be an ancestor of this site.
-    for (const Site* site = this; site; site = site->parent) {
-        if (site->item >= 0 && !site->name.isNull()) {
-            label += QStringLiteral(" (\"%1\")").arg(site->name);
+    diagnostic.pathText = PathText(root.GetDescription(), diagnostic.path);
+    diagnostic.label = diagnostic.pathText;
+    // The Name belongs to the innermost item on the path.
+    const Record* record = &root;
+    QString name;
+    for (const ReadStep& step : diagnostic.path) {
+        record = step.item >= 0 ? (step.item < record->ListSize(step.bit)
+                                       ? record->ListItem(step.bit, step.item)
+                                       : nullptr)
+                                : record->Child(step.bit);
+        if (!record)
             break;
-        }
+        if (step.item < 0)
+            continue;
+        name.clear();
+        const MemberDescription* member = record->GetDescription().FindName(QStringLiteral("Name"));
+        if (member && record->IsMemberSet(member->bit))
+            name = record->MemberText(member->bit);
     }
-    return label;
-}
-
-Site& Site::Child(int childBit)
-{
-    if (children.size() <= static_cast<std::size_t>(childBit))
-        children.resize(static_cast<std::size_t>(childBit) + 1);
-    std::unique_ptr<Site>& child = children[static_cast<std::size_t>(childBit)];
-    if (!child) {
-        child = std::make_unique<Site>();
-        child->description = description->members[childBit].nested();
-        child->parent = this;
-        child->bit = childBit;
-        child->where = where;
-    }
-    return *child;
-}
-
-Site& Site::AddItem(int listBit)
-{
-    auto site = std::make_unique<Site>();
-    site->description = description->members[listBit].nested();
-    site->parent = this;
-    site->bit = listBit;
-    site->item = static_cast<int>(items.size());
-    items.push_back(std::move(site));
-    return *items.back();
-}
-
-void Site::Given(int memberBit, const Location& at)
-{
-    if (members.size() <= static_cast<std::size_t>(memberBit))
-        members.resize(description->members.size());
-    members[static_cast<std::size_t>(memberBit)] = at;
-}
-
-Location Site::MemberLocation(int memberBit) const
-{
-    if (memberBit >= 0 && static_cast<std::size_t>(memberBit) < members.size() &&
-        members[static_cast<std::size_t>(memberBit)].Known())
-        return members[static_cast<std::size_t>(memberBit)];
-    return where;
-}
-
-const Site* Site::FindRecord(const QString& objectName, bool lastItem) const
-{
-    if (description->name == objectName)
-        return this;
-    for (const std::unique_ptr<Site>& child : children)
-        if (child)
-            if (const Site* found = child->FindRecord(objectName, lastItem))
-                return found;
-    if (lastItem && !items.empty())
-        return items.back()->FindRecord(objectName, lastItem);
-    return nullptr;
+    if (!name.isNull())
+        diagnostic.label += QStringLiteral(" (\"%1\")").arg(name);
 }
 
 // ---- DiagnosticList ------------------------------------------------------------------
@@ -135,14 +96,12 @@ void DiagnosticList::Add(Diagnostic diagnostic, bool early)
         std::max_element(kind.kept.begin(), kind.kept.end(), Before) - kind.kept.begin());
 }
 
-void DiagnosticList::Add(const Location& where, Level level, const Site* site, int bit,
-                         const QString& message, Diagnostic::Origin origin)
+void DiagnosticList::Add(const Location& where, Level level, const QString& message,
+                         Diagnostic::Origin origin)
 {
     Diagnostic diagnostic;
     diagnostic.where = where;
     diagnostic.level = level;
-    diagnostic.site = site;
-    diagnostic.bit = bit;
     diagnostic.message = message;
     diagnostic.origin = origin;
     Add(std::move(diagnostic));
@@ -170,6 +129,16 @@ bool DiagnosticList::Any(Diagnostic::Origin origin) const
     return m_origins[static_cast<int>(origin)] > 0;
 }
 
+void DiagnosticList::ForEachKept(const std::function<void(Diagnostic&)>& visit)
+{
+    for (Kind& kind : m_kinds) {
+        for (Diagnostic& diagnostic : kind.kept)
+            visit(diagnostic);
+        kind.last = static_cast<std::size_t>(
+            std::max_element(kind.kept.begin(), kind.kept.end(), Before) - kind.kept.begin());
+    }
+}
+
 QString LevelName(Level level)
 {
     switch (level) {
@@ -187,7 +156,7 @@ namespace {
 
 QString Subject(const Diagnostic& diagnostic)
 {
-    const QString label = diagnostic.site ? diagnostic.site->Label() : QString();
+    const QString& label = diagnostic.label;
     return label.isEmpty() ? diagnostic.message : label + QStringLiteral(": ") + diagnostic.message;
 }
 
@@ -224,11 +193,10 @@ void WriteDiagnosticsJson(JsonWriter& json, const QString& label, const Diagnost
         json.Key(QStringLiteral("level"));
         json.String(LevelName(diagnostic.level));
         json.Key(QStringLiteral("path"));
-        const QString path = diagnostic.site ? diagnostic.site->Path() : QString();
-        json.String(path.isNull() ? QStringLiteral("") : path);
-        if (diagnostic.bit >= 0 && diagnostic.site) {
+        json.String(diagnostic.pathText.isNull() ? QStringLiteral("") : diagnostic.pathText);
+        if (diagnostic.bit >= 0 && diagnostic.record) {
             json.Key(QStringLiteral("member"));
-            json.String(diagnostic.site->description->members[diagnostic.bit].name);
+            json.String(diagnostic.record->members[static_cast<std::size_t>(diagnostic.bit)].name);
         }
         json.Key(QStringLiteral("message"));
         json.String(diagnostic.message);

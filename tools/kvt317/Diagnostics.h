@@ -1,5 +1,7 @@
 #pragma once
 
+#include <ReadObserver.h>
+#include <Record.h>
 #include <RecordDescription.h>
 
 #include <QHash>
@@ -22,35 +24,6 @@ struct Location {
     static Location Binary(qint64 offset) { return {offset, 1, static_cast<int>(offset + 1)}; }
 };
 
-// One record as it stands in an input: where it is and where each of its members was
-// given. Sites form the same tree as the records.
-struct Site {
-    const KVT317XML::RecordDescription* description = nullptr;
-    const Site* parent = nullptr;
-    int bit = -1;  // the parent's member that holds this record
-    int item = -1; // position in the parent's list, from 0; -1 for a record member
-    Location where;
-    QString name; // its Name where given
-    std::vector<Location> members;
-    std::vector<std::unique_ptr<Site>> children; // by bit, for record members
-    std::vector<std::unique_ptr<Site>> items;    // the items of its list
-
-    // "KVT317SettingsDetail[2].FrequencyRange"; empty for the document's root.
-    QString Path() const;
-    // The path, with the item's Name where one was given:
-    // KVT317SettingsDetail[2].FrequencyRange ("Marine VHF").
-    QString Label() const;
-    // The site of a record member, made on first use.
-    Site& Child(int bit);
-    Site& AddItem(int bit);
-    void Given(int bit, const Location& where);
-    // Where the member was last given, or where the record is.
-    Location MemberLocation(int bit) const;
-    // This record or one of its record members (at any depth) with that object name; with
-    // `lastItem`, the last item of its list is searched too.
-    const Site* FindRecord(const QString& objectName, bool lastItem = false) const;
-};
-
 // A note is not a fault: it says what writing leaves behind that is not part of the settings.
 enum class Level { Error, Warning, Note };
 
@@ -64,12 +37,25 @@ struct Diagnostic {
 
     Location where;
     Level level = Level::Error;
-    const Site* site = nullptr; // the record it belongs to; null for the document
-    int bit = -1;               // the member it is about, -1 for the whole record
+    // The record it belongs to, by its path from the document's root; null for the document.
+    const KVT317XML::RecordDescription* record = nullptr;
+    KVT317XML::ReadPath path;
+    int bit = -1; // the member it is about, -1 for the whole record
     QString message;
     Origin origin = Origin::Input;
     qint64 sequence = 0;
+    QString key; // JSON: an unknown key of the record, where it stands
+    // Once labelled (Label()): the record's path, "KVT317SettingsDetail[2].FrequencyRange"
+    // (empty for the document's root), and the same with its item's Name.
+    QString pathText;
+    QString label;
 };
+
+// Fills a diagnostic's path text and label from the record the document was read into.
+void Label(Diagnostic& diagnostic, const KVT317XML::Record& root);
+
+// "KVT317SettingsDetail[2].FrequencyRange" for a path from a record of that type.
+QString PathText(const KVT317XML::RecordDescription& root, const KVT317XML::ReadPath& path);
 
 // The diagnostics of one input. Identical diagnostics (same level and message) beyond a
 // number are counted rather than kept, so that a document with a million faulty items
@@ -82,7 +68,7 @@ public:
 
     // `early` puts a diagnostic without a position before those already added.
     void Add(Diagnostic diagnostic, bool early = false);
-    void Add(const Location& where, Level level, const Site* site, int bit, const QString& message,
+    void Add(const Location& where, Level level, const QString& message,
              Diagnostic::Origin origin = Diagnostic::Origin::Input);
 
     struct Entry {
@@ -97,6 +83,9 @@ public:
     qint64 Warnings() const { return m_warnings; }
     // Whether any diagnostic of these origins was added.
     bool Any(Diagnostic::Origin origin) const;
+
+    // Calls `visit` with each kept diagnostic, which it may change (its place, its label).
+    void ForEachKept(const std::function<void(Diagnostic&)>& visit);
 
 private:
     struct Kind {

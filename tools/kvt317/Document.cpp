@@ -1,6 +1,7 @@
 #include "Document.h"
+#include "Analysis.h"
+#include "JsonForm.h"
 #include "Output.h"
-#include "Tree.h"
 #include "Values.h"
 
 #include <BearingSettings.h>
@@ -11,7 +12,6 @@
 #include <QFile>
 #include <QFileInfo>
 #include <QRegularExpression>
-#include <QXmlStreamReader>
 #include <QtEndian>
 
 #if QT_VERSION >= QT_VERSION_CHECK(6, 0, 0)
@@ -79,63 +79,9 @@ bool FormFromFileName(const QString& path, Form& form)
     return false;
 }
 
-// ---- ReportTally ---------------------------------------------------------------------
-
-namespace {
-
-QPair<int, QString> TallyKey(LogLevel level, const QString& message)
-{
-    return qMakePair(static_cast<int>(level), message);
-}
-
-} // namespace
-
-void ReportTally::Add(LogLevel level, const QString& message)
-{
-    const QPair<int, QString> key = TallyKey(level, message);
-    const auto found = m_index.constFind(key);
-    if (found != m_index.constEnd()) {
-        ++m_reports[static_cast<std::size_t>(found.value())].count;
-        return;
-    }
-    m_index.insert(key, static_cast<int>(m_reports.size()));
-    m_reports.push_back({level, message, 1});
-}
-
-bool ReportTally::Take(LogLevel level, const QString& message)
-{
-    const auto found = m_index.constFind(TallyKey(level, message));
-    if (found == m_index.constEnd())
-        return false;
-    Report& report = m_reports[static_cast<std::size_t>(found.value())];
-    if (report.count == 0)
-        return false;
-    --report.count;
-    return true;
-}
-
-bool ReportTally::HasErrors() const
-{
-    return std::any_of(m_reports.begin(), m_reports.end(), [](const Report& report) {
-        return report.level == LogLevel::Error && report.count > 0;
-    });
-}
-
-std::shared_ptr<REPORTGENERATOR::Logger> ReportTally::Logger()
-{
-    return std::make_shared<REPORTGENERATOR::Logger>(
-        [this](LogLevel level, const QString& message) { Add(level, message); });
-}
-
-Level ToLevel(LogLevel level)
-{
-    return level == LogLevel::Error ? Level::Error : Level::Warning;
-}
-
 // ---- LineIndex -----------------------------------------------------------------------
 
 LineIndex::LineIndex(const QString& text)
-    : m_size(text.size())
 {
     m_starts.push_back(0);
     for (int i = 0; i < text.size(); ++i)
@@ -153,28 +99,7 @@ Location LineIndex::At(qint64 offset) const
             static_cast<int>(offset - m_starts[static_cast<std::size_t>(line - 1)] + 1)};
 }
 
-qint64 LineIndex::Offset(int line, int column) const
-{
-    if (m_starts.empty() || line < 1)
-        return 0;
-    const std::size_t index = std::min(static_cast<std::size_t>(line), m_starts.size()) - 1;
-    return std::min(m_size, m_starts[index] + std::max(0, column - 1));
-}
-
 // ---- Records -------------------------------------------------------------------------
-
-std::unique_ptr<Record> NewRecord(const QString& type)
-{
-    if (type == QLatin1String("KVT317_Settings"))
-        return std::make_unique<KVT317_Settings>();
-    if (type == QLatin1String("BearingSettings"))
-        return std::make_unique<BearingSettings>();
-    if (type == QLatin1String("KVT317SettingsDetail"))
-        return std::make_unique<KVT317SettingsDetail>();
-    if (type == QLatin1String("FrequencyRange"))
-        return std::make_unique<FrequencyRange>();
-    return nullptr;
-}
 
 const RecordDescription* FindDescription(const QString& type)
 {
@@ -277,7 +202,7 @@ bool DecodeXml(Document& document)
         lower == QLatin1String("us-ascii") || lower == QLatin1String("ascii")) {
         const int bad = InvalidUtf8(bytes);
         if (bad >= 0)
-            document.diagnostics.Add(Utf8Location(bytes, bad), Level::Error, nullptr, -1,
+            document.diagnostics.Add(Utf8Location(bytes, bad), Level::Error,
                                      QStringLiteral("the text is not valid UTF-8 (byte %1; "
                                                     "read as U+FFFD)")
                                          .arg(HexByte(bytes.at(bad))));
@@ -301,85 +226,77 @@ bool DecodeXml(Document& document)
     }
 #endif
     document.diagnostics.Add(
-        {0, 1, 1}, Level::Error, nullptr, -1,
+        {0, 1, 1}, Level::Error,
         QStringLiteral("the text cannot be read in its encoding '%1'").arg(encoding));
     return false;
 }
 
-// The name of the first element of an XML text, or a null text.
-QString RootElement(const QString& text)
+// Loads the document into a new record of its type, every finding of the load collected.
+template <class Load> void LoadRecord(Document& document, const RecordDescription& type, Load load)
 {
-    QXmlStreamReader reader(text);
-    while (!reader.atEnd()) {
-        reader.readNext();
-        if (reader.isStartElement())
-            return reader.name().toString();
-        if (reader.tokenType() == QXmlStreamReader::DTD)
-            break;
+    document.type = type.name;
+    document.record = NewRecord(type);
+    document.record->SetLogger(nullptr); // every report is a finding
+    Collector collector(document.diagnostics, &document.notes, &document.fault);
+    collector.HoldReports();
+    {
+        ObserveReading observe(collector);
+        document.loaded = load(*document.record);
     }
-    return QString();
+    collector.ReleaseReports(document.loaded);
 }
 
 void LoadXml(Document& document)
 {
     if (!DecodeXml(document))
         return;
-    document.type = RootElement(document.text);
     // An unknown or missing root is left to the library to report, against the main
     // document type.
-    if (!NewRecord(document.type))
-        document.type = QStringLiteral("KVT317_Settings");
-    document.record = NewRecord(document.type);
-    document.record->SetLogger(document.reports.Logger());
-    document.loaded = document.record->SetXmlString(document.text, true);
+    const RecordDescription* type = XmlDocumentType(document.text);
+    LoadRecord(document, type ? *type : KVT317_Settings::Description(),
+               [&document](Record& record) { return record.SetXmlString(document.text, true); });
 }
 
 void LoadJson(Document& document)
 {
     document.text = QString::fromUtf8(document.bytes);
-    JsonRead read = ReadJsonDocument(document.bytes);
-    if (!read.node) {
+    JsonRead read = ReadJsonDocument(document.bytes, document.diagnostics);
+    if (!read.record) {
         document.fault = Utf8Location(document.bytes, read.faultOffset);
-        document.diagnostics.Add(document.fault, Level::Error, nullptr, -1, read.fault);
+        document.diagnostics.Add(document.fault, Level::Error, read.fault);
         return;
     }
-    document.type = read.node->description->name;
-    document.jsonFindings = std::move(read.findings);
-    document.frame = EncodeDocument(*read.node);
-    document.record = NewRecord(document.type);
-    document.record->SetLogger(document.reports.Logger());
-    document.loaded = document.record->SetBinaryRepresentation(document.frame);
+    document.type = read.record->GetDescription().name;
+    document.record = std::move(read.record);
+    document.loaded = true;
 }
 
 void LoadBinary(Document& document)
 {
     QString fault;
-    document.frame = REPORTGENERATOR::IRGObject::PlainFrame(document.bytes, &fault);
-    // A frame too short for its head, or compressed data that does not inflate: the
-    // library says why, whatever the record type.
-    document.type = QStringLiteral("KVT317_Settings");
-    if (document.frame.size() >= 8) {
-        const quint32 tag = qFromBigEndian<quint32>(document.frame.constData());
-        document.type.clear();
+    const QByteArray frame = REPORTGENERATOR::IRGObject::PlainFrame(document.bytes, &fault);
+    const RecordDescription* type = BinaryDocumentType(document.bytes);
+    // A frame too short for its tag, or compressed data that does not inflate: the library
+    // says why, whatever the record type.
+    if (!type && frame.size() >= 4) {
+        QStringList known;
         for (const RecordDescription* description : AllRecordDescriptions())
-            if (static_cast<quint32>(description->id) == tag)
-                document.type = description->name;
-        if (document.type.isEmpty()) {
-            QStringList known;
-            for (const RecordDescription* description : AllRecordDescriptions())
-                known.append(QStringLiteral("%1 %2").arg(
-                    description->name, Hex32(static_cast<quint32>(description->id))));
-            document.fault = Location::Binary(0);
-            document.diagnostics.Add(document.fault, Level::Error, nullptr, -1,
-                                     QStringLiteral("the frame's tag %1 is no record type; "
-                                                    "known are %2")
-                                         .arg(Hex32(tag), known.join(QStringLiteral(", "))));
-            return;
-        }
+            known.append(QStringLiteral("%1 %2").arg(description->name,
+                                                     Hex32(static_cast<quint32>(description->id))));
+        document.type = QStringLiteral("KVT317_Settings");
+        document.fault = Location::Binary(0);
+        document.diagnostics.Add(
+            document.fault, Level::Error,
+            QStringLiteral("the frame's tag %1 is no record type; known are %2")
+                .arg(Hex32(qFromBigEndian<quint32>(frame.constData())),
+                     known.join(QStringLiteral(", "))));
+        return;
     }
-    document.record = NewRecord(document.type);
-    document.record->SetLogger(document.reports.Logger());
-    document.loaded = document.record->SetBinaryRepresentation(document.bytes);
+    LoadRecord(document, type ? *type : KVT317_Settings::Description(),
+               [&document](Record& record) {
+                   QByteArray bytes = document.bytes;
+                   return record.SetBinaryRepresentation(bytes);
+               });
 }
 
 } // namespace
@@ -394,7 +311,7 @@ std::unique_ptr<Document> LoadDocument(const QString& path)
     document->readable = true;
     if (IsEmpty(document->bytes)) {
         document->fault = {0, 1, 1};
-        document->diagnostics.Add(document->fault, Level::Error, nullptr, -1,
+        document->diagnostics.Add(document->fault, Level::Error,
                                   QStringLiteral("the input is empty; expected a settings "
                                                  "document in XML, JSON or binary form"));
         return document;

@@ -1,10 +1,15 @@
 #include "Analysis.h"
 #include "Commands.h"
 #include "Json.h"
+#include "JsonForm.h"
 #include "Paths.h"
-#include "Tree.h"
 #include "Values.h"
 #include "Writing.h"
+
+#include <BearingSettings.h>
+#include <FrequencyRange.h>
+#include <KVT317_Settings.h>
+#include <ReadObserver.h>
 
 using namespace KVT317XML;
 
@@ -27,31 +32,47 @@ int Fail(const QString& message, int status = UsageOrIo)
     return status;
 }
 
-// Checks a value given on the command line against the member's kind. Returns an error,
-// or empty with the text to store; a value that would be rounded on writing gives a
-// warning.
-QString CheckValue(const MemberDescription& member, const QString& value, Form form, QString& text,
-                   QString& warning)
+// What the library makes of a value given on the command line: what it says while a new
+// record of the member's record type takes the text.
+FindingKind Trial(const RecordDescription& record, const MemberDescription& member,
+                  const QString& value, QString& message)
 {
-    text = value;
+    ReadFindings findings;
+    const std::unique_ptr<Record> scratch = NewRecord(record);
+    scratch->SetLogger(nullptr);
+    {
+        ObserveReading observe(findings);
+        scratch->SetMemberText(member.bit, value);
+    }
+    for (const ReadFinding& finding : findings.Findings()) {
+        if (finding.kind != FindingKind::Report) {
+            message = finding.message;
+            return finding.kind;
+        }
+    }
+    return FindingKind::Report;
+}
+
+// Checks a value given on the command line against the member's kind, as the library reads
+// it. Returns an error, or empty; a value that would be rounded on writing gives a warning.
+QString CheckValue(const RecordDescription& record, const MemberDescription& member,
+                   const QString& value, Form form, QString& warning)
+{
+    QString said;
     switch (member.kind) {
-    case MemberKind::Integer: {
-        bool ok = false;
-        const int number = value.toInt(&ok, 10);
-        if (!ok)
+    case MemberKind::Integer:
+        if (Trial(record, member, value, said) != FindingKind::Report)
             return QStringLiteral("%1: '%2' is not a whole number of 32 bits")
                 .arg(member.name, value);
-        text = QString::number(number);
         return QString();
-    }
     case MemberKind::Float:
     case MemberKind::Double: {
-        const ValueFinding finding = CheckMemberText(member, value);
-        if (finding.kind == ValueFinding::Kind::Lost)
+        const FindingKind kind = Trial(record, member, value, said);
+        if (kind == FindingKind::ExtraDecimals)
+            warning = said;
+        else if (kind != FindingKind::Report)
             return QStringLiteral("%1: '%2' is not a number the member can hold")
                 .arg(member.name, value);
-        if (finding.kind == ValueFinding::Kind::Rounded)
-            warning = finding.message;
         return QString();
     }
     case MemberKind::Enumeration:
@@ -60,16 +81,16 @@ QString CheckValue(const MemberDescription& member, const QString& value, Form f
                 .arg(member.name, value, AllowedNames(member));
         return QString();
     case MemberKind::DateTime:
-        if (CheckMemberText(member, value).kind != ValueFinding::Kind::None)
+        if (Trial(record, member, value, said) != FindingKind::Report)
             return QStringLiteral("%1: '%2' is not a date-time of the form "
                                   "yyyy-MM-ddThh:mm:ss,zzzZ")
                 .arg(member.name, value);
         return QString();
     case MemberKind::Text: {
-        const int forbidden = form == Form::Xml ? XmlForbiddenCharacter(value) : -1;
-        if (forbidden >= 0)
+        uint code = 0;
+        if (form == Form::Xml && REPORTGENERATOR::XmlText::FirstUnwritable(value, &code) >= 0)
             return QStringLiteral("%1: the value holds %2, which XML cannot carry")
-                .arg(member.name, CharacterCode(forbidden));
+                .arg(member.name, REPORTGENERATOR::XmlText::CodeName(code));
         return QString();
     }
     case MemberKind::Record:
@@ -80,6 +101,18 @@ QString CheckValue(const MemberDescription& member, const QString& value, Form f
     return QString();
 }
 
+// A copy of a record, to edit while the document's record stays as it was read.
+std::unique_ptr<Record> Copy(const Record& record)
+{
+    if (const auto* settings = dynamic_cast<const KVT317_Settings*>(&record))
+        return std::make_unique<KVT317_Settings>(*settings);
+    if (const auto* detail = dynamic_cast<const KVT317SettingsDetail*>(&record))
+        return std::make_unique<KVT317SettingsDetail>(*detail);
+    if (const auto* bearing = dynamic_cast<const BearingSettings*>(&record))
+        return std::make_unique<BearingSettings>(*bearing);
+    return std::make_unique<FrequencyRange>(static_cast<const FrequencyRange&>(record));
+}
+
 QString Join(const QString& path, const QString& name)
 {
     if (name.isEmpty())
@@ -88,7 +121,7 @@ QString Join(const QString& path, const QString& name)
 }
 
 // Sets the member a path selects, below `base` (whose own path is `basePath`).
-QString Assign(Node& base, const QString& basePath, const QString& path, const QString& value,
+QString Assign(Record& base, const QString& basePath, const QString& path, const QString& value,
                Form form, Touched& touched, DiagnosticList& findings)
 {
     Target target;
@@ -97,18 +130,18 @@ QString Assign(Node& base, const QString& basePath, const QString& path, const Q
         return error;
     if (target.item >= 0)
         return QStringLiteral("%1 is a list item; set its members").arg(target.path);
-    QString text;
     QString warning;
-    const QString valueError = CheckValue(target.Member(), value, form, text, warning);
+    const QString valueError =
+        CheckValue(target.record->GetDescription(), target.Member(), value, form, warning);
     if (!valueError.isEmpty())
         return Join(basePath, target.recordPath).isEmpty()
                    ? valueError
                    : Join(basePath, target.recordPath) + QStringLiteral(": ") + valueError;
     const QString recordPath = Join(basePath, target.recordPath);
     if (!warning.isEmpty())
-        findings.Add(Location(), Level::Warning, nullptr, -1,
+        findings.Add(Location(), Level::Warning,
                      recordPath.isEmpty() ? warning : recordPath + QStringLiteral(": ") + warning);
-    target.record->Set(target.bit).text = text;
+    target.record->SetMemberText(target.bit, value);
     touched.emplace_back(recordPath, target.bit);
     for (const auto& [createdPath, bit] : target.created)
         touched.emplace_back(Join(basePath, createdPath), bit);
@@ -118,7 +151,7 @@ QString Assign(Node& base, const QString& basePath, const QString& path, const Q
 // The text a member takes when it is reset: a new record's default, where it has one.
 bool DefaultText(const RecordDescription& description, int bit, QString& text)
 {
-    const std::unique_ptr<Record> fresh = NewRecord(description.name);
+    const std::unique_ptr<Record> fresh = NewRecord(description);
     fresh->SetLogger(nullptr);
     fresh->ResetToDefault();
     if (!fresh->IsMemberSet(bit))
@@ -149,11 +182,9 @@ WriteRequest Request(const Document& document, const Options& options)
 
 // Writes a document whose members a command set or reset: nothing else may change, and
 // the input's findings about those members no longer count.
-int WriteEdited(const Document& document, const Node& root, const Options& options,
+int WriteEdited(const Document& document, const Record& record, const Options& options,
                 const Touched& touched, const DiagnosticList* findings)
 {
-    ReportTally reports;
-    const std::unique_ptr<Record> record = RecordFromNode(root, reports);
     WriteRequest request = Request(document, options);
     request.findings = findings;
     request.before = document.record.get();
@@ -161,17 +192,15 @@ int WriteEdited(const Document& document, const Node& root, const Options& optio
         return IsTouched(touched, path, bit);
     };
     request.superseded = [&touched](const Diagnostic& diagnostic) {
-        return diagnostic.site && IsTouched(touched, diagnostic.site->Path(), diagnostic.bit);
+        return diagnostic.record && IsTouched(touched, diagnostic.pathText, diagnostic.bit);
     };
-    return WriteChecked(document, *record, request);
+    return WriteChecked(document, record, request);
 }
 
-void WriteJson(const Node& node)
+void WriteJson(const Record& record)
 {
-    ReportTally reports;
-    const std::unique_ptr<Record> record = RecordFromNode(node, reports);
     JsonWriter json;
-    WriteRecordJson(json, *record);
+    WriteRecordJson(json, record);
     Out().Write(json.Finish());
 }
 
@@ -182,35 +211,34 @@ int RunGet(const Options& options)
     const std::unique_ptr<Document> document = LoadDocument(options.arguments.at(0));
     if (const int status = Unusable(*document))
         return status;
-    Node root = NodeFromRecord(*document->record);
     Target target;
     bool notSet = false;
-    const QString error = Resolve(root, options.arguments.at(1), false, target, &notSet);
+    const QString error =
+        Resolve(*document->record, options.arguments.at(1), false, target, &notSet);
     if (!error.isEmpty())
         return Fail(document->label + QStringLiteral(": ") + error, notSet ? Faults : UsageOrIo);
     const MemberDescription& member = target.Member();
-    const Node::Member* value = target.record->Find(target.bit);
+    const Record& record = *target.record;
+    const bool set = record.IsMemberSet(target.bit);
     if (member.kind == MemberKind::RecordList) {
         if (target.item >= 0) {
-            WriteJson(value->items[static_cast<std::size_t>(target.item)]);
+            WriteJson(*record.ListItem(target.bit, target.item));
             return Success;
         }
         JsonWriter json;
         json.BeginArray();
-        for (std::size_t i = 0; value && i < value->items.size(); ++i) {
-            ReportTally reports;
-            WriteRecordJson(json, *RecordFromNode(value->items[i], reports));
-        }
+        for (int i = 0; set && i < record.ListSize(target.bit); ++i)
+            WriteRecordJson(json, *record.ListItem(target.bit, i));
         json.EndArray();
         Out().Write(json.Finish());
         return Success;
     }
-    if (!value)
+    if (!set)
         return Fail(QStringLiteral("%1: %2 is not set").arg(document->label, target.path), Faults);
     if (member.kind == MemberKind::Record)
-        WriteJson(*value->child);
+        WriteJson(*record.Child(target.bit));
     else
-        Out() << value->text << '\n';
+        Out() << record.MemberText(target.bit) << '\n';
     return Success;
 }
 
@@ -223,17 +251,17 @@ int RunSet(const Options& options)
     const std::unique_ptr<Document> document = Editable(options.arguments.at(0), status);
     if (!document)
         return status;
-    Node root = NodeFromRecord(*document->record);
+    const std::unique_ptr<Record> edited = Copy(*document->record);
     Touched touched;
     DiagnosticList findings;
     for (int i = 1; i + 1 < options.arguments.size(); i += 2) {
         const QString error =
-            Assign(root, QString(), options.arguments.at(i), options.arguments.at(i + 1),
+            Assign(*edited, QString(), options.arguments.at(i), options.arguments.at(i + 1),
                    document->form, touched, findings);
         if (!error.isEmpty())
             return Fail(document->label + QStringLiteral(": ") + error);
     }
-    return WriteEdited(*document, root, options, touched, &findings);
+    return WriteEdited(*document, *edited, options, touched, &findings);
 }
 
 int RunUnset(const Options& options)
@@ -242,12 +270,12 @@ int RunUnset(const Options& options)
     const std::unique_ptr<Document> document = Editable(options.arguments.at(0), status);
     if (!document)
         return status;
-    Node root = NodeFromRecord(*document->record);
+    const std::unique_ptr<Record> edited = Copy(*document->record);
     Touched touched;
     for (int i = 1; i < options.arguments.size(); ++i) {
         Target target;
         bool notSet = false;
-        const QString error = Resolve(root, options.arguments.at(i), false, target, &notSet);
+        const QString error = Resolve(*edited, options.arguments.at(i), false, target, &notSet);
         if (notSet)
             continue; // inside a record that is not set: nothing to reset
         if (!error.isEmpty())
@@ -259,19 +287,19 @@ int RunUnset(const Options& options)
         // XML and binary carry such a member always: reset, it carries its default.
         if (member.AlwaysWritten() && document->form != Form::Json) {
             QString text;
-            if (!DefaultText(*target.record->description, target.bit, text))
+            if (!DefaultText(target.record->GetDescription(), target.bit, text))
                 return Fail(QStringLiteral("%1: %2 is always written and has no default; it "
                                            "cannot be unset")
                                 .arg(document->label, target.path));
-            target.record->Set(target.bit).text = text;
+            target.record->SetMemberText(target.bit, text);
             Err() << "kvt317: " << document->label << ": " << target.path
                   << " is always written; reset to its default " << text << '\n';
         } else {
-            target.record->Unset(target.bit);
+            target.record->ResetMember(target.bit);
         }
         touched.emplace_back(target.recordPath, target.bit);
     }
-    return WriteEdited(*document, root, options, touched, nullptr);
+    return WriteEdited(*document, *edited, options, touched, nullptr);
 }
 
 namespace {
@@ -300,26 +328,24 @@ int RunAdd(const Options& options)
         return Fail(QStringLiteral("%1: a %2 document holds no list; add works on "
                                    "KVT317_Settings documents")
                         .arg(document->label, document->type));
-    Node root = NodeFromRecord(*document->record);
-    Node::Member& items = root.Set(list->bit);
-    const int position = static_cast<int>(items.items.size()) + 1;
-    Node item = NodeFromRecord(*StartingDetail(position));
+    const std::unique_ptr<Record> edited = Copy(*document->record);
+    const int position = edited->ListSize(list->bit) + 1;
+    const std::unique_ptr<Record> item = StartingDetail(position);
+    item->SetLogger(nullptr);
     const QString itemPath = QStringLiteral("%1[%2]").arg(list->name).arg(position);
     Touched touched;
     DiagnosticList findings;
     for (int i = 1; i + 1 < options.arguments.size(); i += 2) {
         const QString error =
-            Assign(item, itemPath, options.arguments.at(i), options.arguments.at(i + 1),
+            Assign(*item, itemPath, options.arguments.at(i), options.arguments.at(i + 1),
                    document->form, touched, findings);
         if (!error.isEmpty())
             return Fail(document->label + QStringLiteral(": ") + error);
     }
-    items.items.push_back(std::move(item));
-    ReportTally reports;
-    const std::unique_ptr<Record> record = RecordFromNode(root, reports);
+    edited->AppendListItem(list->bit, *item);
     WriteRequest request = Request(*document, options);
     request.findings = &findings;
-    return WriteChecked(*document, *record, request);
+    return WriteChecked(*document, *edited, request);
 }
 
 int RunRemove(const Options& options)
@@ -328,26 +354,23 @@ int RunRemove(const Options& options)
     const std::unique_ptr<Document> document = Editable(options.arguments.at(0), status);
     if (!document)
         return status;
-    Node root = NodeFromRecord(*document->record);
+    const std::unique_ptr<Record> edited = Copy(*document->record);
     Target target;
-    const QString error = Resolve(root, options.arguments.at(1), false, target);
+    const QString error = Resolve(*edited, options.arguments.at(1), false, target);
     if (!error.isEmpty())
         return Fail(document->label + QStringLiteral(": ") + error);
     if (target.item < 0)
         return Fail(QStringLiteral("%1: %2 is no list item; select one with [N] or [Name=...]")
                         .arg(document->label, target.path));
-    std::vector<Node>& items = target.record->Find(target.bit)->items;
-    items.erase(items.begin() + target.item);
+    target.record->RemoveListItem(target.bit, target.item);
     const QString removed = target.path;
-    ReportTally reports;
-    const std::unique_ptr<Record> record = RecordFromNode(root, reports);
     WriteRequest request = Request(*document, options);
     request.locatable = false;
     request.superseded = [&removed](const Diagnostic& diagnostic) {
-        if (!diagnostic.site)
+        if (!diagnostic.record)
             return false;
-        const QString path = diagnostic.site->Path();
+        const QString& path = diagnostic.pathText;
         return path == removed || path.startsWith(removed + QLatin1Char('.'));
     };
-    return WriteChecked(*document, *record, request);
+    return WriteChecked(*document, *edited, request);
 }

@@ -5,7 +5,7 @@ using namespace KVT317XML;
 
 const MemberDescription& Target::Member() const
 {
-    return record->description->members[bit];
+    return record->GetDescription().members[static_cast<std::size_t>(bit)];
 }
 
 namespace {
@@ -72,10 +72,10 @@ QString Join(const QString& path, const QString& name)
 }
 
 // The position of the item a segment selects, or an error.
-QString SelectItem(const Node::Member* list, const Segment& segment, const QString& where,
+QString SelectItem(const Record& record, int bit, const Segment& segment, const QString& where,
                    int& index)
 {
-    const int size = list ? static_cast<int>(list->items.size()) : 0;
+    const int size = record.IsMemberSet(bit) ? record.ListSize(bit) : 0;
     if (!segment.byName) {
         if (segment.position > size)
             return QStringLiteral("%1[%2]: the list holds %3 item%4")
@@ -88,10 +88,9 @@ QString SelectItem(const Node::Member* list, const Segment& segment, const QStri
     }
     std::vector<int> matches;
     for (int i = 0; i < size; ++i) {
-        const Node& item = list->items[static_cast<std::size_t>(i)];
-        const MemberDescription* name = item.description->FindName(QStringLiteral("Name"));
-        const Node::Member* value = name ? item.Find(name->bit) : nullptr;
-        if (value && value->text == segment.itemName)
+        const Record& item = *record.ListItem(bit, i);
+        const MemberDescription* name = item.GetDescription().FindName(QStringLiteral("Name"));
+        if (name && item.IsMemberSet(name->bit) && item.MemberText(name->bit) == segment.itemName)
             matches.push_back(i);
     }
     if (matches.empty())
@@ -108,7 +107,7 @@ QString SelectItem(const Node::Member* list, const Segment& segment, const QStri
 
 } // namespace
 
-QString Resolve(Node& root, const QString& path, bool create, Target& target, bool* notSet)
+QString Resolve(Record& root, const QString& path, bool create, Target& target, bool* notSet)
 {
     if (notSet)
         *notSet = false;
@@ -117,19 +116,20 @@ QString Resolve(Node& root, const QString& path, bool create, Target& target, bo
     const QString error = Parse(path, segments);
     if (!error.isEmpty())
         return error;
-    Node* record = &root;
+    Record* record = &root;
     QString recordPath;
     for (std::size_t s = 0; s < segments.size(); ++s) {
         const Segment& segment = segments[s];
         const bool last = s + 1 == segments.size();
-        const MemberDescription* member = record->description->FindName(segment.name);
+        const RecordDescription& description = record->GetDescription();
+        const MemberDescription* member = description.FindName(segment.name);
         if (!member) {
             QStringList names;
-            for (const MemberDescription& candidate : record->description->members)
+            for (const MemberDescription& candidate : description.members)
                 names.append(candidate.name);
             const QString suggestion = Suggestion(segment.name, names);
             return QStringLiteral("%1 has no member '%2'%3")
-                .arg(recordPath.isEmpty() ? record->description->name : recordPath, segment.name,
+                .arg(recordPath.isEmpty() ? description.name : recordPath, segment.name,
                      suggestion.isNull() ? QString()
                                          : QStringLiteral("; did you mean '%1'?").arg(suggestion));
         }
@@ -139,7 +139,7 @@ QString Resolve(Node& root, const QString& path, bool create, Target& target, bo
         if (member->kind == MemberKind::RecordList && segment.selected) {
             int index = 0;
             const QString selectError =
-                SelectItem(record->Find(member->bit), segment, memberPath, index);
+                SelectItem(*record, member->bit, segment, memberPath, index);
             if (!selectError.isEmpty())
                 return selectError;
             const QString itemPath = QStringLiteral("%1[%2]").arg(memberPath).arg(index + 1);
@@ -147,7 +147,7 @@ QString Resolve(Node& root, const QString& path, bool create, Target& target, bo
                 target = {record, member->bit, index, recordPath, itemPath, created};
                 return QString();
             }
-            record = &record->Find(member->bit)->items[static_cast<std::size_t>(index)];
+            record = record->MutableListItem(member->bit, index);
             recordPath = itemPath;
             continue;
         }
@@ -161,19 +161,16 @@ QString Resolve(Node& root, const QString& path, bool create, Target& target, bo
         if (member->kind != MemberKind::Record)
             return QStringLiteral("%1 is a %2; nothing follows it in a path")
                 .arg(memberPath, KindName(*member));
-        Node::Member* child = record->Find(member->bit);
-        if (!child) {
+        if (!record->IsMemberSet(member->bit)) {
             if (!create) {
                 if (notSet)
                     *notSet = true;
                 return QStringLiteral("%1 is not set").arg(memberPath);
             }
-            child = &record->Set(member->bit);
             created.emplace_back(recordPath, member->bit);
         }
-        if (!child->child)
-            child->child = std::make_unique<Node>(*member->nested());
-        record = child->child.get();
+        // Set already, or made set: editing in place marks nothing that was not.
+        record = record->MutableChild(member->bit);
         recordPath = memberPath;
     }
     return QString();

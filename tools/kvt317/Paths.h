@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Tree.h"
+#include <Record.h>
 
 #include <QString>
 
@@ -14,20 +14,19 @@
 // Segments are member names separated by '.'; a list member takes [N] or [Name=TEXT],
 // where TEXT runs to the ']' that ends the segment.
 struct Target {
-    Node* record = nullptr; // the record that holds the member
-    int bit = -1;           // the member
-    int item = -1;          // the selected item of a list member, from 0; -1 for none
-    QString recordPath;     // the record's path, positional: "KVT317SettingsDetail[2]"
-    QString path;           // the whole path, positional
+    KVT317XML::Record* record = nullptr; // the record that holds the member
+    int bit = -1;                        // the member
+    int item = -1;                       // the selected item of a list member, from 0; -1 for none
+    QString recordPath;                  // the record's path, positional: "KVT317SettingsDetail[2]"
+    QString path;                        // the whole path, positional
     // Record members made set on the way (with `create`): (record path, bit).
     std::vector<std::pair<QString, int>> created;
 
     const KVT317XML::MemberDescription& Member() const;
 };
 
-// Resolves a path in a tree. With `create`, record members on the way that are not set
-// are made set (empty), so that a member inside them can be set. Returns an error text,
-// empty on success; `notSet` tells whether it failed because a record on the way is not
-// set.
-QString Resolve(Node& root, const QString& path, bool create, Target& target,
+// Resolves a path in a record. With `create`, record members on the way that are not set
+// are made set, so that a member inside them can be set. Returns an error text, empty on
+// success; `notSet` tells whether it failed because a record on the way is not set.
+QString Resolve(KVT317XML::Record& root, const QString& path, bool create, Target& target,
                 bool* notSet = nullptr);

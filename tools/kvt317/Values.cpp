@@ -9,125 +9,6 @@
 
 using namespace KVT317XML;
 
-namespace {
-
-// What the library does with a number text it cannot read: QString's conversion gives
-// infinity for an overflow and 0 for anything else.
-QString ReadAs(double value)
-{
-    if (std::isinf(value))
-        return value < 0 ? QStringLiteral("-inf") : QStringLiteral("inf");
-    return QStringLiteral("0");
-}
-
-bool LooksNumeric(const QString& text)
-{
-    static const QRegularExpression number(
-        QStringLiteral("^\\s*[+-]?([0-9]+\\.?[0-9]*|\\.[0-9]+)([eE][+-]?[0-9]+)?\\s*$"));
-    return number.match(text).hasMatch();
-}
-
-double ReadNumber(const MemberDescription& member, const QString& text, bool* ok)
-{
-    if (member.kind == MemberKind::Float)
-        return static_cast<double>(text.toFloat(ok));
-    return text.toDouble(ok);
-}
-
-// Whether a plain decimal text has digits other than 0 beyond the decimals a member keeps:
-// those are lost on writing even where the double read cannot tell them.
-bool ExtraDecimals(const QString& text, int precision)
-{
-    static const QRegularExpression decimal(QStringLiteral("^\\s*[+-]?[0-9]*\\.([0-9]+)\\s*$"));
-    const QRegularExpressionMatch match = decimal.match(text);
-    if (!match.hasMatch())
-        return false;
-    const QString decimals = match.captured(1);
-    for (int i = precision; i < decimals.size(); ++i)
-        if (decimals.at(i) != QLatin1Char('0'))
-            return true;
-    return false;
-}
-
-ValueFinding Lost(const MemberDescription& member, const QString& message)
-{
-    return {ValueFinding::Kind::Lost, member.name + QStringLiteral(": ") + message};
-}
-
-} // namespace
-
-ValueFinding CheckMemberText(const MemberDescription& member, const QString& text)
-{
-    switch (member.kind) {
-    case MemberKind::Integer: {
-        bool ok = false;
-        text.toInt(&ok, 10);
-        if (ok)
-            return {};
-        bool wide = false;
-        text.toLongLong(&wide, 10);
-        return Lost(member, (wide ? QStringLiteral("'%1' does not fit in 32 bits (read as 0)")
-                                  : QStringLiteral("'%1' is not a whole number (read as 0)"))
-                                .arg(text));
-    }
-    case MemberKind::Float:
-    case MemberKind::Double: {
-        bool ok = false;
-        const double value = ReadNumber(member, text, &ok);
-        if (!ok) {
-            if (std::isinf(value) || LooksNumeric(text))
-                return Lost(
-                    member,
-                    QStringLiteral("'%1' is out of range (read as %2)").arg(text, ReadAs(value)));
-            return Lost(member, QStringLiteral("'%1' is not a number (read as 0)").arg(text));
-        }
-        const QString written = WrittenText(member, text);
-        const double back = ReadNumber(member, written, nullptr);
-        if ((back == value || (std::isnan(back) && std::isnan(value))) &&
-            !ExtraDecimals(text, member.precision))
-            return {};
-        return {ValueFinding::Kind::Rounded,
-                QStringLiteral("%1: '%2' keeps %3 decimals (written as %4)")
-                    .arg(member.name, text)
-                    .arg(member.precision)
-                    .arg(written)};
-    }
-    case MemberKind::Enumeration:
-        // An empty name is how an invalid value is written: it reads back as invalid, and
-        // the library itself reports it.
-        if (text.isEmpty() || member.enumeration->names.contains(text))
-            return {};
-        return Lost(member, QStringLiteral("unknown name '%1' (read as invalid); allowed: %2")
-                                .arg(text, AllowedNames(member)));
-    case MemberKind::DateTime: {
-        if (text.isEmpty() || !REPORTGENERATOR::Converters::ToDateTime(text).isNull())
-            return {};
-        static const QRegularExpression shape(
-            QStringLiteral("^[0-9]{4}-[0-9]{2}-[0-9]{2}T[0-9]{2}:[0-9]{2}:[0-9]{2}"));
-        if (shape.match(text).hasMatch())
-            return Lost(member,
-                        QStringLiteral("'%1' is not a valid date-time (read as empty)").arg(text));
-        return Lost(member, QStringLiteral("'%1' is not a date-time of the form "
-                                           "yyyy-MM-ddThh:mm:ss,zzzZ (read as empty)")
-                                .arg(text));
-    }
-    case MemberKind::Text:
-    case MemberKind::Record:
-    case MemberKind::RecordList:
-        break;
-    }
-    return {};
-}
-
-QString WrittenText(const MemberDescription& member, const QString& text)
-{
-    if (member.kind != MemberKind::Float && member.kind != MemberKind::Double)
-        return text;
-    const double value = ReadNumber(member, text, nullptr);
-    return QStringLiteral("%1").arg(value, member.fieldWidth, 'f', member.precision,
-                                    QLatin1Char(' '));
-}
-
 QString KindName(const MemberDescription& member)
 {
     switch (member.kind) {
@@ -150,25 +31,6 @@ QString KindName(const MemberDescription& member)
     return QString();
 }
 
-int XmlForbiddenCharacter(const QString& text)
-{
-    for (int i = 0; i < text.size(); ++i) {
-        const QChar c = text.at(i);
-        const ushort code = c.unicode();
-        if (code < 0x20 && code != '\t' && code != '\n' && code != '\r')
-            return code;
-        if (code == 0xFFFE || code == 0xFFFF)
-            return code;
-        if (c.isHighSurrogate() && i + 1 < text.size() && text.at(i + 1).isLowSurrogate()) {
-            ++i;
-            continue;
-        }
-        if (c.isSurrogate())
-            return code;
-    }
-    return -1;
-}
-
 QString Printable(const QString& text)
 {
     QString shown;
@@ -189,11 +51,6 @@ QString Printable(const QString& text)
         }
     }
     return shown;
-}
-
-QString CharacterCode(int code)
-{
-    return QStringLiteral("U+%1").arg(code, 4, 16, QLatin1Char('0')).toUpper();
 }
 
 QString HexByte(char byte)

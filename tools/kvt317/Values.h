@@ -5,31 +5,8 @@
 #include <QString>
 #include <QStringList>
 
-// What the library would make of a member's text, where that is not the text itself.
-struct ValueFinding {
-    enum class Kind {
-        None,    // read as written
-        Lost,    // not read as written: not a number, out of range, an unknown name
-        Rounded, // read, but written back with fewer decimals
-    };
-    Kind kind = Kind::None;
-    QString message; // "'ten' is not a whole number (read as 0)"
-};
-
-// Checks a member's text as the library reads it from XML or from a binary payload.
-ValueFinding CheckMemberText(const KVT317XML::MemberDescription& member, const QString& text);
-
-// How the member writes a value read from the text (its number text with the member's
-// decimals); the text itself for other kinds.
-QString WrittenText(const KVT317XML::MemberDescription& member, const QString& text);
-
 // The member's kind in words: "whole number", "number, 2 decimals", "enumeration", ...
 QString KindName(const KVT317XML::MemberDescription& member);
-
-// The first character of the text that XML 1.0 cannot carry (C0 controls other than tab,
-// line feed and carriage return; U+FFFE, U+FFFF; half a surrogate pair), or -1.
-int XmlForbiddenCharacter(const QString& text);
-QString CharacterCode(int code); // "U+0001"
 
 // A text fit for a terminal: control characters, DEL and characters that are no text
 // written as \u0001.

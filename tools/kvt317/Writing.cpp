@@ -1,8 +1,8 @@
 #include "Writing.h"
 #include "Analysis.h"
 #include "Compare.h"
+#include "JsonForm.h"
 #include "Output.h"
-#include "Tree.h"
 
 using namespace KVT317XML;
 
@@ -25,20 +25,22 @@ QByteArray Serialise(const Record& record, Form form, int level)
 std::unique_ptr<Record> ReadBack(const QByteArray& bytes, Form form, const QString& type,
                                  QString& reason)
 {
-    ReportTally reports;
     std::unique_ptr<Record> record;
     bool read = false;
+    DiagnosticList findings;
     if (form == Form::Json) {
-        JsonRead json = ReadJsonDocument(bytes);
-        if (!json.node || !json.findings.empty()) {
-            reason = json.node ? json.findings.front().message : json.fault;
+        JsonRead json = ReadJsonDocument(bytes, findings);
+        if (!json.record) {
+            reason = json.fault;
             return nullptr;
         }
-        record = RecordFromNode(*json.node, reports);
-        read = !reports.HasErrors();
+        record = std::move(json.record);
+        read = findings.Errors() == 0;
     } else {
-        record = NewRecord(type);
-        record->SetLogger(reports.Logger());
+        record = NewRecord(*FindDescription(type));
+        record->SetLogger(nullptr);
+        Collector collector(findings);
+        ObserveReading observe(collector);
         QByteArray data = bytes;
         read = form == Form::Xml ? record->SetXmlString(QString::fromUtf8(bytes), true)
                                  : record->SetBinaryRepresentation(data);
@@ -46,37 +48,53 @@ std::unique_ptr<Record> ReadBack(const QByteArray& bytes, Form form, const QStri
     record->SetLogger(nullptr);
     if (read)
         return record;
-    for (const ReportTally::Report& report : reports.Reports())
-        if (report.level == REPORTGENERATOR::LogLevel::Error)
-            reason = report.message;
+    for (const DiagnosticList::Entry& entry : findings.Sorted())
+        if (entry.diagnostic->level == Level::Error && reason.isNull())
+            reason = entry.diagnostic->message;
     return nullptr;
 }
 
 namespace {
 
-// Adds the differences between two records as findings, located in the input where its
-// positions still fit.
+// Adds the differences between two records as findings, placed in the input where its
+// places still fit.
 void AddChanges(const Document& input, const Record& a, const Record& b, bool locatable,
                 const std::function<bool(const QString&, int)>& changed, DiagnosticList& out)
 {
+    DiagnosticList found;
     for (const Difference& difference : CompareRecords(a, b)) {
-        const Site* site =
-            input.sites && locatable ? ResolveSteps(*input.sites, difference.steps) : nullptr;
         if (changed && changed(difference.recordPath, difference.bit))
             continue;
-        QString message;
+        Diagnostic diagnostic;
+        diagnostic.level = Level::Error;
         if (difference.bit < 0)
-            message = QStringLiteral("%1 would change on writing: it holds numbers with more "
-                                     "decimals than are written")
-                          .arg(difference.path);
+            diagnostic.message = QStringLiteral("%1 would change on writing: it holds numbers "
+                                                "with more decimals than are written")
+                                     .arg(difference.path);
         else if (difference.onlyInA || difference.onlyInB)
-            message = QStringLiteral("%1 would be %2 on writing")
-                          .arg(difference.path, difference.onlyInA ? "dropped" : "added");
+            diagnostic.message =
+                QStringLiteral("%1 would be %2 on writing")
+                    .arg(difference.path, difference.onlyInA ? "dropped" : "added");
         else
-            message = QStringLiteral("%1 would change on writing: %2 -> %3")
-                          .arg(difference.path, difference.a, difference.b);
-        const Location where = site ? site->MemberLocation(difference.bit) : Location();
-        out.Add(where, Level::Error, nullptr, -1, message);
+            diagnostic.message = QStringLiteral("%1 would change on writing: %2 -> %3")
+                                     .arg(difference.path, difference.a, difference.b);
+        if (locatable) {
+            // The record the difference is in, for its place; the message names it already.
+            const RecordDescription* record = &a.GetDescription();
+            for (const auto& [bit, item] : difference.steps) {
+                diagnostic.path.append(ReadStep{bit, item});
+                record = record->members[static_cast<std::size_t>(bit)].nested();
+            }
+            diagnostic.record = record;
+            diagnostic.bit = difference.bit;
+        }
+        found.Add(std::move(diagnostic));
+    }
+    Place(input, found, false);
+    for (const DiagnosticList::Entry& entry : found.Sorted()) {
+        Diagnostic diagnostic = *entry.diagnostic;
+        diagnostic.record = nullptr;
+        out.Add(std::move(diagnostic));
     }
 }
 

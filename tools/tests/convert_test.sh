@@ -178,8 +178,8 @@ out <<<"checked 1 file, 0 with faults"
 sed 's|    <Threshold>15</Threshold>||' examples/settings.xml >incomplete.xml
 run "filled in" 1 kvt317 convert incomplete.xml incomplete.bin
 err <<'TEXT'
-incomplete.xml:23:3: error: KVT317SettingsDetail[2] ("Marine VHF"): KVT317SettingsDetail: Please set Threshold properly.
 incomplete.xml:23:3: warning: KVT317SettingsDetail[2] ("Marine VHF"): KVT317_Settings: Tried to append not completely defined or invalid item KVT317SettingsDetail.
+incomplete.xml:23:3: error: KVT317SettingsDetail[2] ("Marine VHF"): KVT317SettingsDetail: Please set Threshold properly.
 incomplete.xml:23:3: error: KVT317SettingsDetail[2].Threshold would change on writing: (unset) -> 20
 kvt317: incomplete.bin not written: writing would change what the input holds (1 finding); --force writes it anyway
 TEXT

@@ -113,9 +113,9 @@ printf '\x7f' | dd of=damaged.bin bs=1 seek=390 conv=notrunc 2>/dev/null
 run "dump damaged" 1 kvt317 dump damaged.bin
 tail -n 3 out >last
 same last <<'TEXT'
-     361        0x4B68079A AttenuationHoldTime, length 10: "250.00"
-     379      item 2, length 352
-damaged at offset 391: expected a text of 123 bytes
+     598        0x375806BF ScanMemoryID, length 8: 20
+     614        0x60866F2C DFPan_Selectivity, length 10: "NARROW"
+damaged at offset 632: KVT317SettingsDetail::SetBinary(...): Length error occurred during processing of binary representation
 TEXT
 head -c 40 examples/settings.bin >truncated.bin
 run "dump json damaged" 1 kvt317 dump --format json truncated.bin
@@ -126,11 +126,34 @@ out <<'TEXT'
     "tag": "0x5DF5F465",
     "record": "KVT317_Settings",
     "length": 1088,
-    "entries": []
+    "entries": [
+      {
+        "offset": 8,
+        "tag": "0x09751B80",
+        "member": "KVT317SettingsDetail",
+        "length": 1080,
+        "count": 3,
+        "items": [
+          {
+            "offset": 20,
+            "length": 355,
+            "entries": [
+              {
+                "offset": 24,
+                "tag": "0x58D44D66",
+                "member": "Name",
+                "length": 15,
+                "value": null
+              }
+            ]
+          }
+        ]
+      }
+    ]
   },
   "damage": {
-    "offset": 4,
-    "expected": "a record length of at most 32"
+    "offset": 40,
+    "expected": "KVT317SettingsDetail::SetBinary(...): Length error occurred during processing of binary representation"
   }
 }
 TEXT
