@@ -5,8 +5,15 @@
 
 #include "HostileInput.h"
 
+#include <KVT317_Settings.h>
+
 #include <QProcess>
 #include <QTemporaryDir>
+
+#include <fcntl.h>
+#include <sys/resource.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
 #include <gtest/gtest.h>
 
@@ -144,4 +151,103 @@ TEST(MemoryBound, HugeItemCountIn20Bytes)
     const Outcome outcome = Probe("settings", frame);
     ExpectOutcome(outcome, false, 1, hostile::SettingsLengthError());
     ExpectPeakBelow(outcome, 32 * frame.size() + 64 * MB);
+}
+
+// ---- The kvt317 tool: check holds no more than the library does ------------------------
+
+namespace {
+
+struct ToolRun {
+    int status = -1;
+    QByteArray output;
+    qint64 peak = -1; // resident, bytes
+};
+
+// Runs `kvt317 check --quiet FILE` in a process of its own and measures its peak memory.
+ToolRun CheckWithTool(const QByteArray& document)
+{
+    ToolRun run;
+    QTemporaryDir dir;
+    const QString path = dir.filePath(QStringLiteral("input"));
+    QFile file(path);
+    if (!file.open(QIODevice::WriteOnly) || file.write(document) != document.size())
+        return run;
+    file.close();
+    const QString output = dir.filePath(QStringLiteral("output"));
+    const QByteArray tool = QByteArrayLiteral(KVT317_TOOL);
+    const QByteArray input = path.toLocal8Bit();
+    const QByteArray out = output.toLocal8Bit();
+    const pid_t pid = fork();
+    if (pid == 0) {
+        const int fd = ::open(out.constData(), O_WRONLY | O_CREAT | O_TRUNC, 0600);
+        dup2(fd, 1);
+        execl(tool.constData(), tool.constData(), "check", "--quiet", input.constData(),
+              static_cast<char*>(nullptr));
+        _exit(127);
+    }
+    int status = 0;
+    rusage usage{};
+    if (pid < 0 || wait4(pid, &status, 0, &usage) != pid || !WIFEXITED(status))
+        return run;
+    run.status = WEXITSTATUS(status);
+    run.peak = static_cast<qint64>(usage.ru_maxrss) * 1024;
+    QFile result(output);
+    if (result.open(QIODevice::ReadOnly))
+        run.output = result.readAll();
+    return run;
+}
+
+void ExpectMillionEmptyItemsChecked(const QByteArray& document, qint64 inputSize)
+{
+    const ToolRun run = CheckWithTool(document);
+    EXPECT_EQ(run.status, 1);
+    EXPECT_EQ(run.output, QByteArray("checked 1 file, 1 with faults (16,000,000 errors, "
+                                     "1,000,000 warnings)\n"));
+    Outcome outcome;
+    outcome.peak = run.peak;
+    ExpectPeakBelow(outcome, 32 * inputSize + 64 * MB);
+}
+
+} // namespace
+
+TEST(MemoryBound, ToolChecksMillionEmptyListItems)
+{
+    const QByteArray frame = hostile::EmptyItemsFrame(1000000);
+    ExpectMillionEmptyItemsChecked(frame, frame.size());
+}
+
+TEST(MemoryBound, ToolChecksMillionEmptyListItemsCompressed)
+{
+    const QByteArray frame = hostile::EmptyItemsFrame(1000000);
+    ExpectMillionEmptyItemsChecked(
+        hostile::Compressed(hostile::Deflated(4000000, '\0', frame.left(20))), frame.size());
+}
+
+// A document of 16,000 details costs check at most 1.2 times each detail's XML text, over
+// what the tool needs for the smallest document.
+TEST(MemoryBound, ToolCheckHoldsLessThanTheXmlTextPerDetail)
+{
+    constexpr int Details = 16000;
+    KVT317XML::KVT317_Settings example;
+    ASSERT_TRUE(example.SetXmlString(QString::fromUtf8(ExampleFile("settings.xml")), true));
+    KVT317XML::KVT317_Settings settings;
+    QVector<KVT317XML::KVT317SettingsDetail> details;
+    for (int i = 0; i < Details; ++i) {
+        KVT317XML::KVT317SettingsDetail detail = example.GetKVT317SettingsDetail().at(i % 3);
+        detail.SetName(QStringLiteral("Setting %1").arg(i + 1));
+        detail.Setindex(i + 1);
+        details.append(detail);
+    }
+    settings.SetKVT317SettingsDetail(details);
+    const qint64 xmlPerDetail = settings.GetXmlString().toUtf8().size() / Details;
+    const ToolRun small = CheckWithTool(ExampleFile("settings.bin"));
+    const ToolRun large = CheckWithTool(settings.GetBinaryRepresentationAsQByteArray());
+    EXPECT_EQ(small.status, 0);
+    EXPECT_EQ(large.status, 0);
+    EXPECT_EQ(large.output, QByteArray("checked 1 file, 0 with faults\n"));
+#ifndef KVT317_SANITIZED
+    const qint64 perDetail = (large.peak - small.peak) / Details;
+    EXPECT_LE(perDetail * 10, xmlPerDetail * 12)
+        << perDetail << " bytes per detail, the XML text " << xmlPerDetail;
+#endif
 }

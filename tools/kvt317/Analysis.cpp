@@ -274,7 +274,7 @@ void Collector::Found(const ReadFinding& finding)
         diagnostic.origin = Diagnostic::Origin::Library;
         if (m_holding) {
             diagnostic.level = finding.level == LogLevel::Error ? Level::Error : Level::Warning;
-            m_held.push_back(std::move(diagnostic));
+            m_held.Add(std::move(diagnostic));
             return;
         }
         break;
@@ -307,13 +307,25 @@ void Collector::ReleaseReports(bool loaded)
 {
     m_holding = false;
     if (loaded)
-        for (Diagnostic& diagnostic : m_held)
-            m_into.Add(std::move(diagnostic));
-    m_held.clear();
+        m_into.Absorb(m_held);
+    m_held = DiagnosticList();
 }
 
-void Place(const Document& document, DiagnosticList& list, bool label)
+void Label(const Document& document, DiagnosticList& list)
 {
+    if (!document.record)
+        return;
+    list.ForEachKept([&document](Diagnostic& diagnostic) {
+        if (diagnostic.record)
+            Label(diagnostic, *document.record);
+    });
+}
+
+void Place(const Document& document, DiagnosticList& list)
+{
+    const RecordDescription* type = FindDescription(document.type);
+    if (!type)
+        return;
     QSet<QString> wanted;
     list.ForEachKept([&wanted](Diagnostic& diagnostic) {
         if (diagnostic.where.Known() || !diagnostic.record)
@@ -328,11 +340,11 @@ void Place(const Document& document, DiagnosticList& list, bool label)
     if (!wanted.isEmpty()) {
         if (document.form == Form::Json) {
             JsonPlaces json(document.text, &wanted, nullptr);
-            json.Run(document.record->GetDescription());
+            json.Run(*type);
             places = std::move(json.places);
         } else {
             Places entries(wanted);
-            const std::unique_ptr<Record> scratch = NewRecord(document.record->GetDescription());
+            const std::unique_ptr<Record> scratch = NewRecord(*type);
             scratch->SetLogger(nullptr);
             ObserveReading observe(entries);
             if (document.form == Form::Xml) {
@@ -345,7 +357,7 @@ void Place(const Document& document, DiagnosticList& list, bool label)
         }
     }
     list.ForEachKept([&](Diagnostic& diagnostic) {
-        if (!diagnostic.where.Known() && diagnostic.record) {
+        if (!diagnostic.where.Known() && diagnostic.record && !places.isEmpty()) {
             for (const QString& key :
                  {diagnostic.key.isNull() ? QString() : Key(diagnostic.path, -1, diagnostic.key),
                   diagnostic.bit >= 0 ? Key(diagnostic.path, diagnostic.bit) : QString(),
@@ -356,12 +368,10 @@ void Place(const Document& document, DiagnosticList& list, bool label)
                 }
             }
         }
-        if (label && document.record && diagnostic.record)
-            Label(diagnostic, *document.record);
     });
 }
 
-void Analyse(Document& document)
+void Analyse(Document& document, bool keepRecord)
 {
     if (document.analysed)
         return;
@@ -371,12 +381,15 @@ void Analyse(Document& document)
         ObserveReading observe(collector);
         document.record->Check(true);
     }
-    if (document.form == Form::Json && document.record && !document.text.isNull()) {
+    const RecordDescription* type = FindDescription(document.type);
+    if (document.form == Form::Json && type && !document.text.isNull()) {
         // Keys given twice, which QJsonDocument folds into the last one.
         static const QSet<QString> none;
         JsonPlaces json(document.text, &none, &document.diagnostics);
-        json.Run(document.record->GetDescription());
+        json.Run(*type);
     }
-    if (document.record)
-        Place(document, document.diagnostics);
+    Label(document, document.diagnostics);
+    if (!keepRecord)
+        document.record.reset();
+    Place(document, document.diagnostics);
 }

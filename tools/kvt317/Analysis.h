@@ -29,15 +29,20 @@ public:
 private:
     DiagnosticList& m_into;
     bool m_holding = false;
-    std::vector<Diagnostic> m_held;
+    DiagnosticList m_held;
     DiagnosticList* m_notes;
     Location* m_fault;
 };
 
 // Fills a document's diagnostics with everything check reports: what the load found
 // (collected while loading) and what the library's check finds, each placed in the input.
-void Analyse(Document& document);
+// Without `keepRecord` the record is let go once the diagnostics are labelled, so that
+// placing them, which reads the input again, never holds two records at once.
+void Analyse(Document& document, bool keepRecord = true);
+
+// Labels the kept diagnostics of a list with their record's path and Name.
+void Label(const Document& document, DiagnosticList& list);
 
 // Places the kept diagnostics of a list that have no place yet, at the member they name or
-// at their record, and (with `label`) labels them with their record's path and Name.
-void Place(const Document& document, DiagnosticList& list, bool label = true);
+// at their record.
+void Place(const Document& document, DiagnosticList& list);

@@ -75,7 +75,7 @@ int RunCheck(const Options& options)
             }
             continue;
         }
-        Analyse(*document);
+        Analyse(*document, false);
         const DiagnosticList& diagnostics = document->diagnostics;
         errors += diagnostics.Errors();
         warnings += diagnostics.Warnings();

@@ -129,6 +129,24 @@ bool DiagnosticList::Any(Diagnostic::Origin origin) const
     return m_origins[static_cast<int>(origin)] > 0;
 }
 
+void DiagnosticList::Absorb(const DiagnosticList& other)
+{
+    for (const Kind& kind : other.m_kinds) {
+        for (const Diagnostic& diagnostic : kind.kept)
+            Add(diagnostic);
+        const qint64 more = kind.count - static_cast<qint64>(kind.kept.size());
+        if (more <= 0 || kind.kept.empty())
+            continue;
+        const Diagnostic& first = kind.kept.front();
+        m_kinds[static_cast<std::size_t>(
+                    m_index.value(qMakePair(static_cast<int>(first.level), first.message)))]
+            .count += more;
+        if (first.level != Level::Note)
+            (first.level == Level::Error ? m_errors : m_warnings) += more;
+        m_origins[static_cast<int>(first.origin)] += more;
+    }
+}
+
 void DiagnosticList::ForEachKept(const std::function<void(Diagnostic&)>& visit)
 {
     for (Kind& kind : m_kinds) {

@@ -87,6 +87,9 @@ public:
     // Calls `visit` with each kept diagnostic, which it may change (its place, its label).
     void ForEachKept(const std::function<void(Diagnostic&)>& visit);
 
+    // Takes another list's diagnostics in, after this one's, with their counts.
+    void Absorb(const DiagnosticList& other);
+
 private:
     struct Kind {
         std::vector<Diagnostic> kept;

@@ -51,7 +51,9 @@ bool FormFromOption(const QString& text, Form& form)
     } forms[] = {{"xml", Form::Xml},
                  {"json", Form::Json},
                  {"binary", Form::Binary},
-                 {"compressed", Form::Compressed}};
+                 {"bin", Form::Binary},
+                 {"compressed", Form::Compressed},
+                 {"binz", Form::Compressed}};
     for (const auto& entry : forms) {
         if (text == QLatin1String(entry.name)) {
             form = entry.form;

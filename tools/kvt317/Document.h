@@ -15,7 +15,7 @@
 enum class Form { Xml, Json, Binary, Compressed };
 
 QString FormName(Form form); // "XML", "JSON", "binary", "compressed binary"
-bool FormFromOption(const QString& text, Form& form);   // xml, json, binary, compressed
+bool FormFromOption(const QString& text, Form& form); // xml, json, binary (bin), compressed (binz)
 bool FormFromFileName(const QString& path, Form& form); // .xml, .json, .bin, .binz
 
 // One input of the tool: its bytes, its form and record type, and the record the library

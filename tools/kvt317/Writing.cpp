@@ -90,7 +90,7 @@ void AddChanges(const Document& input, const Record& a, const Record& b, bool lo
         }
         found.Add(std::move(diagnostic));
     }
-    Place(input, found, false);
+    Place(input, found);
     for (const DiagnosticList::Entry& entry : found.Sorted()) {
         Diagnostic diagnostic = *entry.diagnostic;
         diagnostic.record = nullptr;

@@ -36,7 +36,8 @@ const std::vector<OptionInfo>& AllOptions()
         {"to",
          {QStringLiteral("to")},
          "FORM",
-         "xml, json, binary or compressed; by default the output name's ending decides"},
+         "xml, json, binary (bin) or compressed (binz); by default the output name's ending "
+         "decides"},
         {"level",
          {QStringLiteral("level")},
          "N",
@@ -341,9 +342,10 @@ int Run(const QStringList& arguments)
     if (keys.contains(QStringLiteral("to")) && parser.isSet(QStringLiteral("to"))) {
         options.formGiven = true;
         if (!FormFromOption(parser.value(QStringLiteral("to")), options.to))
-            return UsageError(QStringLiteral("--to takes xml, json, binary or compressed, not '%1'")
-                                  .arg(parser.value(QStringLiteral("to"))),
-                              name);
+            return UsageError(
+                QStringLiteral("--to takes xml, json, binary (bin) or compressed (binz), not '%1'")
+                    .arg(parser.value(QStringLiteral("to"))),
+                name);
     }
     if (keys.contains(QStringLiteral("level")) && parser.isSet(QStringLiteral("level"))) {
         bool ok = false;

@@ -68,7 +68,7 @@ Try 'kvt317 new --help'.
 TEXT
 run "bad form" 2 kvt317 convert examples/settings.xml x.bin --to=yaml
 err <<'TEXT'
-kvt317: --to takes xml, json, binary or compressed, not 'yaml'
+kvt317: --to takes xml, json, binary (bin) or compressed (binz), not 'yaml'
 Try 'kvt317 convert --help'.
 TEXT
 run "bad level" 2 kvt317 convert examples/settings.xml x.binz --level=12

@@ -217,4 +217,11 @@ unknown.json:1:38: error: unknown member 'Mode' (ignored)
 kvt317: unknown.xml not written: writing would change what the input holds (1 finding); --force writes it anyway
 TEXT
 
+# The forms by their file endings too: bin is binary, binz compressed.
+run "to bin" 0 kvt317 convert examples/bearing-settings.xml by-ending.bin --to=bin
+same_file "bin is binary" by-ending.bin examples/bearing-settings.bin
+run "to binz" 0 kvt317 convert examples/settings.xml by-ending.binz --to binz
+head -c 4 by-ending.binz >marker
+printf 'KVTZ' | same marker
+
 finish
