@@ -493,7 +493,9 @@ bool IRGObject::ReadDocument(bool reset, const ReadTap::Position& where,
     } catch (const BinaryParsingException& exception) {
         fault = exception.GetMessage();
     } catch (...) {
-        // A record's own report raised: it passes out, with what was reported before it.
+        // A record's own report raised: the record goes back to what it held, and the
+        // exception passes out, with what was reported before it.
+        RestoreState(state);
         held.Release();
         throw;
     }

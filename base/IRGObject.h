@@ -44,12 +44,13 @@ inline constexpr char Version[] = "1.0";
 /// docs/binary-format.md). Reading never clears a record unless the operation says so: input
 /// merges into what it holds. The file loads replace.
 ///
-/// **Failure guarantees.** Whole-document loads are transactional: when the document itself
+/// **Failure guarantees.** Whole-document loads are all or nothing: when the document itself
 /// is faulty (unreadable, not well-formed, another root element, a document type
 /// declaration, a frame of another record type, a truncated frame, compressed data that does
 /// not inflate) the operation reports one ERROR naming the fault, returns false and leaves
 /// the record as it was. Reports of the record's own checks are not document faults: with
-/// validation on they raise, and the exception passes out of the load. SaveXml() never
+/// validation on they raise, the record is put back as it was, and the exception passes out
+/// of the load unchanged, after the reports made before it. SaveXml() never
 /// destroys an existing file.
 ///
 /// **Reports.** Faults in data are reported, not returned: through Trace() to the logger,

@@ -199,6 +199,8 @@ public:
 
     /// Path of the bearing results. Optional; a null text is reported, an empty one is valid.
     QString GetBearingVtPath();
+    /// The same, for a const record.
+    QString GetBearingVtPath() const;
     void SetBearingVtPath(QString value);
     bool IsBearingVtPathSet() const;
     void ResetBearingVtPath();
@@ -213,6 +215,8 @@ public:
     /// Path of the super-resolution bearing results. Optional; a null text is reported, an
     /// empty one is valid.
     QString GetBearingVtPathSR();
+    /// The same, for a const record.
+    QString GetBearingVtPathSR() const;
     void SetBearingVtPathSR(QString value);
     bool IsBearingVtPathSRSet() const;
     void ResetBearingVtPathSR();
@@ -227,6 +231,8 @@ public:
     /// Path of the eigenvalue results. Optional; a null text is reported, an empty one is
     /// valid.
     QString GetEigenValueVtPath();
+    /// The same, for a const record.
+    QString GetEigenValueVtPath() const;
     void SetEigenValueVtPath(QString value);
     bool IsEigenValueVtPathSet() const;
     void ResetEigenValueVtPath();
@@ -241,6 +247,8 @@ public:
     /// Path of the signal estimation quality results. Optional; a null text is reported, an
     /// empty one is valid.
     QString GetSignalEstimationQualityVtPath();
+    /// The same, for a const record.
+    QString GetSignalEstimationQualityVtPath() const;
     void SetSignalEstimationQualityVtPath(QString value);
     bool IsSignalEstimationQualityVtPathSet() const;
     void ResetSignalEstimationQualityVtPath();
@@ -255,6 +263,8 @@ public:
     /// Name of the set-up: the XML attribute "Name". Optional; a null text is reported, an
     /// empty one is valid.
     QString GetName();
+    /// The same, for a const record.
+    QString GetName() const;
     void SetName(QString value);
     bool IsNameSet() const;
     void ResetName();

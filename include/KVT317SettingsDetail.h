@@ -449,6 +449,8 @@ public:
     /// Name of the setting: the XML attribute "Name". Optional; a null text is reported, an
     /// empty one is valid.
     QString GetName();
+    /// The same, for a const record.
+    QString GetName() const;
     void SetName(QString value);
     bool IsNameSet() const;
     void ResetName();

@@ -42,6 +42,7 @@
 #define KVT317_TEXT_ACCESSORS(Class, X)                                                        \
     KVT317_MEMBER_STATE(Class, QString, X)                                                     \
     QString Class::Get##X() { return Value<QString>(X##Bit); }                                 \
+    QString Class::Get##X() const { return Value<QString>(X##Bit); }                           \
     void Class::Set##X(QString value) { AssignText(X##Bit, value); }                           \
     bool Class::IsValid##X(const QString& value) const { return !value.isNull(); }
 

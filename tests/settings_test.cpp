@@ -252,8 +252,17 @@ TEST(SettingsXml, AppendFromXmlWithValidation)
     root.SetValidate(true);
     const QString xml = QStringLiteral("<KVT317_Settings>") + FullySetDetailXml +
                         QStringLiteral("<KVT317SettingsDetail Name=\"x\"/></KVT317_Settings>");
+    // The whole-document load is all or nothing: the root is as it was before.
     EXPECT_THROW(root.SetXmlString(xml, false), IncompleteDefinitionException);
-    EXPECT_EQ(root.GetKVT317SettingsDetail().size(), 1);
+    EXPECT_EQ(root.GetKVT317SettingsDetail().size(), 0);
+    // The record's own reading keeps what it read before the fault.
+    KVT317_Settings merged;
+    merged.SetLogger(log.logger);
+    merged.SetValidate(true);
+    QXmlStreamReader reader(xml);
+    reader.readNextStartElement();
+    EXPECT_THROW(merged.ProcessXml(reader), IncompleteDefinitionException);
+    EXPECT_EQ(merged.GetKVT317SettingsDetail().size(), 1);
 
     KVT317_Settings quiet;
     quiet.SetLogger(log.logger);

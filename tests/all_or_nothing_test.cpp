@@ -1,0 +1,164 @@
+// Whole-document loads are all or nothing: a load that ends in an exception (validation on, a
+// fault in the data) puts the record back as it was and lets the exception pass, unchanged,
+// after the reports made before it. Every load, faulting at the first, a middle and the last
+// detail of the shipped example.
+
+#include "LogCapture.h"
+#include "TestSupport.h"
+
+#include <BearingSettings.h>
+#include <KVT317_Settings.h>
+#include <RGException.h>
+
+#include <QDataStream>
+#include <QFile>
+#include <QTemporaryDir>
+
+#include <gtest/gtest.h>
+
+#include <functional>
+
+using KVT317XML::KVT317_Settings;
+
+namespace {
+
+const QString EnumFault =
+    QStringLiteral("enum is not valid (classname=KVT317SettingsDetail,membername=m_dF_Alt)");
+
+// The example with an unknown DF_Alt name in one of its three details.
+QString FaultyXml(int detail)
+{
+    QString xml = QString::fromUtf8(ExampleFile("settings.xml"));
+    int at = -1;
+    for (int i = 0; i <= detail; ++i)
+        at = xml.indexOf(QStringLiteral("<DF_Alt>"), at + 1);
+    const int end = xml.indexOf(QStringLiteral("</DF_Alt>"), at);
+    return xml.replace(at + 8, end - at - 8, QStringLiteral("WATSON"));
+}
+
+// The same document in the binary form: the invalid value travels as an empty name.
+QByteArray FaultyBinary(int detail)
+{
+    KVT317_Settings settings;
+    settings.SetLogger(nullptr);
+    settings.SetXmlString(FaultyXml(detail), true);
+    return settings.GetBinaryRepresentationAsQByteArray();
+}
+
+// A record that holds something before the load, with validation on.
+struct Before {
+    Before()
+    {
+        settings.SetLogger(log.logger);
+        EXPECT_TRUE(settings.SetXmlString(QString::fromUtf8(ExampleFile("settings.xml")), true));
+        settings.GetKVT317SettingsDetail()[0].SetThreshold(77);
+        before = settings;
+        log.lines.clear();
+        settings.SetValidate(true);
+    }
+    LogCapture log;
+    KVT317_Settings settings;
+    KVT317_Settings before;
+};
+
+void ExpectAllOrNothing(const std::function<bool(KVT317_Settings&, int)>& load)
+{
+    for (int detail = 0; detail < 3; ++detail) {
+        SCOPED_TRACE(detail);
+        Before state;
+        try {
+            load(state.settings, detail);
+            ADD_FAILURE() << "no exception";
+        } catch (const REPORTGENERATOR::OutOfRangeException& exception) {
+            EXPECT_EQ(exception.GetMessage(), EnumFault);
+        }
+        EXPECT_TRUE(state.settings == state.before);
+        ASSERT_EQ(state.settings.GetKVT317SettingsDetail().size(), 3);
+        EXPECT_EQ(state.settings.GetKVT317SettingsDetail().at(0).GetThreshold(), 77);
+        EXPECT_EQ(state.log.lines, QStringList({QStringLiteral("ERROR: ") + EnumFault}));
+    }
+}
+
+QString WriteFile(const QTemporaryDir& dir, const char* name, const QByteArray& bytes)
+{
+    const QString path = dir.filePath(QLatin1String(name));
+    QFile file(path);
+    EXPECT_TRUE(file.open(QIODevice::WriteOnly));
+    file.write(bytes);
+    return path;
+}
+
+} // namespace
+
+TEST(AllOrNothing, SetXmlString)
+{
+    ExpectAllOrNothing([](KVT317_Settings& settings, int detail) {
+        return settings.SetXmlString(FaultyXml(detail), false);
+    });
+    ExpectAllOrNothing([](KVT317_Settings& settings, int detail) {
+        return settings.SetXmlString(FaultyXml(detail), true);
+    });
+}
+
+TEST(AllOrNothing, LoadXmlFromAPathAndAFile)
+{
+    QTemporaryDir dir;
+    ExpectAllOrNothing([&dir](KVT317_Settings& settings, int detail) {
+        return settings.LoadXml(WriteFile(dir, "faulty.xml", FaultyXml(detail).toUtf8()));
+    });
+    ExpectAllOrNothing([&dir](KVT317_Settings& settings, int detail) {
+        QFile file(WriteFile(dir, "faulty.xml", FaultyXml(detail).toUtf8()));
+        return settings.LoadXml(&file);
+    });
+}
+
+TEST(AllOrNothing, BinaryFromBytesAStreamAndAFile)
+{
+    ExpectAllOrNothing([](KVT317_Settings& settings, int detail) {
+        QByteArray bytes = FaultyBinary(detail);
+        return settings.SetBinaryRepresentation(bytes);
+    });
+    ExpectAllOrNothing([](KVT317_Settings& settings, int detail) {
+        const QByteArray bytes = FaultyBinary(detail);
+        QDataStream stream(bytes);
+        return settings.SetBinaryRepresentation(stream);
+    });
+    QTemporaryDir dir;
+    ExpectAllOrNothing([&dir](KVT317_Settings& settings, int detail) {
+        QFile file(WriteFile(dir, "faulty.bin", FaultyBinary(detail)));
+        return settings.LoadBinary(&file);
+    });
+}
+
+TEST(AllOrNothing, CompressedBinary)
+{
+    ExpectAllOrNothing([](KVT317_Settings& settings, int detail) {
+        KVT317_Settings faulty;
+        faulty.SetLogger(nullptr);
+        faulty.SetXmlString(FaultyXml(detail), true);
+        QByteArray bytes = faulty.GetCompressedBinaryRepresentationAsQByteArray(9);
+        return settings.SetBinaryRepresentation(bytes);
+    });
+}
+
+// The natural loop over a document's details reads their texts through const references.
+TEST(ConstReads, TextsReadThroughConstReferences)
+{
+    KVT317_Settings settings;
+    ASSERT_TRUE(settings.SetXmlString(QString::fromUtf8(ExampleFile("settings.xml")), true));
+    QStringList names;
+    for (const auto& detail :
+         static_cast<const KVT317_Settings&>(settings).GetKVT317SettingsDetail())
+        names.append(detail.GetName());
+    EXPECT_EQ(names, QStringList({"VHF airband", "Marine VHF", "UHF survey"}));
+    const KVT317XML::BearingSettings fresh;
+    EXPECT_TRUE(fresh.GetBearingVtPath().isNull());
+    EXPECT_TRUE(fresh.GetBearingVtPathSR().isNull());
+    EXPECT_TRUE(fresh.GetEigenValueVtPath().isNull());
+    EXPECT_TRUE(fresh.GetSignalEstimationQualityVtPath().isNull());
+    EXPECT_TRUE(fresh.GetName().isNull());
+    KVT317XML::BearingSettings bearing;
+    bearing.SetBearingVtPath(QStringLiteral("/a.vt"));
+    const KVT317XML::BearingSettings& view = bearing;
+    EXPECT_EQ(view.GetBearingVtPath(), QStringLiteral("/a.vt"));
+}
