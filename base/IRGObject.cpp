@@ -1,11 +1,11 @@
 #include "IRGObject.h"
+#include "DocumentFile.h"
 #include "ReadTap.h"
 
 #include <QBuffer>
 #include <QFile>
 #include <QFileInfo>
 #include <QHash>
-#include <QSaveFile>
 #include <QXmlStreamReader>
 #include <QXmlStreamWriter>
 
@@ -536,8 +536,7 @@ QString IRGObject::GetXmlString() const
 bool IRGObject::SaveXml(const QString& path) const
 {
     // The whole document is made before the file is touched: a record that raises while
-    // writing leaves no trace. The write is unbuffered so that a short write (a full disk)
-    // is seen here rather than lost in a buffer flush, and only then is the target replaced.
+    // writing leaves no trace.
     bool writerError = false;
     const QByteArray document = XmlDocument(&writerError);
     const QString unwritable = UnwritableInDocument(document, writerError);
@@ -545,25 +544,51 @@ bool IRGObject::SaveXml(const QString& path) const
         ReportDocumentFault(QStringLiteral("Cannot write '%1': %2").arg(path, unwritable));
         return false;
     }
-    const QFileInfo target(path);
-    if (target.exists() && !target.isFile()) {
-        // A device or a pipe cannot be replaced, and must not be: it is written in place.
-        QFile file(path);
-        if (!file.open(QIODevice::WriteOnly | QIODevice::Unbuffered) ||
-            file.write(document) != document.size()) {
-            ReportDocumentFault(
-                QStringLiteral("Cannot write '%1': %2").arg(path, file.errorString()));
-            return false;
-        }
-        return true;
-    }
-    QSaveFile file(path);
-    if (!file.open(QIODevice::WriteOnly | QIODevice::Unbuffered) ||
-        file.write(document) != document.size() || !file.commit()) {
-        ReportDocumentFault(QStringLiteral("Cannot write '%1': %2").arg(path, file.errorString()));
+    return WriteFile(path, document);
+}
+
+bool IRGObject::SaveBinary(const QString& path, bool compressed, int level) const
+{
+    return WriteFile(path, compressed ? GetCompressedBinaryRepresentationAsQByteArray(level)
+                                      : GetBinaryRepresentationAsQByteArray());
+}
+
+bool IRGObject::WriteFile(const QString& path, const QByteArray& document) const
+{
+    QString fault;
+    QStringList warnings;
+    const bool written = WriteDocumentFile(path, document, &fault, &warnings);
+    for (const QString& warning : warnings)
+        Log(LogLevel::Warning, warning);
+    if (!written)
+        ReportDocumentFault(fault);
+    return written;
+}
+
+bool IRGObject::EditFile(const QString& path, const std::function<bool(IRGObject&)>& edit,
+                         int waitMilliseconds)
+{
+    DocumentLock lock(path);
+    QString fault;
+    if (!lock.Acquire(waitMilliseconds, &fault)) {
+        ReportDocumentFault(fault);
         return false;
     }
-    return true;
+    QFile file(path);
+    if (!OpenForReading(&file))
+        return false;
+    const QByteArray bytes = file.peek(64);
+    qsizetype first = bytes.startsWith("\xEF\xBB\xBF") ? 3 : 0;
+    while (first < bytes.size() && QByteArrayLiteral(" \t\r\n").contains(bytes.at(first)))
+        ++first;
+    const bool xml = first < bytes.size() && bytes.at(first) == '<';
+    const bool compressed = bytes.startsWith(QByteArrayLiteral("KVTZ"));
+    if (!(xml ? LoadXml(&file) : LoadBinary(&file)))
+        return false;
+    file.close();
+    if (!edit(*this))
+        return false;
+    return xml ? SaveXml(path) : SaveBinary(path, compressed);
 }
 
 void IRGObject::ProcessXml(QXmlStreamReader& reader)

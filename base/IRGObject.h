@@ -167,9 +167,11 @@ public:
     /// as LoadXml().
     virtual bool LoadBinary(QFile* file);
     /// Writes GetXmlString() to @p path. Atomic: the target is replaced only once the whole
-    /// document was written; on failure an existing file is untouched. A document that
-    /// holds a character XML cannot carry is not saved: one ERROR report names the character
-    /// and its line and column.
+    /// document was written; on failure an existing file is untouched, and one ERROR report
+    /// gives the system's reason. The new file keeps the mode, owner and group of the one it
+    /// replaces (see WriteDocumentFile()); where the system does not allow that, a WARNING
+    /// report says what changed. A document that holds a character XML cannot carry is not
+    /// saved: one ERROR report names the character and its line and column.
     virtual bool SaveXml(const QString& path) const;
     /// Switches validation on or off. With validation on, the first fault raises; with it
     /// off (the default), faults are logged as WARNING and the data is kept. Switch and
@@ -207,6 +209,22 @@ protected:
 public:
     /// The logger the record reports to; null when silenced.
     std::shared_ptr<Logger> GetLogger() const;
+
+    /// Writes the record's binary frame to @p path, compressed at @p level when
+    /// @p compressed, as SaveXml() writes XML: atomically, keeping mode, owner and group.
+    bool SaveBinary(const QString& path, bool compressed = false, int level = -1) const;
+
+    /// One locked edit of a document file: takes the file's DocumentLock (waiting at most
+    /// @p waitMilliseconds for another holder), loads the file (XML, binary or compressed
+    /// binary, by its content) in place of what the record holds, calls @p edit, and when
+    /// that returns true saves the record in the file's own form (as SaveXml() and
+    /// SaveBinary() do), all before the lock is released. So edits by several programs
+    /// through the lock never undo each other. Returns false, writing nothing, when the lock
+    /// cannot be taken (one ERROR report names the process that holds it), the file does not
+    /// load, @p edit returns false, or the save fails. Exceptions of @p edit and of the
+    /// record's reports pass out with the file untouched.
+    bool EditFile(const QString& path, const std::function<bool(IRGObject&)>& edit,
+                  int waitMilliseconds = 5000);
 
     /// The plain frame of a binary document, inflated when the document is compressed; a
     /// null array, with the fault in @p fault when given, when it cannot be read. Its first
@@ -267,6 +285,8 @@ private:
                              const ReadTap::Position& where = ReadTap::Position()) const;
     // Sends a message to the logger, or holds it while a document loads.
     void Log(LogLevel level, const QString& message) const;
+    // Writes a whole document to a file; reports why not, and what it could not keep.
+    bool WriteFile(const QString& path, const QByteArray& document) const;
     // Opens the file unless it is open; reports why when it cannot.
     bool OpenForReading(QFile* file) const;
 

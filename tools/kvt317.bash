@@ -32,10 +32,10 @@ _kvt317()
     local options="--help"
     case "$command" in
         check) options="$options --quiet --format" ;;
-        convert) options="$options --to --level --force" ;;
+        convert) options="$options --to --level --force --wait" ;;
         show | dump | diff) options="$options --format" ;;
         new) options="$options --bearing --output --to --level" ;;
-        set | unset | add | remove) options="$options --force" ;;
+        set | unset | add | remove) options="$options --force --wait" ;;
     esac
     if [[ "$current" == -* ]]; then
         mapfile -t COMPREPLY < <(compgen -W "$options" -- "$current")

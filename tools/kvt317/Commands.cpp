@@ -9,6 +9,8 @@
 #include <BearingSettings.h>
 #include <KVT317_Settings.h>
 
+#include <QFileInfo>
+
 #include <algorithm>
 
 using namespace KVT317XML;
@@ -31,6 +33,21 @@ int Unusable(Document& document)
     Analyse(document);
     PrintDiagnostics(Err(), document.label, document.diagnostics);
     return Faults;
+}
+
+std::unique_ptr<REPORTGENERATOR::DocumentLock> LockForEdit(const QString& path,
+                                                           const Options& options)
+{
+    if (path == QLatin1String("-"))
+        return std::make_unique<REPORTGENERATOR::DocumentLock>(QString());
+    auto lock = std::make_unique<REPORTGENERATOR::DocumentLock>(path);
+    QString fault;
+    if (!lock->Acquire(options.waitMilliseconds, &fault)) {
+        fault[0] = fault.at(0).toLower(); // "cannot lock 'f.xml': ..."
+        Err() << "kvt317: " << fault << '\n';
+        return nullptr;
+    }
+    return lock;
 }
 
 namespace {
@@ -133,6 +150,13 @@ int RunConvert(const Options& options)
                                          ".json, .bin or .binz, or use --to")
                               .arg(output),
                           QStringLiteral("convert"));
+    // An existing document that is replaced is locked, as an edit would lock it.
+    std::unique_ptr<REPORTGENERATOR::DocumentLock> lock;
+    if (output != QLatin1String("-") && QFileInfo(output).isFile()) {
+        lock = LockForEdit(output, options);
+        if (!lock)
+            return UsageOrIo;
+    }
     const std::unique_ptr<Document> document = LoadDocument(options.arguments.at(0));
     if (const int status = Unusable(*document))
         return status;

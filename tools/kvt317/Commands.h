@@ -3,7 +3,11 @@
 #include "Document.h"
 #include "Output.h"
 
+#include <DocumentFile.h>
+
 #include <QStringList>
+
+#include <memory>
 
 // What the command line asked for.
 struct Options {
@@ -16,7 +20,13 @@ struct Options {
     Form to = Form::Xml;
     int level = -1;
     QString output;
+    int waitMilliseconds = REPORTGENERATOR::DocumentLock::DefaultWait; // --wait
 };
+
+// Takes the lock on a document file that a command edits, for as long as the lock lives;
+// null after printing why it cannot (exit 2).
+std::unique_ptr<REPORTGENERATOR::DocumentLock> LockForEdit(const QString& path,
+                                                           const Options& options);
 
 int RunCheck(const Options& options);
 int RunConvert(const Options& options);

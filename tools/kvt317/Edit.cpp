@@ -160,9 +160,16 @@ bool DefaultText(const RecordDescription& description, int bit, QString& text)
     return true;
 }
 
-// Loads and analyses the document a command edits; null after printing why not.
-std::unique_ptr<Document> Editable(const QString& path, int& status)
+// Locks, loads and analyses the document a command edits; null after printing why not.
+// The lock is held until the command has written the file.
+std::unique_ptr<Document> Editable(const QString& path, const Options& options, int& status,
+                                   std::unique_ptr<REPORTGENERATOR::DocumentLock>& lock)
 {
+    lock = LockForEdit(path, options);
+    if (!lock) {
+        status = UsageOrIo;
+        return nullptr;
+    }
     std::unique_ptr<Document> document = LoadDocument(path);
     status = Unusable(*document);
     if (status != Success)
@@ -248,7 +255,9 @@ int RunSet(const Options& options)
         return UsageError(QStringLiteral("set takes FILE and pairs of PATH VALUE"),
                           QStringLiteral("set"));
     int status = Success;
-    const std::unique_ptr<Document> document = Editable(options.arguments.at(0), status);
+    std::unique_ptr<REPORTGENERATOR::DocumentLock> lock;
+    const std::unique_ptr<Document> document =
+        Editable(options.arguments.at(0), options, status, lock);
     if (!document)
         return status;
     const std::unique_ptr<Record> edited = Copy(*document->record);
@@ -267,7 +276,9 @@ int RunSet(const Options& options)
 int RunUnset(const Options& options)
 {
     int status = Success;
-    const std::unique_ptr<Document> document = Editable(options.arguments.at(0), status);
+    std::unique_ptr<REPORTGENERATOR::DocumentLock> lock;
+    const std::unique_ptr<Document> document =
+        Editable(options.arguments.at(0), options, status, lock);
     if (!document)
         return status;
     const std::unique_ptr<Record> edited = Copy(*document->record);
@@ -320,7 +331,9 @@ int RunAdd(const Options& options)
         return UsageError(QStringLiteral("add takes FILE and pairs of PATH VALUE"),
                           QStringLiteral("add"));
     int status = Success;
-    const std::unique_ptr<Document> document = Editable(options.arguments.at(0), status);
+    std::unique_ptr<REPORTGENERATOR::DocumentLock> lock;
+    const std::unique_ptr<Document> document =
+        Editable(options.arguments.at(0), options, status, lock);
     if (!document)
         return status;
     const MemberDescription* list = ListMember(document->record->GetDescription());
@@ -351,7 +364,9 @@ int RunAdd(const Options& options)
 int RunRemove(const Options& options)
 {
     int status = Success;
-    const std::unique_ptr<Document> document = Editable(options.arguments.at(0), status);
+    std::unique_ptr<REPORTGENERATOR::DocumentLock> lock;
+    const std::unique_ptr<Document> document =
+        Editable(options.arguments.at(0), options, status, lock);
     if (!document)
         return status;
     const std::unique_ptr<Record> edited = Copy(*document->record);

@@ -1,8 +1,8 @@
 #include "Output.h"
 
+#include <DocumentFile.h>
 #include <QFile>
 #include <QFileInfo>
-#include <QSaveFile>
 
 #include <cerrno>
 #include <cstring>
@@ -119,28 +119,6 @@ QString Grouped(qint64 number)
     return number < 0 ? QLatin1Char('-') + digits : digits;
 }
 
-namespace {
-
-// Why a new file cannot be made next to `path`: QSaveFile only says "Unknown error" then.
-QString WhyNotCreatable(const QString& path)
-{
-    const QFileInfo directory(QFileInfo(path).absolutePath());
-    if (!directory.exists())
-        return SystemError(ENOENT);
-    if (!directory.isDir())
-        return SystemError(ENOTDIR);
-    if (!directory.isWritable())
-        return SystemError(EACCES);
-    return QString();
-}
-
-QString CannotWrite(const QString& path, const QString& why)
-{
-    return QStringLiteral("cannot write '%1': %2").arg(path, why);
-}
-
-} // namespace
-
 QString WriteOutput(const QString& path, const QByteArray& bytes)
 {
     if (path == QLatin1String("-")) {
@@ -149,31 +127,14 @@ QString WriteOutput(const QString& path, const QByteArray& bytes)
                    ? QString()
                    : QStringLiteral("cannot write to standard output: %1").arg(Out().TakeError());
     }
-    const QFileInfo info(path);
-    if (info.isDir())
-        return CannotWrite(path, SystemError(EISDIR));
-    if (info.exists() && !info.isFile()) {
-        // A device or a pipe cannot be replaced, and must not be: QSaveFile would put a
-        // regular file in its place.
-        QFile file(path);
-        if (!file.open(QIODevice::WriteOnly | QIODevice::Unbuffered))
-            return CannotWrite(path, file.errorString());
-        if (file.write(bytes) != bytes.size())
-            return CannotWrite(path, file.errorString());
+    // The library's writer: atomic, keeping mode, owner and group, with the system's reason.
+    QString fault;
+    QStringList warnings;
+    const bool written = REPORTGENERATOR::WriteDocumentFile(path, bytes, &fault, &warnings);
+    for (const QString& warning : warnings)
+        Err() << "kvt317: warning: " << warning << '\n';
+    if (written)
         return QString();
-    }
-    // Unbuffered, so that a short write is seen at the write rather than lost in a flush.
-    QSaveFile file(path);
-    if (!file.open(QIODevice::WriteOnly | QIODevice::Unbuffered)) {
-        const QString why = WhyNotCreatable(path);
-        return CannotWrite(path, why.isEmpty() ? file.errorString() : why);
-    }
-    if (file.write(bytes) != bytes.size()) {
-        const QString why = file.errorString();
-        file.cancelWriting();
-        return CannotWrite(path, why);
-    }
-    if (!file.commit())
-        return CannotWrite(path, file.errorString());
-    return QString();
+    fault[0] = fault.at(0).toLower(); // "cannot write 'f.xml': ..."
+    return fault;
 }

@@ -54,6 +54,10 @@ const std::vector<OptionInfo>& AllOptions()
          {QStringLiteral("o"), QStringLiteral("output")},
          "FILE",
          "write to FILE (its ending gives the form) instead of standard output"},
+        {"wait",
+         {QStringLiteral("wait")},
+         "SECONDS",
+         "how long an edit waits while another program edits the file (5)"},
         {"help", {QStringLiteral("h"), QStringLiteral("help")}, nullptr, "show this help"},
     };
     return options;
@@ -99,7 +103,8 @@ const std::vector<CommandInfo>& Commands()
          "the output would not hold what the input holds: content the library drops, texts\n"
          "that are not read as written, numbers rounded, or an output that reads back\n"
          "differently. --force writes anyway; a text XML cannot carry is never written.\n",
-         {QStringLiteral("to"), QStringLiteral("level"), QStringLiteral("force")},
+         {QStringLiteral("to"), QStringLiteral("level"), QStringLiteral("force"),
+          QStringLiteral("wait")},
          2,
          2,
          RunConvert},
@@ -166,7 +171,7 @@ const std::vector<CommandInfo>& Commands()
          "Sets each member PATH selects to VALUE, checked against the member's kind, and\n"
          "writes FILE back in its own form, atomically. Refuses like convert when writing\n"
          "would change anything else.\n",
-         {QStringLiteral("force")},
+         {QStringLiteral("force"), QStringLiteral("wait")},
          3,
          -1,
          RunSet},
@@ -175,7 +180,7 @@ const std::vector<CommandInfo>& Commands()
          "reset members",
          "Resets each member PATH selects. XML and binary documents always carry a required\n"
          "member: reset, it takes its default.\n",
-         {QStringLiteral("force")},
+         {QStringLiteral("force"), QStringLiteral("wait")},
          2,
          -1,
          RunUnset},
@@ -185,7 +190,7 @@ const std::vector<CommandInfo>& Commands()
          "Appends a complete detail (the one new writes, named and indexed after its\n"
          "position) to a KVT317_Settings document, with its members set as the PATH VALUE\n"
          "pairs say; paths are relative to the new detail.\n",
-         {QStringLiteral("force")},
+         {QStringLiteral("force"), QStringLiteral("wait")},
          1,
          -1,
          RunAdd},
@@ -194,7 +199,7 @@ const std::vector<CommandInfo>& Commands()
          "remove a detail from a settings document",
          "Removes the detail PATH selects: KVT317SettingsDetail[N] or\n"
          "KVT317SettingsDetail[Name=TEXT].\n",
-         {QStringLiteral("force")},
+         {QStringLiteral("force"), QStringLiteral("wait")},
          2,
          2,
          RunRemove},
@@ -347,6 +352,15 @@ int Run(const QStringList& arguments)
                     .arg(parser.value(QStringLiteral("to"))),
                 name);
     }
+    if (keys.contains(QStringLiteral("wait")) && parser.isSet(QStringLiteral("wait"))) {
+        bool ok = false;
+        const double seconds = parser.value(QStringLiteral("wait")).toDouble(&ok);
+        if (!ok || seconds < 0 || seconds > 86400)
+            return UsageError(QStringLiteral("--wait takes seconds from 0 to 86400, not '%1'")
+                                  .arg(parser.value(QStringLiteral("wait"))),
+                              name);
+        options.waitMilliseconds = static_cast<int>(seconds * 1000);
+    }
     if (keys.contains(QStringLiteral("level")) && parser.isSet(QStringLiteral("level"))) {
         bool ok = false;
         options.level = parser.value(QStringLiteral("level")).toInt(&ok);
@@ -369,6 +383,8 @@ int main(int argc, char** argv)
             open("/dev/null", O_RDONLY);
     // A reader that goes away is a failed write like any other: reported, exit 2.
     std::signal(SIGPIPE, SIG_IGN);
+    // So is a file grown past the size limit (ulimit -f): EFBIG, told as such.
+    std::signal(SIGXFSZ, SIG_IGN);
     int status = UsageOrIo;
     try {
         QCoreApplication application(argc, argv);

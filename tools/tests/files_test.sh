@@ -1,0 +1,102 @@
+#!/usr/bin/env bash
+# Edits that lose nothing: concurrent edits under the file's lock, a lock held by another
+# program, owner, group and mode kept, a symbolic link kept, a read-only file refused, and
+# the system's reason for a write that fails.
+#   files_test.sh KVT317 EXAMPLES_DIR SANITIZE LOCKED_EDIT
+source "$(dirname "$0")/lib.sh"
+locked_edit="$4"
+chmod 0755 "$work"
+
+items() { kvt317 show "$1" | head -n 1 | sed 's/.*, \([0-9,]*\) items\?$/\1/'; }
+
+# ---- four programs adding 20 details each to one file at once: all 80 are there
+cp examples/settings.xml shared.xml
+for loop in 1 2 3 4; do
+    (for i in $(seq 20); do kvt317 add --wait 60 shared.xml Name "loop $loop $i" || echo "add failed" >>failures.txt; done) &
+done
+wait
+[ ! -e failures.txt ] && passes=$((passes + 1)) || fail "$(wc -l <failures.txt) adds failed"
+[ "$(items shared.xml)" = 83 ] && passes=$((passes + 1)) || fail "$(items shared.xml) items, not 83"
+[ ! -e shared.xml.lock ] && passes=$((passes + 1)) || fail "the lock file stayed"
+
+# ---- another program holds the lock: an edit waits for it, or gives up with exit 2
+cp examples/settings.xml held.xml
+cp held.xml before.xml
+"$locked_edit" held.xml 33 3 &
+holder=$!
+for i in $(seq 50); do [ -e held.xml.lock ] && break; sleep 0.1; done
+run "refused while held" 2 kvt317 set --wait 0.5 held.xml 'KVT317SettingsDetail[1].Threshold' 12
+err <<<"kvt317: cannot lock 'held.xml': it is being edited by process $holder (locked_edit) on $(hostname); waited 500 ms"
+same_file "unchanged while held" held.xml before.xml
+run "waits for the holder" 0 kvt317 set --wait 30 held.xml 'KVT317SettingsDetail[1].Threshold' 12
+wait "$holder" && passes=$((passes + 1)) || fail "the holder's edit failed"
+run "both edits are in" 0 kvt317 get held.xml 'KVT317SettingsDetail[1].Threshold'
+out <<<"12"
+run "the holder's edit is in" 0 kvt317 get held.xml 'KVT317SettingsDetail[2].Threshold'
+out <<<"33"
+
+# A lock left by a process that died is taken over.
+cp examples/settings.xml stale.xml
+"$locked_edit" stale.xml 44 30 &
+holder=$!
+for i in $(seq 50); do [ -e stale.xml.lock ] && break; sleep 0.1; done
+kill -KILL "$holder"
+wait "$holder" 2>/dev/null
+run "stale lock" 0 kvt317 set --wait 5 stale.xml 'KVT317SettingsDetail[1].Threshold' 7
+run "stale lock edit is in" 0 kvt317 get stale.xml 'KVT317SettingsDetail[1].Threshold'
+out <<<"7"
+
+# ---- mode, owner and group kept; a symbolic link stays a link to the edited file
+cp examples/settings.xml private.xml
+chmod 0600 private.xml
+run "mode" 0 kvt317 set private.xml 'KVT317SettingsDetail[1].Threshold' 12
+[ "$(stat -c %a private.xml)" = 600 ] && passes=$((passes + 1)) || fail "mode $(stat -c %a private.xml)"
+cp examples/settings.xml real.xml
+ln -s real.xml link.xml
+run "symbolic link" 0 kvt317 set link.xml 'KVT317SettingsDetail[1].Threshold' 13
+[ -L link.xml ] && passes=$((passes + 1)) || fail "link.xml is no longer a link"
+run "the link's file is edited" 0 kvt317 get real.xml 'KVT317SettingsDetail[1].Threshold'
+out <<<"13"
+if [ "$(id -u)" = 0 ]; then
+    cp examples/settings.xml theirs.xml
+    chown 65534:65534 theirs.xml
+    chmod 0640 theirs.xml
+    run "owner and group" 0 kvt317 set theirs.xml 'KVT317SettingsDetail[1].Threshold' 12
+    [ "$(stat -c '%u:%g %a' theirs.xml)" = "65534:65534 640" ] && passes=$((passes + 1)) ||
+        fail "theirs.xml is $(stat -c '%u:%g %a' theirs.xml)"
+    # An ordinary user: a read-only file is refused and left as it was; a file of another
+    # owner in a group the user may write is written, and a warning says what changed.
+    if command -v runuser >/dev/null; then
+        as_nobody() { runuser -u nobody -- "$@"; }
+        chmod 0777 "$work"
+        cp examples/settings.xml readonly.xml
+        chown nobody readonly.xml
+        chmod 0444 readonly.xml
+        cp readonly.xml readonly.before
+        run "read-only" 2 as_nobody "$tool" set readonly.xml 'KVT317SettingsDetail[1].Threshold' 12
+        err <<<"kvt317: cannot write 'readonly.xml': Existing file readonly.xml is not writable"
+        same_file "read-only unchanged" readonly.xml readonly.before
+        cp examples/settings.xml group.xml
+        chown 0:65534 group.xml
+        chmod 0664 group.xml
+        run "another owner" 0 as_nobody "$tool" set group.xml 'KVT317SettingsDetail[1].Threshold' 12
+        err <<<"kvt317: warning: 'group.xml' could not keep its owner and group 0:65534 (Operation not permitted); they are now 65534:65534"
+        chmod 0755 "$work"
+    fi
+fi
+
+# ---- the system's reason for a write that fails
+run "file too large" 2 bash -c "ulimit -f 1; '$tool' convert examples/settings.xml large.xml"
+err <<<"kvt317: cannot write 'large.xml': File too large"
+[ ! -e large.xml ] && passes=$((passes + 1)) || fail "large.xml was left"
+run "full device" 2 kvt317 convert examples/settings.xml /dev/full --to xml
+err <<<"kvt317: cannot write '/dev/full': No space left on device"
+
+# ---- --wait takes seconds
+run "bad wait" 2 kvt317 set --wait soon private.xml 'KVT317SettingsDetail[1].Threshold' 12
+err <<'TEXT'
+kvt317: --wait takes seconds from 0 to 86400, not 'soon'
+Try 'kvt317 set --help'.
+TEXT
+
+finish
