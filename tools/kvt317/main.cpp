@@ -1,6 +1,7 @@
 // kvt317: checks, converts, shows and edits receiver-settings documents.
 
 #include "Commands.h"
+#include "Values.h"
 
 #include <KVT317XmlVersion.h>
 
@@ -17,6 +18,13 @@
 #include <vector>
 
 namespace {
+
+// "; did you mean 'set'?" for a name close to one of the candidates, or nothing.
+QString DidYouMean(const QString& name, const QStringList& candidates)
+{
+    const QString suggestion = Suggestion(name, candidates);
+    return suggestion.isNull() ? QString() : QStringLiteral("; did you mean '%1'?").arg(suggestion);
+}
 
 struct OptionInfo {
     const char* key;
@@ -285,8 +293,13 @@ int Run(const QStringList& arguments)
     for (const CommandInfo& candidate : Commands())
         if (name == QLatin1String(candidate.name))
             command = &candidate;
-    if (!command)
-        return UsageError(QStringLiteral("unknown command '%1'").arg(name));
+    if (!command) {
+        QStringList names;
+        for (const CommandInfo& candidate : Commands())
+            names.append(QLatin1String(candidate.name));
+        return UsageError(QStringLiteral("unknown command '%1'").arg(name) +
+                          DidYouMean(name, names));
+    }
 
     QCommandLineParser parser;
     parser.setSingleDashWordOptionMode(QCommandLineParser::ParseAsLongOptions);
@@ -311,8 +324,23 @@ int Run(const QStringList& arguments)
             rest.append(argument);
         }
     }
-    if (!parser.parse(rest))
-        return UsageError(parser.errorText(), name);
+    if (!parser.parse(rest)) {
+        if (parser.unknownOptionNames().isEmpty())
+            return UsageError(parser.errorText(), name);
+        // The options this command takes, by the names they are given as.
+        const QString unknown = parser.unknownOptionNames().first();
+        QStringList names;
+        for (const QString& key : keys)
+            for (const QString& option : Option(key).names)
+                if (option.size() > 1)
+                    names.append(option);
+        const QString suggestion = Suggestion(unknown, names);
+        return UsageError(
+            QStringLiteral("unknown option '%1%2'").arg(unknown.size() > 1 ? "--" : "-", unknown) +
+                (suggestion.isNull() ? QString()
+                                     : QStringLiteral("; did you mean '--%1'?").arg(suggestion)),
+            name);
+    }
     if (parser.isSet(QStringLiteral("help"))) {
         Out() << CommandHelp(*command);
         return Success;

@@ -100,6 +100,14 @@ latin.xml:1:18: warning: text '�' outside any member (ignored)
 checked 1 file, 1 with faults (2 errors, 1 warning)
 TEXT
 
+# Input that is none of the forms, by its first bytes.
+printf '\x89PNG\r\n\x1a\n\0\0\0\rIHDR' >picture.png
+run "not a settings document" 1 kvt317 check picture.png
+out <<'TEXT'
+picture.png:1:1: error: not a settings document: its first bytes 0x89504E47 are neither '<' (XML), '{' (JSON), 'KVTZ' (compressed binary) nor the tag of a record type (binary: KVT317_Settings 0x5DF5F465, KVT317SettingsDetail 0xF9EA2157, BearingSettings 0x856C9896, FrequencyRange 0x0E9DCC54)
+checked 1 file, 1 with faults (1 error, 0 warnings)
+TEXT
+
 # ---- binary input, located by byte offset: FILE:1:OFFSET+1
 head -c 300 examples/settings.bin >truncated.bin
 printf '\x0e\x9d\xcc\x54\x00\x00\x00\x00' >range.bin
@@ -110,7 +118,7 @@ out <<'TEXT'
 truncated.bin:1:301: error: KVT317SettingsDetail[1]: KVT317SettingsDetail::SetBinary(...): Length error occurred during processing of binary representation
 range.bin:1:1: error: FrequencyRange: Please set StartFrequency properly.
 range.bin:1:1: error: FrequencyRange: Please set StopFrequency properly.
-foreign.bin:1:1: error: the frame's tag 0x12345678 is no record type; known are KVT317_Settings 0x5DF5F465, KVT317SettingsDetail 0xF9EA2157, BearingSettings 0x856C9896, FrequencyRange 0x0E9DCC54
+foreign.bin:1:1: error: not a settings document: its first bytes 0x12345678 are neither '<' (XML), '{' (JSON), 'KVTZ' (compressed binary) nor the tag of a record type (binary: KVT317_Settings 0x5DF5F465, KVT317SettingsDetail 0xF9EA2157, BearingSettings 0x856C9896, FrequencyRange 0x0E9DCC54)
 unknown-tag.bin:1:9: error: unknown entry 0x01020304 of 0 bytes (ignored)
 unknown-tag.bin:1:17: error: KVT317_Settings: Please set KVT317SettingsDetail properly.
 checked 4 files, 4 with faults (6 errors, 0 warnings)

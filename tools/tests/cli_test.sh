@@ -53,9 +53,24 @@ Try 'kvt317 --help'.
 TEXT
 run "unknown option" 2 kvt317 check --strict examples/settings.xml
 err <<'TEXT'
-kvt317: Unknown option 'strict'.
+kvt317: unknown option '--strict'
 Try 'kvt317 check --help'.
 TEXT
+run "mistyped command" 2 kvt317 sett examples/settings.xml
+err <<'TEXT'
+kvt317: unknown command 'sett'; did you mean 'set'?
+Try 'kvt317 --help'.
+TEXT
+run "mistyped option" 2 kvt317 set --forse examples/settings.xml Threshold 1
+err <<'TEXT'
+kvt317: unknown option '--forse'; did you mean '--force'?
+Try 'kvt317 set --help'.
+TEXT
+# A reader that goes away ends the command quietly, as it ends grep and git.
+{ echo '<KVT317_Settings>'; for i in $(seq 400); do sed -n '/<KVT317SettingsDetail/,/<\/KVT317SettingsDetail>/p' examples/settings.xml; done; echo '</KVT317_Settings>'; } >long.xml
+run "closed pipe" 0 bash -c "'$tool' show long.xml | head -n 1"
+out <<<"long.xml: KVT317_Settings, XML, 1,200 items"
+err </dev/null
 run "missing argument" 2 kvt317 diff examples/settings.xml
 err <<'TEXT'
 kvt317: diff takes A B

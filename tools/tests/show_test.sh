@@ -189,7 +189,7 @@ run "dump xml" 2 kvt317 dump examples/settings.xml
 err <<<"kvt317: examples/settings.xml is XML; dump lists binary documents"
 printf '\x12\x34\x56\x78\x00\x00\x00\x00' >foreign.bin
 run "dump foreign" 1 kvt317 dump foreign.bin
-err <<<"foreign.bin:1:1: error: the frame's tag 0x12345678 is no record type; known are KVT317_Settings 0x5DF5F465, KVT317SettingsDetail 0xF9EA2157, BearingSettings 0x856C9896, FrequencyRange 0x0E9DCC54"
+err <<<"foreign.bin:1:1: error: not a settings document: its first bytes 0x12345678 are neither '<' (XML), '{' (JSON), 'KVTZ' (compressed binary) nor the tag of a record type (binary: KVT317_Settings 0x5DF5F465, KVT317SettingsDetail 0xF9EA2157, BearingSettings 0x856C9896, FrequencyRange 0x0E9DCC54)"
 
 # ---- diff
 { head -n 22 examples/settings.xml; echo '</KVT317_Settings>'; } >one.xml
