@@ -218,35 +218,45 @@ int RunGet(const Options& options)
     const std::unique_ptr<Document> document = LoadDocument(options.arguments.at(0));
     if (const int status = Unusable(*document))
         return status;
-    Target target;
-    bool notSet = false;
-    const QString error =
-        Resolve(*document->record, options.arguments.at(1), false, target, &notSet);
-    if (!error.isEmpty())
-        return Fail(document->label + QStringLiteral(": ") + error, notSet ? Faults : UsageOrIo);
-    const MemberDescription& member = target.Member();
-    const Record& record = *target.record;
-    const bool set = record.IsMemberSet(target.bit);
-    if (member.kind == MemberKind::RecordList) {
-        if (target.item >= 0) {
-            WriteJson(*record.ListItem(target.bit, target.item));
-            return Success;
+    QString expandError;
+    const QStringList paths = Expand(*document->record, options.arguments.at(1), expandError);
+    if (!expandError.isEmpty())
+        return Fail(document->label + QStringLiteral(": ") + expandError);
+    int status = Success;
+    for (const QString& path : paths) {
+        Target target;
+        bool notSet = false;
+        const QString error = Resolve(*document->record, path, false, target, &notSet);
+        if (!error.isEmpty())
+            return Fail(document->label + QStringLiteral(": ") + error,
+                        notSet ? Faults : UsageOrIo);
+        const MemberDescription& member = target.Member();
+        const Record& record = *target.record;
+        const bool set = record.IsMemberSet(target.bit);
+        if (member.kind == MemberKind::RecordList) {
+            if (target.item >= 0) {
+                WriteJson(*record.ListItem(target.bit, target.item));
+                continue;
+            }
+            JsonWriter json;
+            json.BeginArray();
+            for (int i = 0; set && i < record.ListSize(target.bit); ++i)
+                WriteRecordJson(json, *record.ListItem(target.bit, i));
+            json.EndArray();
+            Out().Write(json.Finish());
+            continue;
         }
-        JsonWriter json;
-        json.BeginArray();
-        for (int i = 0; set && i < record.ListSize(target.bit); ++i)
-            WriteRecordJson(json, *record.ListItem(target.bit, i));
-        json.EndArray();
-        Out().Write(json.Finish());
-        return Success;
+        if (!set) {
+            Fail(QStringLiteral("%1: %2 is not set").arg(document->label, target.path), Faults);
+            status = Faults;
+            continue;
+        }
+        if (member.kind == MemberKind::Record)
+            WriteJson(*record.Child(target.bit));
+        else
+            Out() << record.MemberText(target.bit) << '\n';
     }
-    if (!set)
-        return Fail(QStringLiteral("%1: %2 is not set").arg(document->label, target.path), Faults);
-    if (member.kind == MemberKind::Record)
-        WriteJson(*record.Child(target.bit));
-    else
-        Out() << record.MemberText(target.bit) << '\n';
-    return Success;
+    return status;
 }
 
 int RunSet(const Options& options)
@@ -264,9 +274,13 @@ int RunSet(const Options& options)
     Touched touched;
     DiagnosticList findings;
     for (int i = 1; i + 1 < options.arguments.size(); i += 2) {
-        const QString error =
-            Assign(*edited, QString(), options.arguments.at(i), options.arguments.at(i + 1),
-                   document->form, touched, findings);
+        QString error;
+        for (const QString& path : Expand(*edited, options.arguments.at(i), error)) {
+            error = Assign(*edited, QString(), path, options.arguments.at(i + 1), document->form,
+                           touched, findings);
+            if (!error.isEmpty())
+                break;
+        }
         if (!error.isEmpty())
             return Fail(document->label + QStringLiteral(": ") + error);
     }
@@ -378,6 +392,11 @@ int RunRemove(const Options& options)
         return Fail(QStringLiteral("%1: %2 is no list item; select one with [N] or [Name=...]")
                         .arg(document->label, target.path));
     target.record->RemoveListItem(target.bit, target.item);
+    if (target.record->ListSize(target.bit) == 0 && target.Member().required && !options.force)
+        return Fail(QStringLiteral("%1: %2 is the last of %3, and a document without any does "
+                                   "not check; --force removes it anyway")
+                        .arg(document->label, target.path, target.Member().name),
+                    Faults);
     const QString removed = target.path;
     WriteRequest request = Request(*document, options);
     request.locatable = false;
