@@ -114,8 +114,11 @@ QString WithoutUnit(const RecordDescription& record, const MemberDescription& me
     static const QRegularExpression withUnit(
         QStringLiteral("^\\s*([+-]?)([0-9]*)(?:\\.([0-9]*))?(?:[eE]([+-]?[0-9]+))?\\s*([^0-9\\s.+-]"
                        "[^\\s]*)\\s*$"));
+    bool number = false;
+    value.toDouble(&number);
     const QRegularExpressionMatch match = withUnit.match(value);
-    if (!match.hasMatch() || (match.captured(2).isEmpty() && match.captured(3).isEmpty()))
+    if (number || !match.hasMatch() ||
+        (match.captured(2).isEmpty() && match.captured(3).isEmpty()))
         return value;
     const QString given = match.captured(5);
     const QString unit = Unit(record.name, member.name);
