@@ -117,8 +117,7 @@ QString WithoutUnit(const RecordDescription& record, const MemberDescription& me
     bool number = false;
     value.toDouble(&number);
     const QRegularExpressionMatch match = withUnit.match(value);
-    if (number || !match.hasMatch() ||
-        (match.captured(2).isEmpty() && match.captured(3).isEmpty()))
+    if (number || !match.hasMatch() || (match.captured(2).isEmpty() && match.captured(3).isEmpty()))
         return value;
     const QString given = match.captured(5);
     const QString unit = Unit(record.name, member.name);
