@@ -206,4 +206,28 @@ err <<<"kvt317: last.xml: KVT317SettingsDetail[1] is the last of KVT317SettingsD
 same_file "last detail kept" last.xml last.before
 run "remove the last detail forced" 0 kvt317 remove --force last.xml 'KVT317SettingsDetail[1]'
 
+# ---- values with the units show prints, converted exactly
+cp examples/settings.xml units.xml
+cp examples/bearing-settings.xml units-bearing.xml
+run "units" 0 kvt317 set units.xml 'KVT317SettingsDetail[1].FrequencyRange.StartFrequency' 121.5MHz \
+    'KVT317SettingsDetail[1].FrequencyRange.StopFrequency' '137.0125 MHz' \
+    'KVT317SettingsDetail[1].AttenuationHoldTime' 300ms 'KVT317SettingsDetail[1].Threshold' '12 dBµV'
+run "units read back" 0 kvt317 get units.xml 'KVT317SettingsDetail[1].FrequencyRange'
+out <<'TEXT'
+{
+  "StartFrequency": 121500000.00,
+  "StopFrequency": 137012500.00
+}
+TEXT
+run "more units" 0 kvt317 set units-bearing.xml DFBandwidth '12.5 kHz' Frequency 0.1215GHz \
+    LevelThreshold '-90 dBµV' QualityThreshold 70% ElevationThreshold 40°
+run "more units read back" 0 kvt317 get units-bearing.xml Frequency
+out <<<"121500000.000000000"
+run "unit of another member" 2 kvt317 set units.xml 'KVT317SettingsDetail[1].Threshold' 5MHz
+err <<<"kvt317: units.xml: KVT317SettingsDetail[1]: Threshold is in dBµV, not 'MHz'"
+run "no unit" 2 kvt317 set units.xml 'KVT317SettingsDetail[1].ScanMemoryID' 5Hz
+err <<<"kvt317: units.xml: KVT317SettingsDetail[1]: ScanMemoryID takes no unit, not 'Hz'"
+run "unknown unit" 2 kvt317 set units-bearing.xml Frequency 121.5mHz
+err <<<"kvt317: units-bearing.xml: Frequency is in Hz, kHz, MHz or GHz, not 'mHz'"
+
 finish
