@@ -89,6 +89,7 @@ public:
     /// floating point, the lowest value for signed and the highest for unsigned integers),
     /// texts when null, date-times when not valid. The records of KVT317Xml do not use them.
     ///@{
+
     /// Whether the value is not the invalid marker of its type.
     virtual bool IsValid(float value) const;
     /// Whether the value is valid: a bool always is.
@@ -214,8 +215,8 @@ protected:
     /// Transaction hook of the whole-document loads: a cheap snapshot of the record's
     /// members. The base version keeps nothing.
     virtual std::shared_ptr<const void> SaveState() const;
-    /// Puts a snapshot of SaveState() back after a document fault. The base version does
-    /// nothing.
+    /// Puts a snapshot of SaveState() back after a document fault or an exception out of a
+    /// whole-document load. The base version does nothing.
     virtual void RestoreState(const std::shared_ptr<const void>& state);
 
 public:

@@ -77,6 +77,7 @@ public:
 
     /// @name Positions, kept by the base's reading loops
     ///@{
+
     /// Starts a new XML document: positions count from its beginning.
     void BeginXml(QStringView source);
     /// Reads the next token, first noting where the current one ends.

@@ -18,6 +18,8 @@ struct MemberRow;
 struct ReadPosition;
 class ReadContext;
 
+// Each row of the accessor table below stays within the column limit, so that formatting
+// never re-flows the table.
 /// @brief The behaviour that every record shares, driven by its member table.
 ///
 /// Lazily created, implicitly shared member storage with set and has-default flags,
@@ -34,19 +36,18 @@ class ReadContext;
 ///
 /// Every member `X` of a record has the same family of accessors:
 ///
-// clang-format off
 /// | Accessor | What it does |
 /// |---|---|
 /// | `GetX()` | The value; while the member is unset, its default. |
-/// | `SetX(value)` | Stores the value and marks the member set; a value that is not valid is reported first (see below). |
+/// | `SetX(value)` | Stores the value and marks the member set. |
 /// | `IsXSet()` | Whether the member is set. |
 /// | `ResetX()` | Marks the member unset and puts its default back. |
 /// | `IsValidX(value)` | Whether a value is valid for the member. |
-/// | `GetDefaultX()`, `SetDefaultX(value)` | The member's default in this object; a member with a default is set to it by ResetToDefault(). |
+/// | `GetDefaultX()`, `SetDefaultX(value)` | The member's default in this object. |
 ///
-/// A value that is not valid (an enumeration outside its names, a null text) is reported as
-/// WARNING and stored all the same with validation off, and raised with validation on.
-// clang-format on
+/// SetX() reports a value that is not valid (an enumeration outside its names, a null text)
+/// before it stores it: as WARNING, and stores it all the same, with validation off; with
+/// validation on it raises. A member with a default is set to it by ResetToDefault().
 ///
 /// An enumerated member adds `GetInvalidX()` and `SetInvalidX()` (the value that
 /// `NameToX()` gives for an unknown name, -1 unless changed), `XToName(value)` and
@@ -91,6 +92,7 @@ public:
     /// printing (see RecordDebug.h). `bit` is a member's position in
     /// GetDescription().members.
     ///@{
+
     /// Whether the member is set.
     bool IsMemberSet(int bit) const;
     /// The member's current value in its XML text form (empty for child records and lists).
@@ -116,6 +118,7 @@ public:
     /// reports and raising of the typed accessors (SetX(), ResetX(), the list's append).
     /// Generic programs (the kvt317 tool, item models, editors) write records with these.
     ///@{
+
     /// Sets the member from its text form, converted as XML reading converts it: whole
     /// numbers and numbers through Qt's conversions (a text that does not read gives 0),
     /// enumerations by name (an unknown name gives the invalid marker, which the setter
@@ -175,6 +178,7 @@ protected:
     /// @name Typed access for the accessors of concrete records
     /// `T` is the member's own type (the item type for a list's default).
     ///@{
+
     /// The member's current value.
     template <class T> const T& Value(int bit) const
     {
@@ -228,6 +232,7 @@ protected:
 
     /// @name Enumeration conversions through the member's name table
     ///@{
+
     /// The name of a value, or a null text outside the names.
     QString EnumName(int bit, int value) const;
     /// The value of an exact name, or the member's invalid marker.

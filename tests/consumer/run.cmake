@@ -31,6 +31,17 @@ foreach(schema KVT317_Settings.xsd BearingSettings.xsd)
   endif()
 endforeach()
 
+# The guides always; the API reference when it was built (the docs target).
+foreach(page guide.md binary-format.md)
+  if(NOT EXISTS "${prefix}/share/doc/KVT317Xml/${page}")
+    message(FATAL_ERROR "${page} is not installed into share/doc/KVT317Xml")
+  endif()
+endforeach()
+if(EXISTS "${BUILD_DIR}/docs/html/index.html"
+   AND NOT EXISTS "${prefix}/share/doc/KVT317Xml/html/index.html")
+  message(FATAL_ERROR "the API reference is not installed into share/doc/KVT317Xml/html")
+endif()
+
 run("configuring the consumer" "${CMAKE_COMMAND}" -S "${SOURCE_DIR}" -B "${WORK_DIR}/build"
     "-DCMAKE_PREFIX_PATH=${prefix}" -DCMAKE_BUILD_TYPE=Release
     -DQT_NO_CREATE_VERSIONLESS_TARGETS=ON "-DEXPECTED_QT_MAJOR=${QT_MAJOR}"
