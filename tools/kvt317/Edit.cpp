@@ -188,10 +188,12 @@ QString Assign(Record& base, const QString& basePath, const QString& path, const
         return QStringLiteral("%1 is a list item; set its members").arg(target.path);
     QString warning;
     QString unitError;
+    const MemberKind kind = target.Member().kind;
+    const bool numeric =
+        kind == MemberKind::Integer || kind == MemberKind::Float || kind == MemberKind::Double;
     const QString number =
-        target.Member().kind == MemberKind::Text
-            ? value
-            : WithoutUnit(target.record->GetDescription(), target.Member(), value, unitError);
+        numeric ? WithoutUnit(target.record->GetDescription(), target.Member(), value, unitError)
+                : value;
     const QString valueError =
         unitError.isEmpty()
             ? CheckValue(target.record->GetDescription(), target.Member(), number, form, warning)
