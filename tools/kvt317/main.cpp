@@ -40,7 +40,15 @@ const std::vector<OptionInfo>& AllOptions()
          {QStringLiteral("q"), QStringLiteral("quiet")},
          nullptr,
          "print only the count of files and faults"},
+        {"no-lint",
+         {QStringLiteral("no-lint")},
+         nullptr,
+         "leave out the warnings about likely slips (start above stop, a Name or index twice)"},
         {"format", {QStringLiteral("format")}, "FORMAT", "text (the default) or json"},
+        {"by",
+         {QStringLiteral("by")},
+         "KEY",
+         "how list items are paired: position (the default) or name (their Name)"},
         {"to",
          {QStringLiteral("to")},
          "FORM",
@@ -96,9 +104,12 @@ const std::vector<CommandInfo>& Commands()
          "that do not read in full or overflow, unknown enumeration names, date-times that\n"
          "do not read, members given twice, more decimals than a member keeps, invalid UTF-8\n"
          "and whole numbers beyond 32 bits in binary input, texts XML cannot carry. Beyond 20\n"
-         "identical diagnostics the rest are counted. Exit 0 when every document is clean, 1\n"
-         "when any has faults, 2 when one cannot be read.\n",
-         {QStringLiteral("quiet"), QStringLiteral("format")},
+         "identical diagnostics the rest are counted. It also warns about what the library\n"
+         "accepts but is most likely a slip: a frequency range whose start lies above its\n"
+         "stop, and a Name or an index that two items share (--no-lint leaves these out).\n"
+         "Exit 0 when every document is clean, 1 when any has faults, 2 when one cannot be\n"
+         "read.\n",
+         {QStringLiteral("quiet"), QStringLiteral("format"), QStringLiteral("no-lint")},
          1,
          -1,
          RunCheck},
@@ -139,8 +150,9 @@ const std::vector<CommandInfo>& Commands()
          "A B",
          "compare two documents member by member",
          "Prints the members in which two documents of one record type differ, list items\n"
-         "paired by position. Exit 0 when they are equal, 1 otherwise.\n",
-         {QStringLiteral("format")},
+         "paired by position, or with --by name by their Name (items only in one document\n"
+         "are said so). Exit 0 when they are equal, 1 otherwise.\n",
+         {QStringLiteral("format"), QStringLiteral("by")},
          2,
          2,
          RunDiff},
@@ -160,7 +172,7 @@ const std::vector<CommandInfo>& Commands()
          "list the members of the record types",
          "Lists every member of a record type (or of all): its kind, its default, whether it\n"
          "is required, and the names an enumeration allows.\n",
-         {},
+         {QStringLiteral("format")},
          0,
          1,
          RunMembers},
@@ -359,6 +371,15 @@ int Run(const QStringList& arguments)
                           name);
     if (keys.contains(QStringLiteral("quiet")))
         options.quiet = parser.isSet(QStringLiteral("quiet"));
+    if (keys.contains(QStringLiteral("by")) && parser.isSet(QStringLiteral("by"))) {
+        const QString by = parser.value(QStringLiteral("by"));
+        if (by != QLatin1String("position") && by != QLatin1String("name"))
+            return UsageError(QStringLiteral("--by takes position or name, not '%1'").arg(by),
+                              name);
+        options.byName = by == QLatin1String("name");
+    }
+    if (keys.contains(QStringLiteral("no-lint")))
+        options.lint = !parser.isSet(QStringLiteral("no-lint"));
     if (keys.contains(QStringLiteral("force")))
         options.force = parser.isSet(QStringLiteral("force"));
     if (keys.contains(QStringLiteral("bearing")))
