@@ -84,6 +84,9 @@ bool WriteDocumentFile(const QString& path, const QByteArray& bytes, QString* fa
         ::close(fd);
         return why.isEmpty() ? true : fail(why);
     }
+    // QSaveFile refuses a file it may not write in words of its own: the system's are wanted.
+    if (existed && ::access(local.constData(), W_OK) != 0)
+        return fail(SystemReason(errno));
     QSaveFile file(path);
     if (!file.open(QIODevice::WriteOnly | QIODevice::Unbuffered)) {
         const int error = errno;
@@ -93,19 +96,24 @@ bool WriteDocumentFile(const QString& path, const QByteArray& bytes, QString* fa
     const int fd = file.handle();
     if (existed) {
         // The new file takes the old one's owner, group and mode, as far as it may.
-        if (::fchown(fd, before.st_uid, before.st_gid) != 0 && warnings) {
+        if (::fchown(fd, before.st_uid, before.st_gid) != 0) {
             const int error = errno;
+            // Giving the file away is not allowed, but keeping its group may be (a group the
+            // user belongs to); whatever fails here, the file is written.
+            const int groupKept = ::fchown(fd, static_cast<uid_t>(-1), before.st_gid);
+            static_cast<void>(groupKept);
             struct stat now {
             };
-            ::fstat(fd, &now);
-            warnings->append(QStringLiteral("'%1' could not keep its owner and group %2:%3 (%4); "
-                                            "they are now %5:%6")
-                                 .arg(path)
-                                 .arg(before.st_uid)
-                                 .arg(before.st_gid)
-                                 .arg(SystemReason(error))
-                                 .arg(now.st_uid)
-                                 .arg(now.st_gid));
+            if (warnings && ::fstat(fd, &now) == 0)
+                warnings->append(
+                    QStringLiteral("'%1' could not keep its owner and group %2:%3 (%4); "
+                                   "they are now %5:%6")
+                        .arg(path)
+                        .arg(before.st_uid)
+                        .arg(before.st_gid)
+                        .arg(SystemReason(error))
+                        .arg(now.st_uid)
+                        .arg(now.st_gid));
         }
         ::fchmod(fd, before.st_mode & 07777);
     }
@@ -129,8 +137,11 @@ DocumentLock::DocumentLock(const QString& path)
     const QString file = info.exists() ? info.canonicalFilePath() : info.absoluteFilePath();
     m_lockFileName = file + QStringLiteral(".lock");
     m_lock = std::make_unique<QLockFile>(m_lockFileName);
-    // Held for one edit: never taken over while its process lives, whatever its age.
-    m_lock->setStaleLockTime(0);
+    // A lock whose process died is taken over at once. One that names no process (its
+    // process was killed before it wrote its name) is taken over once it is a second old:
+    // the holder's lock on the open lock file (flock) keeps a living holder's lock, whatever
+    // its age, from being taken.
+    m_lock->setStaleLockTime(1000);
 }
 
 DocumentLock::~DocumentLock() = default;
@@ -154,6 +165,12 @@ bool DocumentLock::Acquire(int milliseconds, QString* fault)
                 .arg(m_path)
                 .arg(pid)
                 .arg(application.isEmpty() ? QStringLiteral("unknown program") : application, host)
+                .arg(milliseconds);
+    } else if (m_lock->error() == QLockFile::LockFailedError) {
+        // Its holder was killed before it wrote its name, or is just writing it.
+        *fault =
+            QStringLiteral("Cannot lock '%1': its lock file '%2' names no holder; waited %3 ms")
+                .arg(m_path, m_lockFileName)
                 .arg(milliseconds);
     } else {
         const QString why = DirectoryReason(m_path);

@@ -46,6 +46,18 @@ run "stale lock" 0 kvt317 set --wait 5 stale.xml 'KVT317SettingsDetail[1].Thresh
 run "stale lock edit is in" 0 kvt317 get stale.xml 'KVT317SettingsDetail[1].Threshold'
 out <<<"7"
 
+# A lock file that names no holder, while a program holds it (flock): refused, and told so.
+if command -v flock >/dev/null; then
+    cp examples/settings.xml nameless.xml
+    flock nameless.xml.lock bash -c 'echo $$ >nameless.pid; exec sleep 30' &
+    for i in $(seq 50); do [ -s nameless.pid ] && break; sleep 0.1; done
+    run "a lock that names no holder" 2 kvt317 set --wait 0 nameless.xml 'KVT317SettingsDetail[1].Threshold' 7
+    err <<<"kvt317: cannot lock 'nameless.xml': its lock file '$(pwd -P)/nameless.xml.lock' names no holder; waited 0 ms"
+    same_file "unchanged while nameless" nameless.xml examples/settings.xml
+    kill "$(cat nameless.pid)"
+    wait
+fi
+
 # ---- mode, owner and group kept; a symbolic link stays a link to the edited file
 cp examples/settings.xml private.xml
 chmod 0600 private.xml
@@ -74,7 +86,7 @@ if [ "$(id -u)" = 0 ]; then
         chmod 0444 readonly.xml
         cp readonly.xml readonly.before
         run "read-only" 2 as_nobody "$tool" set readonly.xml 'KVT317SettingsDetail[1].Threshold' 12
-        err <<<"kvt317: cannot write 'readonly.xml': Existing file readonly.xml is not writable"
+        err <<<"kvt317: cannot write 'readonly.xml': Permission denied"
         same_file "read-only unchanged" readonly.xml readonly.before
         cp examples/settings.xml group.xml
         chown 0:65534 group.xml
@@ -83,6 +95,47 @@ if [ "$(id -u)" = 0 ]; then
         err <<<"kvt317: warning: 'group.xml' could not keep its owner and group 0:65534 (Operation not permitted); they are now 65534:65534"
         chmod 0755 "$work"
     fi
+fi
+
+# ---- a command killed at any moment of its edit leaves the complete old or the complete new
+# file and no temporary file: killed (strace's fault injection) at each call, in turn, that
+# locks, writes, syncs, links, renames or unlocks. Qt's QSaveFile gives its unnamed new file
+# a name of its own just before renaming it over the old one; a kill between those two calls
+# is the one moment that leaves that file beside the old one, and is not tried.
+if command -v strace >/dev/null && strace -o /dev/null true 2>/dev/null; then
+    calls=flock,write,fdatasync,fsync,fchown,fchmod,linkat,rename,renameat,renameat2,unlink
+    mkdir killed
+    cp examples/settings.xml killed/old.xml
+    cp examples/settings.xml killed/new.xml
+    kvt317 set killed/new.xml 'KVT317SettingsDetail[1].Threshold' 21
+    mkdir killing
+    cp killed/old.xml killing/settings.xml
+    strace -f -qq -o calls.txt -e trace="$calls" "$tool" set killing/settings.xml \
+        'KVT317SettingsDetail[1].Threshold' 21
+    # Each call by name and its number among the calls of that name.
+    sed -n 's/^[0-9]* *\([a-z0-9]*\)(.*/\1/p' calls.txt | awk '{ print $1 ":" ++seen[$1] }' >points.txt
+    grep -q '^write:2$' points.txt && grep -q '^unlink:1$' points.txt && passes=$((passes + 1)) ||
+        fail "the edit's calls were not seen: $(tr '\n' ' ' <points.txt)"
+    renamed=0
+    name="killed"
+    while IFS=: read -r call number; do
+        case "$call" in rename*) renamed=1; continue ;; esac
+        rm -rf killing && mkdir killing && cp killed/old.xml killing/settings.xml
+        {
+            strace -f -qq -o /dev/null -e trace="$call" -e inject="$call":signal=KILL:when="$number" \
+                "$tool" set killing/settings.xml 'KVT317SettingsDetail[1].Threshold' 21
+        } 2>/dev/null
+        expected=killed/old.xml
+        [ "$renamed" = 1 ] && expected=killed/new.xml
+        cmp -s killing/settings.xml "$expected" && passes=$((passes + 1)) ||
+            fail "killed at $call $number: not the complete $(basename "$expected" .xml) file"
+        # What may stay is the lock of the killed command, which the next edit takes over.
+        left=$(cd killing && ls -A | grep -vx 'settings.xml' | grep -vx 'settings.xml.lock')
+        [ -z "$left" ] && passes=$((passes + 1)) || fail "killed at $call $number, left $left"
+        "$tool" set killing/settings.xml 'KVT317SettingsDetail[1].Threshold' 21 &&
+            cmp -s killing/settings.xml killed/new.xml && [ "$(ls -A killing)" = settings.xml ] &&
+            passes=$((passes + 1)) || fail "the edit after a kill at $call $number failed"
+    done <points.txt
 fi
 
 # ---- the system's reason for a write that fails
