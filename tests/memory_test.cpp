@@ -163,8 +163,8 @@ struct ToolRun {
     qint64 peak = -1; // resident, bytes
 };
 
-// Runs `kvt317 check --quiet FILE` in a process of its own and measures its peak memory.
-ToolRun CheckWithTool(const QByteArray& document)
+// Runs `kvt317 COMMAND OPTION FILE` in a process of its own and measures its peak memory.
+ToolRun RunTool(const char* command, const char* option, const QByteArray& document)
 {
     ToolRun run;
     QTemporaryDir dir;
@@ -181,7 +181,7 @@ ToolRun CheckWithTool(const QByteArray& document)
     if (pid == 0) {
         const int fd = ::open(out.constData(), O_WRONLY | O_CREAT | O_TRUNC, 0600);
         dup2(fd, 1);
-        execl(tool.constData(), tool.constData(), "check", "--quiet", input.constData(),
+        execl(tool.constData(), tool.constData(), command, option, input.constData(),
               static_cast<char*>(nullptr));
         _exit(127);
     }
@@ -195,6 +195,12 @@ ToolRun CheckWithTool(const QByteArray& document)
     if (result.open(QIODevice::ReadOnly))
         run.output = result.readAll();
     return run;
+}
+
+// Runs `kvt317 check --quiet FILE`.
+ToolRun CheckWithTool(const QByteArray& document)
+{
+    return RunTool("check", "--quiet", document);
 }
 
 void ExpectMillionEmptyItemsChecked(const QByteArray& document, qint64 inputSize)
@@ -221,6 +227,25 @@ TEST(MemoryBound, ToolChecksMillionEmptyListItemsCompressed)
     const QByteArray frame = hostile::EmptyItemsFrame(1000000);
     ExpectMillionEmptyItemsChecked(
         hostile::Compressed(hostile::Deflated(4000000, '\0', frame.left(20))), frame.size());
+}
+
+// dump lists the entries as the library reads them and holds no listing of its own: a
+// million items stay within the bound of their load.
+TEST(MemoryBound, ToolDumpsMillionEmptyListItems)
+{
+    const QByteArray frame = hostile::EmptyItemsFrame(1000000);
+    const ToolRun run = RunTool("dump", "--format=text", frame);
+    EXPECT_EQ(run.status, 0);
+    EXPECT_TRUE(run.output.startsWith(
+        "       0  frame 0x5DF5F465 KVT317_Settings, length 4000012\n"
+        "       8    0x09751B80 KVT317SettingsDetail, length 4000004, 1000000 items\n"
+        "      20      item 1, length 0\n"
+        "      24      item 2, length 0\n"))
+        << run.output.left(300).constData();
+    EXPECT_TRUE(run.output.endsWith(" 4000016      item 1000000, length 0\n"));
+    Outcome outcome;
+    outcome.peak = run.peak;
+    ExpectPeakBelow(outcome, 32 * frame.size() + 64 * MB);
 }
 
 // A document of 16,000 details costs check at most 1.2 times each detail's XML text, over

@@ -20,7 +20,7 @@ _kvt317()
             return
             ;;
         --to)
-            mapfile -t COMPREPLY < <(compgen -W "xml json binary compressed" -- "$current")
+            mapfile -t COMPREPLY < <(compgen -W "xml json binary bin compressed binz" -- "$current")
             return
             ;;
         --by)

@@ -315,16 +315,17 @@ int Depth(const ReadPath& path)
     return depth;
 }
 
-// The entries of a binary document as the library reads them, in input order, for listing:
-// the frame, member entries, unknown entries, lists and their items. Where the library
-// finds the document damaged, the listing ends.
-class Entries : public ReadObserver
+// Lists the entries of a binary document one by one as the library reads them, in input
+// order: the frame, member entries, unknown entries, lists and their items. No listing of
+// the whole document is held, so that listing costs little more than loading. Where the
+// library finds the document damaged, the listing ends with the place and the reason.
+class Lister : public ReadObserver
 {
 public:
-    struct Line {
-        ReadPath path;
-        ReadEntry entry;
-    };
+    explicit Lister(const QByteArray& frame)
+        : m_frame(frame)
+    {
+    }
 
     void Found(const ReadFinding& finding) override
     {
@@ -337,21 +338,28 @@ public:
     bool WantsEntries() const override { return true; }
     void Read(const ReadPath& path, const ReadEntry& entry) override
     {
-        lines.push_back({path, entry});
+        ++listed;
+        List(path, entry);
     }
 
-    std::vector<Line> lines;
+    qint64 listed = 0;
     bool damaged = false;
     qint64 damage = -1;
     QString why;
-};
 
-// The payload of an unknown entry, as bytes.
-QByteArray Payload(const QByteArray& frame, const ReadEntry& entry, int most)
-{
-    return frame.mid(static_cast<int>(entry.position.offset + 8),
-                     static_cast<int>(qMin<qint64>(entry.length, most)));
-}
+protected:
+    virtual void List(const ReadPath& path, const ReadEntry& entry) = 0;
+
+    // The payload of an unknown entry, as bytes.
+    QByteArray Payload(const ReadEntry& entry, int most) const
+    {
+        return m_frame.mid(static_cast<int>(entry.position.offset + 8),
+                           static_cast<int>(qMin<qint64>(entry.length, most)));
+    }
+
+private:
+    const QByteArray& m_frame;
+};
 
 QString EntryValue(const ReadEntry& entry)
 {
@@ -361,34 +369,43 @@ QString EntryValue(const ReadEntry& entry)
                                : QLatin1Char('"') + Printable(entry.text) + QLatin1Char('"');
 }
 
-void DumpText(const Entries& entries, const QByteArray& frame)
+// The listing as text, a line per entry.
+class TextListing : public Lister
 {
-    const auto line = [](qint64 offset, int depth, const QString& text) {
-        Out() << QString::number(offset).rightJustified(8, QLatin1Char(' ')) << "  "
-              << QString(depth * 2, QLatin1Char(' ')) << text << '\n';
-    };
-    for (const Entries::Line& each : entries.lines) {
-        const ReadEntry& entry = each.entry;
+public:
+    using Lister::Lister;
+
+    void End() const
+    {
+        if (damaged)
+            Out() << "damaged at offset " << damage << ": " << why << '\n';
+    }
+
+protected:
+    void List(const ReadPath& path, const ReadEntry& entry) override
+    {
+        const auto line = [](qint64 offset, int depth, const QString& text) {
+            Out() << QString::number(offset).rightJustified(8, QLatin1Char(' ')) << "  "
+                  << QString(depth * 2, QLatin1Char(' ')) << text << '\n';
+        };
         const qint64 offset = entry.position.offset;
-        const int depth = Depth(each.path);
+        const int depth = Depth(path);
         const QString head =
             QStringLiteral("%1 %2, length %3")
                 .arg(TagText(entry.tag),
                      entry.member ? entry.member->name : QStringLiteral("(unknown)"))
                 .arg(entry.length);
-        if (!entry.member && each.path.isEmpty() && offset == 0 && entry.tag != 0) {
+        if (!entry.member && path.isEmpty() && offset == 0 && entry.tag != 0) {
             line(0, 0,
                  QStringLiteral("frame %1 %2, length %3")
                      .arg(TagText(entry.tag), entry.record->name)
                      .arg(entry.length));
         } else if (!entry.member && entry.tag == 0) {
             line(offset, depth - 1,
-                 QStringLiteral("item %1, length %2")
-                     .arg(each.path.last().item + 1)
-                     .arg(entry.length));
+                 QStringLiteral("item %1, length %2").arg(path.last().item + 1).arg(entry.length));
         } else if (!entry.member) {
             line(offset, depth,
-                 head + QStringLiteral(": ") + Payload(frame, entry, 32).toHex(' ') +
+                 head + QStringLiteral(": ") + Payload(entry, 32).toHex(' ') +
                      (entry.length > 32 ? " ..." : ""));
         } else if (entry.member->kind == MemberKind::RecordList) {
             const int count = entry.text.toInt();
@@ -400,17 +417,54 @@ void DumpText(const Entries& entries, const QByteArray& frame)
             line(offset, depth, head + QStringLiteral(": ") + EntryValue(entry));
         }
     }
-    if (entries.damaged)
-        Out() << "damaged at offset " << entries.damage << ": " << entries.why << '\n';
-}
+};
 
-// The same as JSON: the frame and its entries, nested as the frame nests them.
-void DumpJson(const Entries& entries, const QByteArray& frame, JsonWriter& json)
+// The same as JSON: the frame and its entries, nested as the frame nests them, written out
+// as the listing grows.
+class JsonListing : public Lister
 {
+public:
+    using Lister::Lister;
+
+    void End()
+    {
+        if (!listed)
+            return;
+        CloseTo(QStringList());
+        if (m_frameOpen) {
+            m_json.EndArray();
+            m_json.EndObject();
+        }
+        if (damaged) {
+            m_json.Key(QStringLiteral("damage"));
+            m_json.BeginObject();
+            m_json.Key(QStringLiteral("offset"));
+            m_json.Number(damage);
+            m_json.Key(QStringLiteral("expected"));
+            m_json.String(why);
+            m_json.EndObject();
+        }
+        m_json.EndObject();
+        Out().Write(m_json.Finish());
+    }
+
+protected:
+    void List(const ReadPath& path, const ReadEntry& entry) override
+    {
+        if (listed == 1) {
+            m_json.BeginObject();
+            m_json.Key(QStringLiteral("frame"));
+        }
+        Entry(path, entry);
+        if (m_json.Size() >= 1 << 16)
+            Out().Write(m_json.Take());
+    }
+
+private:
     // The containers open below the frame's entries, each an object with an array: a list's
     // items ("I3"), an item's or a nested record's entries ("E3.0", "E6.-1").
-    QStringList open;
-    const auto containers = [](const ReadPath& path) {
+    static QStringList Containers(const ReadPath& path)
+    {
         QStringList keys;
         for (const ReadStep& step : path) {
             if (step.item >= 0)
@@ -418,29 +472,32 @@ void DumpJson(const Entries& entries, const QByteArray& frame, JsonWriter& json)
             keys.append(QStringLiteral("E%1.%2").arg(step.bit).arg(step.item));
         }
         return keys;
-    };
-    const auto closeTo = [&](const QStringList& needed) {
+    }
+    void CloseTo(const QStringList& needed)
+    {
         int keep = 0;
-        while (keep < open.size() && keep < needed.size() && open.at(keep) == needed.at(keep))
+        while (keep < m_open.size() && keep < needed.size() && m_open.at(keep) == needed.at(keep))
             ++keep;
-        while (open.size() > keep) {
-            json.EndArray();
-            json.EndObject();
-            open.removeLast();
+        while (m_open.size() > keep) {
+            m_json.EndArray();
+            m_json.EndObject();
+            m_open.removeLast();
         }
-    };
-    const auto begin = [&json](qint64 offset) {
-        json.BeginObject();
-        json.Key(QStringLiteral("offset"));
-        json.Number(offset);
-    };
-    bool frameOpen = false;
-    for (const Entries::Line& each : entries.lines) {
-        const ReadEntry& entry = each.entry;
-        if (each.path.isEmpty() && !entry.member && entry.tag != 0 && !frameOpen &&
+    }
+    void Begin(qint64 offset)
+    {
+        m_json.BeginObject();
+        m_json.Key(QStringLiteral("offset"));
+        m_json.Number(offset);
+    }
+
+    void Entry(const ReadPath& path, const ReadEntry& entry)
+    {
+        JsonWriter& json = m_json;
+        if (path.isEmpty() && !entry.member && entry.tag != 0 && !m_frameOpen &&
             entry.position.offset == 0) {
-            frameOpen = true;
-            begin(0);
+            m_frameOpen = true;
+            Begin(0);
             json.Key(QStringLiteral("tag"));
             json.String(TagText(entry.tag));
             json.Key(QStringLiteral("record"));
@@ -449,25 +506,25 @@ void DumpJson(const Entries& entries, const QByteArray& frame, JsonWriter& json)
             json.Number(entry.length);
             json.Key(QStringLiteral("entries"));
             json.BeginArray();
-            continue;
+            return;
         }
-        if (!frameOpen)
-            continue;
-        if (!entry.member && entry.tag == 0 && !each.path.isEmpty()) {
+        if (!m_frameOpen)
+            return;
+        if (!entry.member && entry.tag == 0 && !path.isEmpty()) {
             // An item's start: inside its list's items.
-            QStringList needed = containers(each.path);
+            QStringList needed = Containers(path);
             needed.removeLast();
-            closeTo(needed);
-            begin(entry.position.offset);
+            CloseTo(needed);
+            Begin(entry.position.offset);
             json.Key(QStringLiteral("length"));
             json.Number(entry.length);
             json.Key(QStringLiteral("entries"));
             json.BeginArray();
-            open.append(containers(each.path).last());
-            continue;
+            m_open.append(Containers(path).last());
+            return;
         }
-        closeTo(containers(each.path));
-        begin(entry.position.offset);
+        CloseTo(Containers(path));
+        Begin(entry.position.offset);
         json.Key(QStringLiteral("tag"));
         json.String(TagText(entry.tag));
         json.Key(QStringLiteral("member"));
@@ -477,18 +534,18 @@ void DumpJson(const Entries& entries, const QByteArray& frame, JsonWriter& json)
         if (!entry.member) {
             json.Key(QStringLiteral("bytes"));
             json.String(QLatin1String("") +
-                        QString::fromLatin1(Payload(frame, entry, entry.length).toHex(' ')));
+                        QString::fromLatin1(Payload(entry, entry.length).toHex(' ')));
             json.EndObject();
         } else if (entry.member->kind == MemberKind::RecordList) {
             json.Key(QStringLiteral("count"));
             json.Number(entry.text.toLongLong());
             json.Key(QStringLiteral("items"));
             json.BeginArray();
-            open.append(QStringLiteral("I%1").arg(entry.member->bit));
+            m_open.append(QStringLiteral("I%1").arg(entry.member->bit));
         } else if (entry.member->kind == MemberKind::Record) {
             json.Key(QStringLiteral("entries"));
             json.BeginArray();
-            open.append(QStringLiteral("E%1.-1").arg(entry.member->bit));
+            m_open.append(QStringLiteral("E%1.-1").arg(entry.member->bit));
         } else {
             json.Key(QStringLiteral("value"));
             if (entry.member->kind == MemberKind::Integer)
@@ -498,11 +555,23 @@ void DumpJson(const Entries& entries, const QByteArray& frame, JsonWriter& json)
             json.EndObject();
         }
     }
-    closeTo(QStringList());
-    if (frameOpen) {
-        json.EndArray();
-        json.EndObject();
-    }
+
+    JsonWriter m_json;
+    QStringList m_open;
+    bool m_frameOpen = false;
+};
+
+// Lists the document's entries while the library loads it.
+void ListEntries(const Document& document, Lister& lister)
+{
+    const RecordDescription* description = FindDescription(document.type);
+    if (!description)
+        return;
+    const std::unique_ptr<Record> record = NewRecord(*description);
+    record->SetLogger(nullptr);
+    ObserveReading observe(lister);
+    QByteArray bytes = document.bytes;
+    record->SetBinaryRepresentation(bytes);
 }
 
 } // namespace
@@ -517,42 +586,24 @@ int RunDump(const Options& options)
               << "; dump lists binary documents\n";
         return UsageOrIo;
     }
-    const RecordDescription* description = FindDescription(document->type);
     const QByteArray frame = REPORTGENERATOR::IRGObject::PlainFrame(document->bytes);
-    Entries entries;
-    if (description && frame.size() >= 8) {
-        const std::unique_ptr<Record> record = NewRecord(*description);
-        record->SetLogger(nullptr);
-        ObserveReading observe(entries);
-        QByteArray bytes = document->bytes;
-        record->SetBinaryRepresentation(bytes);
+    TextListing text(frame);
+    JsonListing json(frame);
+    Lister& lister = options.json ? static_cast<Lister&>(json) : text;
+    if (frame.size() >= 8) {
+        // The listing loads the input once more: the first record is let go before.
+        document->record.reset();
+        ListEntries(*document, lister);
     }
-    if (entries.lines.empty()) {
+    if (!lister.listed) {
         // The frame cannot be listed: too short, not inflated, or of no known type.
+        document->loaded = document->loaded && document->record;
         Analyse(*document);
         PrintDiagnostics(Err(), document->label, document->diagnostics);
         return Faults;
     }
-    if (!options.json) {
-        DumpText(entries, frame);
-        return entries.damaged ? Faults : Success;
-    }
-    JsonWriter json;
-    json.BeginObject();
-    json.Key(QStringLiteral("frame"));
-    DumpJson(entries, frame, json);
-    if (entries.damaged) {
-        json.Key(QStringLiteral("damage"));
-        json.BeginObject();
-        json.Key(QStringLiteral("offset"));
-        json.Number(entries.damage);
-        json.Key(QStringLiteral("expected"));
-        json.String(entries.why);
-        json.EndObject();
-    }
-    json.EndObject();
-    Out().Write(json.Finish());
-    return entries.damaged ? Faults : Success;
+    options.json ? json.End() : text.End();
+    return lister.damaged ? Faults : Success;
 }
 
 // ---- diff ----------------------------------------------------------------------------

@@ -93,6 +93,13 @@ void JsonWriter::Null()
     m_text.append("null");
 }
 
+QByteArray JsonWriter::Take()
+{
+    QByteArray text;
+    text.swap(m_text);
+    return text;
+}
+
 QByteArray JsonWriter::Finish()
 {
     QByteArray text = m_text;

@@ -26,6 +26,10 @@ public:
 
     // The text written so far, ended by a line feed.
     QByteArray Finish();
+    // The text written since the last Take, which the writer then no longer holds: a long
+    // text goes out in parts while it is written.
+    QByteArray Take();
+    int Size() const { return m_text.size(); }
 
 private:
     void BeforeValue();

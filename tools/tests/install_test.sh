@@ -62,7 +62,9 @@ out <<'TEXT'
 xml
 json
 binary
+bin
 compressed
+binz
 TEXT
 run "complete records" 0 complete_words kvt317 members KVT
 out <<'TEXT'

@@ -185,6 +185,45 @@ out <<'TEXT'
   }
 }
 TEXT
+# A listing longer than the part the JSON writer holds goes out whole, in parts.
+{ : | { be32 5000; head -c 20000 /dev/zero; } | entry 0x09751B80; } | entry 0x5DF5F465 >items.bin
+run "dump json in parts" 0 kvt317 dump --format json items.bin
+head -n 18 out >first
+same first <<'TEXT'
+{
+  "frame": {
+    "offset": 0,
+    "tag": "0x5DF5F465",
+    "record": "KVT317_Settings",
+    "length": 20012,
+    "entries": [
+      {
+        "offset": 8,
+        "tag": "0x09751B80",
+        "member": "KVT317SettingsDetail",
+        "length": 20004,
+        "count": 5000,
+        "items": [
+          {
+            "offset": 20,
+            "length": 0,
+            "entries": []
+TEXT
+tail -n 10 out >last
+same last <<'TEXT'
+          {
+            "offset": 20016,
+            "length": 0,
+            "entries": []
+          }
+        ]
+      }
+    ]
+  }
+}
+TEXT
+grep -c '"entries": \[\]' out >count
+same count <<<"5000"
 run "dump xml" 2 kvt317 dump examples/settings.xml
 err <<<"kvt317: examples/settings.xml is XML; dump lists binary documents"
 printf '\x12\x34\x56\x78\x00\x00\x00\x00' >foreign.bin
