@@ -25,13 +25,25 @@ template <> KVT317XML::DefaultsBlock* QSharedDataPointer<KVT317XML::DefaultsBloc
 
 namespace KVT317XML {
 
-// What the engine's free functions may do to a record.
-struct RecordAccess {
-    static void Share(Record& target, const Record& source) { target.ShareStorage(source); }
-    // Children inside a block must never create storage from a const operation, which
-    // would write to a block that others may share: they start with a virgin storage.
-    static void MakeVirgin(Record& child) { child.d = child.m_type.virgin; }
-};
+void RecordAccess::Share(Record& target, const Record& source)
+{
+    target.ShareStorage(source);
+}
+
+// Children inside a block must never create storage from a const operation, which would
+// write to a block that others may share: they start with a virgin storage.
+void RecordAccess::MakeVirgin(Record& child)
+{
+    child.d = child.m_type.virgin;
+}
+
+void RecordAccess::KeepSettings(Record& copy, const Record& source)
+{
+    copy.IRGObject::SetValidate(source.CurrentValidate());
+    if (copy.CurrentLogger() != source.CurrentLogger())
+        copy.IRGObject::SetLogger(source.OwnLogger());
+    copy.m_down = source.m_down;
+}
 
 StorageBlock::~StorageBlock() = default;
 DefaultsBlock::~DefaultsBlock() = default;
@@ -52,12 +64,16 @@ const void* SlotOf(const StorageBlock& block, const MemberRow& row)
     return reinterpret_cast<const char*>(&block) + row.valueOffset;
 }
 
-// The items of a list are about to be written: copies made by detaching them hold the
-// base's default logger, so nothing is known about them any more.
+// The items of a list are about to be written: shared ones are copied first.
 void DetachItems(const MemberRow& row, void* slot)
 {
-    if (row.list->detach(slot))
-        row.list->sync(slot).synced = 0;
+    row.list->detach(slot, true);
+}
+
+const REPORTGENERATOR::Logger* DefaultLogger()
+{
+    static const REPORTGENERATOR::Logger* const logger = REPORTGENERATOR::Logger::Default().get();
+    return logger;
 }
 
 // Values equal by the member's kind: numbers exactly, texts and date-times by Qt's
@@ -116,7 +132,6 @@ void RestoreValue(const MemberRow& row, StorageBlock& block)
         break;
     case MemberKind::RecordList:
         row.list->clear(value);
-        row.list->sync(value).synced = 0;
         break;
     }
 }
@@ -241,7 +256,6 @@ void FinishRecordType(RecordType& type, StorageBlock* values, DefaultsBlock* def
     }
     values->defaults = QSharedDataPointer<DefaultsBlock>(defaults);
     type.prototype = QSharedDataPointer<StorageBlock>(values);
-    type.variants = std::make_shared<PrototypeVariants>();
     // The values start as the defaults; nothing is set.
     for (const MemberRow& row : type.rows) {
         const MemberKind kind = row.description.kind;
@@ -274,17 +288,19 @@ Record::Record(const Record& other, const QString& name, __int64 id)
     ShareOrCopy(other.d);
     m_id = id;
     // The copy takes the source's switch, and its own (the base's default) logger; its
-    // children follow both, as they would in a storage of their own.
+    // children read both.
     IRGObject::SetValidate(other.CurrentValidate());
-    HandDown(true, true);
+    FollowSharedStorage(other);
 }
 
 Record::~Record() = default;
 
 void Record::ShareStorage(const Record& other)
 {
-    if (this != &other)
-        ShareOrCopy(other.d);
+    if (this == &other)
+        return;
+    ShareOrCopy(other.d);
+    FollowSharedStorage(other);
 }
 
 // Storage is shared, unless a reference into it is out: then it is copied.
@@ -305,10 +321,8 @@ QSharedDataPointer<StorageBlock> Record::CopyOf(const StorageBlock& source) cons
     for (const int bit : m_type.children) {
         const MemberRow& row = m_type.rows[bit];
         if (row.asRecord) {
-            // A child's copy constructor gave it the default logger; inside this record it
-            // keeps the one it had.
-            RecordAt(row, &block, row.valueOffset)
-                .SetLogger(RecordAt(row, &source, row.valueOffset).GetLogger());
+            RecordAccess::KeepSettings(RecordAt(row, &block, row.valueOffset),
+                                       RecordAt(row, &source, row.valueOffset));
         } else if (source.lent) {
             // References to the source's items may be out: the copy has items of its own.
             DetachItems(row, SlotOf(block, row));
@@ -328,21 +342,9 @@ void Record::InitData() const
     if (HasStorage())
         return;
     d = m_type.prototype;
-    if (!m_type.children.empty() && !ChildrenFollow(true, true)) {
-        // Children of the prototype hold the defaults; a record with another switch or
-        // logger shares a fresh storage made for that pair.
-        PrototypeVariants& variants = *m_type.variants;
-        const std::lock_guard<std::mutex> lock(variants.mutex);
-        for (const PrototypeVariants::Variant& variant : variants.recent)
-            if (variant.validate == CurrentValidate() && variant.logger.get() == CurrentLogger())
-                d = variant.block;
-        if (d.constData() == m_type.prototype.constData()) {
-            PassDown();
-            if (variants.recent.size() == 4)
-                variants.recent.erase(variants.recent.begin());
-            variants.recent.push_back({CurrentValidate(), GetLogger(), d});
-        }
-    }
+    // The prototype's children hold the base's defaults; they read this record's settings.
+    m_down = Down{0, DownBoth, false, DefaultLogger()};
+    PassDown();
 }
 
 const StorageBlock& Record::ConstStorage() const
@@ -375,8 +377,13 @@ const void* Record::ConstField(int bit, Field field) const
     const MemberRow& row = m_type.rows[bit];
     switch (field) {
     case Field::Value:
-        return row.list ? row.list->items(const_cast<void*>(SlotOf(block, row)))
-                        : SlotOf(block, row);
+        if (row.list || row.asRecord) {
+            // A reference to a held record goes out: it holds what it reads.
+            SettleChildren(false);
+            void* slot = const_cast<void*>(SlotOf(*d.constData(), row));
+            return row.list ? row.list->items(slot) : slot;
+        }
+        return SlotOf(block, row);
     case Field::Default: {
         const void* def =
             reinterpret_cast<const char*>(block.defaults.constData()) + row.defaultOffset;
@@ -390,14 +397,17 @@ const void* Record::ConstField(int bit, Field field) const
 
 void* Record::MutableField(int bit, Field field)
 {
-    StorageBlock& block = MutableStorage();
     const MemberRow& row = m_type.rows[bit];
+    if (field == Field::Value && (row.list || row.asRecord)) {
+        // The caller may change the held records in any way, their switches and loggers too.
+        SettleChildren(false);
+        m_down.held = 0;
+    }
+    StorageBlock& block = MutableStorage();
     if (field == Field::Value) {
         void* slot = SlotOf(block, row);
         if (row.list) {
-            // The caller may change the items in any way, their switches and loggers too.
             DetachItems(row, slot);
-            row.list->sync(slot).synced = 0;
             return row.list->items(slot);
         }
         return slot;
@@ -436,26 +446,35 @@ const RecordDescription& Record::GetDescription() const
     return m_type.description;
 }
 
+namespace {
+struct Snapshot {
+    QSharedDataPointer<StorageBlock> d;
+    std::shared_ptr<const void> down;
+};
+} // namespace
+
 std::shared_ptr<const void> Record::SaveState() const
 {
+    auto down = std::make_shared<const Down>(m_down);
     // A snapshot must not take the storage from under references that are out.
     if (d.constData() && d.constData()->lent)
-        return std::make_shared<const QSharedDataPointer<StorageBlock>>(CopyOf(*d.constData()));
-    return std::make_shared<const QSharedDataPointer<StorageBlock>>(d);
+        return std::make_shared<const Snapshot>(Snapshot{CopyOf(*d.constData()), down});
+    return std::make_shared<const Snapshot>(Snapshot{d, down});
 }
 
 void Record::RestoreState(const std::shared_ptr<const void>& state)
 {
     if (!state)
         return;
-    const auto& saved = *static_cast<const QSharedDataPointer<StorageBlock>*>(state.get());
+    const auto& saved = *static_cast<const Snapshot*>(state.get());
+    m_down = *static_cast<const Down*>(saved.down.get());
     const StorageBlock* current = d.constData();
-    if (current && current->lent && saved.constData() && current->ref.loadRelaxed() == 1) {
+    if (current && current->lent && saved.d.constData() && current->ref.loadRelaxed() == 1) {
         // References into the storage are out: it takes the saved values back in place.
-        d.data()->CopyFrom(*saved.constData());
+        d.data()->CopyFrom(*saved.d.constData());
         return;
     }
-    d = saved;
+    d = saved.d;
 }
 
 void Record::SetObjectType(REPORTGENERATOR::ObjectTypes) {}
@@ -465,109 +484,168 @@ void Record::SetObjectType(REPORTGENERATOR::ObjectTypes) {}
 void Record::SetValidate(bool validate) const
 {
     IRGObject::SetValidate(validate);
-    HandDown(true, false);
+    Follow();
 }
 
 void Record::SetLogger(std::shared_ptr<REPORTGENERATOR::Logger> logger) const
 {
     IRGObject::SetLogger(std::move(logger));
-    HandDown(false, true);
+    Follow();
 }
 
-void Record::PassDown() const
-{
-    HandDown(true, true);
-}
-
-// Whether every child and list item, and their own children, already hold this record's
-// switch (when `validate`) and logger (when `logger`). Reads only.
-bool Record::ChildrenFollow(bool validate, bool logger) const
+// The held records read the new setting; when nothing else shares them, they take it at
+// once, so that later const operations on the record write nothing.
+void Record::Follow() const
 {
     if (m_type.children.empty() || !HasStorage())
-        return true;
+        return;
+    const quint8 pending = m_down.pending;
+    PassDown();
+    if (m_down.pending != pending && OwnsChildren())
+        SettleChildren(true);
+}
+
+// Every operation that works on held records first makes them read this record's switch
+// and logger. Nothing is written when they already do, so that const operations on one
+// record can run on several threads at once. A record called by the record that holds it
+// reports with the holder's settings (ReportingAs) and passes those on.
+void Record::PassDown() const
+{
+    if (m_type.children.empty() || !HasStorage() || ReportingAs::For(*this))
+        return;
+    quint8 pending = m_down.pending;
+    if (!(m_down.held & DownValidate) || m_down.heldValidate != CurrentValidate())
+        pending |= DownValidate;
+    if (!(m_down.held & DownLogger) || m_down.heldLogger != CurrentLogger())
+        pending |= DownLogger;
+    if (pending != m_down.pending)
+        m_down.pending = pending;
+}
+
+// For operations that write anyway: the held records take what they read.
+void Record::Settle()
+{
+    PassDown();
+    SettleChildren(false);
+}
+
+bool Record::OwnsChildren() const
+{
     const StorageBlock* block = d.constData();
-    const bool ownValidate = CurrentValidate();
-    const REPORTGENERATOR::Logger* ownLogger = CurrentLogger();
-    const auto follows = [=](const Record& child) {
-        return (!validate || child.CurrentValidate() == ownValidate) &&
-               (!logger || child.CurrentLogger() == ownLogger) &&
-               (child.m_type.children.empty() || child.ChildrenFollow(validate, logger));
-    };
+    if (!block || block->ref.loadRelaxed() != 1)
+        return false;
     for (const int bit : m_type.children) {
         const MemberRow& row = m_type.rows[bit];
-        const void* slot = SlotOf(*block, row);
-        if (!row.list) {
-            if (!follows(RecordAt(row, slot, 0)))
-                return false;
-            continue;
-        }
-        const ListSync& sync = row.list->constSync(slot);
-        const bool cached =
-            (!validate || sync.validate == ownValidate) && (!logger || sync.logger == ownLogger);
-        const int size = row.list->size(slot);
-        for (int i = cached ? sync.synced : 0; i < size; ++i)
-            if (!follows(row.list->item(slot, i)))
-                return false;
+        if (row.list && row.list->shared(SlotOf(*block, row)))
+            return false;
     }
     return true;
 }
 
-// Hands this record's switch and logger to the children that do not hold them yet. When
-// all do, nothing is written, so that const operations on a record whose children follow
-// it never touch shared storage.
-void Record::HandDown(bool validate, bool logger) const
+// The held records take this record's pending settings into their objects, and their own
+// held records read them in turn (taking them too when `deep`, where nothing shares them).
+void Record::SettleChildren(bool deep) const
 {
-    if (m_type.children.empty() || ChildrenFollow(validate, logger))
+    const quint8 pending = m_down.pending;
+    if (!pending)
         return;
+    if (m_type.children.empty() || !HasStorage() || HoldAlready(pending)) {
+        // Nothing to write: the records already hold what they read.
+        if (HasStorage())
+            Held(pending);
+        m_down.pending = 0;
+        return;
+    }
     Record& self = const_cast<Record&>(*this);
     StorageBlock& block = self.MutableStorage();
-    const bool ownValidate = GetValidate();
-    const std::shared_ptr<REPORTGENERATOR::Logger> ownLogger = GetLogger();
-    const auto handTo = [&](Record& child) {
-        if (validate)
-            child.SetValidate(ownValidate);
-        if (logger)
-            child.SetLogger(ownLogger);
+    const bool validate = CurrentValidate();
+    const std::shared_ptr<REPORTGENERATOR::Logger>& logger = OwnLogger();
+    const auto hand = [&](Record& child) {
+        if (pending & DownValidate)
+            child.IRGObject::SetValidate(validate);
+        if ((pending & DownLogger) && child.CurrentLogger() != logger.get())
+            child.IRGObject::SetLogger(logger);
+        if (child.m_type.children.empty())
+            return;
+        child.PassDown();
+        if (deep && child.OwnsChildren())
+            child.SettleChildren(true);
     };
     for (const int bit : m_type.children) {
         const MemberRow& row = m_type.rows[bit];
         void* slot = SlotOf(block, row);
         if (row.asRecord) {
-            handTo(RecordAt(row, slot, 0));
-        } else if (row.list) {
-            DetachItems(row, slot);
-            ListSync& sync = row.list->sync(slot);
-            const bool cached = (!validate || sync.validate == ownValidate) &&
-                                (!logger || sync.logger == ownLogger.get());
-            const int size = row.list->size(slot);
-            for (int i = cached ? sync.synced : 0; i < size; ++i)
-                handTo(row.list->mutableItem(slot, i));
-            // Items before `synced` kept the setting that was not handed down.
-            if (validate)
-                sync.validate = ownValidate;
-            if (logger)
-                sync.logger = ownLogger.get();
-            if (validate && logger)
-                sync.synced = size;
+            hand(RecordAt(row, slot, 0));
+            continue;
         }
+        row.list->detach(slot, pending != DownBoth);
+        const int size = row.list->size(slot);
+        for (int i = 0; i < size; ++i)
+            hand(row.list->mutableItem(slot, i));
     }
+    Held(pending);
+    m_down.pending = 0;
 }
 
-// For operations that write anyway: hands down, then records that every list item follows,
-// so that the next hand-down costs nothing. Only a storage of its own is written.
-void Record::Settle()
+// The held records hold this record's current settings.
+void Record::Held(quint8 settings) const
 {
-    PassDown();
-    if (!HasStorage() || !m_type.hasChildren || d.constData()->ref.loadRelaxed() != 1)
-        return;
-    StorageBlock& block = *d.data();
-    for (const MemberRow& row : m_type.rows) {
-        if (!row.list)
+    if (settings & DownValidate)
+        m_down.heldValidate = CurrentValidate();
+    if (settings & DownLogger)
+        m_down.heldLogger = CurrentLogger();
+    m_down.held |= settings;
+}
+
+// Whether every held record already holds these of this record's settings, and its own held
+// records read them: then taking them writes nothing. Reads only.
+bool Record::HoldAlready(quint8 settings) const
+{
+    const bool validate = CurrentValidate();
+    const REPORTGENERATOR::Logger* logger = CurrentLogger();
+    const auto holds = [&](const Record& child) {
+        if ((settings & DownValidate) && child.CurrentValidate() != validate)
+            return false;
+        if ((settings & DownLogger) && child.CurrentLogger() != logger)
+            return false;
+        if (child.m_type.children.empty() || !child.HasStorage())
+            return true;
+        const Down& down = child.m_down;
+        const bool validateRead = (down.pending & DownValidate) ||
+                                  ((down.held & DownValidate) && down.heldValidate == validate);
+        const bool loggerRead =
+            (down.pending & DownLogger) || ((down.held & DownLogger) && down.heldLogger == logger);
+        return (!(settings & DownValidate) || validateRead) &&
+               (!(settings & DownLogger) || loggerRead);
+    };
+    const StorageBlock& block = *d.constData();
+    for (const int bit : m_type.children) {
+        const MemberRow& row = m_type.rows[bit];
+        const void* slot = SlotOf(block, row);
+        if (row.asRecord) {
+            if (!holds(RecordAt(row, slot, 0)))
+                return false;
             continue;
-        void* slot = SlotOf(block, row);
-        if (!row.list->shared(slot))
-            row.list->sync(slot) = ListSync{row.list->size(slot), GetValidate(), CurrentLogger()};
+        }
+        const int size = row.list->size(slot);
+        for (int i = 0; i < size; ++i)
+            if (!holds(row.list->item(slot, i)))
+                return false;
     }
+    return true;
+}
+
+// After taking another record's storage (copy or assignment) the held records read this
+// record's settings; where they already hold them, nothing is pending.
+void Record::FollowSharedStorage(const Record& other)
+{
+    m_down = other.m_down;
+    m_down.pending = 0;
+    if (!(other.m_down.held & DownValidate) || other.m_down.pending & DownValidate)
+        m_down.held &= ~DownValidate;
+    if (!(other.m_down.held & DownLogger) || other.m_down.pending & DownLogger)
+        m_down.held &= ~DownLogger;
+    PassDown();
 }
 
 // ---- Members ---------------------------------------------------------------------------
@@ -630,9 +708,11 @@ QString Record::EnumName(int bit, int value) const
 
 int Record::EnumIndex(int bit, const QString& name) const
 {
+    // Like every conversion, it makes sure the storage exists, whether or not a name matches.
+    const StorageBlock& block = ConstStorage();
     const MemberRow& row = m_type.rows[bit];
     const int index = row.description.enumeration->names.indexOf(name);
-    return index >= 0 ? index : EnumAt(ConstStorage().defaults.constData(), row.invalidOffset);
+    return index >= 0 ? index : EnumAt(block.defaults.constData(), row.invalidOffset);
 }
 
 double Record::EnumToValue(int bit, int value) const
@@ -673,15 +753,20 @@ bool Record::InsertListItem(int bit, int index, const Record& item)
     const bool complete = item.HasData();
     const bool inserted = complete || !GetValidate();
     if (inserted) {
+        // What the items read so far is not what the new one reads: a copy holds the item's
+        // switch and the base's default logger, and so does everything in it.
+        SettleChildren(false);
+        block = d.data();
+        if (m_down.heldValidate != item.CurrentValidate())
+            m_down.held &= ~DownValidate;
+        if (m_down.heldLogger != DefaultLogger())
+            m_down.held &= ~DownLogger;
         void* slot = SlotOf(*block, row);
         DetachItems(row, slot);
-        if (index == row.list->size(slot)) {
+        if (index == row.list->size(slot))
             row.list->append(slot, item);
-        } else {
+        else
             row.list->insert(slot, index, item);
-            ListSync& sync = row.list->sync(slot);
-            sync.synced = std::min(sync.synced, index);
-        }
         block->isSet |= Flag(bit);
     }
     if (!complete)
