@@ -91,19 +91,31 @@ public:
     ///@{
     /// Whether the value is not the invalid marker of its type.
     virtual bool IsValid(float value) const;
+    /// Whether the value is valid: a bool always is.
     virtual bool IsValid(bool value) const;
+    /// Whether the value is not the invalid marker of its type.
     virtual bool IsValid(unsigned int value) const;
+    /// Whether the value is not the invalid marker of its type.
     virtual bool IsValid(__int64 value) const;
+    /// Whether the date-time is valid.
     virtual bool IsValid(const QDateTime& value) const;
+    /// Whether the text is not null.
     virtual bool IsValid(const QString& value) const;
+    /// Whether the value is not the invalid marker of its type.
     virtual bool IsValid(double value) const;
+    /// Whether the value is not the invalid marker of its type.
     virtual bool IsValid(int value) const;
     /// Writes the invalid marker of the value's type.
     virtual void SetInvalid(float& value) const;
+    /// Writes the invalid marker of the value's type.
     virtual void SetInvalid(unsigned int& value) const;
+    /// Writes the invalid marker of the value's type.
     virtual void SetInvalid(__int64& value) const;
+    /// Makes the text null.
     virtual void SetInvalid(QString& value) const;
+    /// Writes the invalid marker of the value's type.
     virtual void SetInvalid(double& value) const;
+    /// Writes the invalid marker of the value's type.
     virtual void SetInvalid(int& value) const;
     ///@}
 

@@ -7,6 +7,11 @@
 #include <benchmark/benchmark.h>
 
 #include <QDomDocument>
+#include <QFile>
+#include <QProcess>
+#include <QTemporaryDir>
+
+#include <DocumentFile.h>
 
 #include <ReadObserver.h>
 
@@ -284,6 +289,32 @@ void MemoryPerDetail(benchmark::State& state)
     state.counters["ratio"] = heldBytes / xmlBytes;
 }
 
+// What the lock adds to `kvt317 set` on the shipped example: taking and releasing the
+// file's lock, over the whole command (a process that loads, checks, changes and saves the
+// file under that lock).
+void LockShareOfASet(benchmark::State& state)
+{
+    QTemporaryDir dir;
+    const QString path = dir.filePath(QStringLiteral("settings.xml"));
+    QFile::copy(QStringLiteral(KVT317_SOURCE_DIR "/examples/settings.xml"), path);
+    int threshold = 0;
+    Compare(
+        state,
+        [&]() {
+            REPORTGENERATOR::DocumentLock lock(path);
+            benchmark::DoNotOptimize(lock.Acquire());
+        },
+        [&]() {
+            QProcess set;
+            set.start(QStringLiteral(KVT317_TOOL),
+                      {QStringLiteral("set"), path,
+                       QStringLiteral("KVT317SettingsDetail[1].Threshold"),
+                       QString::number(++threshold % 100)});
+            benchmark::DoNotOptimize(set.waitForFinished());
+        },
+        "lock_over_command");
+}
+
 void Sizes(benchmark::internal::Benchmark* benchmark)
 {
     for (const int size : {10, 1000, 10000, 100000})
@@ -309,6 +340,8 @@ KVT317_BENCHMARK(Copy);
 KVT317_BENCHMARK(CopyAndEdit);
 KVT317_BENCHMARK(Equality);
 KVT317_BENCHMARK(CheckClean);
+// The shipped example holds 3 details.
+BENCHMARK(LockShareOfASet)->Arg(3)->UseManualTime()->Unit(benchmark::kMicrosecond);
 BENCHMARK(MemoryPerDetail)
     ->Arg(10)
     ->Arg(1000)

@@ -34,15 +34,19 @@ class ReadContext;
 ///
 /// Every member `X` of a record has the same family of accessors:
 ///
+// clang-format off
 /// | Accessor | What it does |
 /// |---|---|
 /// | `GetX()` | The value; while the member is unset, its default. |
-/// | `SetX(value)` | Stores the value and marks the member set. A value that is not valid (an
-/// enumeration outside its names, a null text) is reported first: as WARNING and stored all the
-/// same with validation off, raised with validation on. | | `IsXSet()` | Whether the member is set.
-/// | | `ResetX()` | Marks the member unset and puts its default back. | | `IsValidX(value)` |
-/// Whether a value is valid for the member. | | `GetDefaultX()`, `SetDefaultX(value)` | The
-/// member's default in this object. A member with a default is set to it by ResetToDefault(). |
+/// | `SetX(value)` | Stores the value and marks the member set; a value that is not valid is reported first (see below). |
+/// | `IsXSet()` | Whether the member is set. |
+/// | `ResetX()` | Marks the member unset and puts its default back. |
+/// | `IsValidX(value)` | Whether a value is valid for the member. |
+/// | `GetDefaultX()`, `SetDefaultX(value)` | The member's default in this object; a member with a default is set to it by ResetToDefault(). |
+///
+/// A value that is not valid (an enumeration outside its names, a null text) is reported as
+/// WARNING and stored all the same with validation off, and raised with validation on.
+// clang-format on
 ///
 /// An enumerated member adds `GetInvalidX()` and `SetInvalidX()` (the value that
 /// `NameToX()` gives for an unknown name, -1 unless changed), `XToName(value)` and
@@ -122,7 +126,8 @@ public:
     void SetMemberText(int bit, const QString& text);
     /// Sets the member from a QVariant of its natural type (see MemberValue(); an
     /// enumeration takes its enumerator as int). Returns false, changing nothing, when the
-    /// value does not convert to that type without loss, and for child records and lists.
+    /// value does not convert to that type without loss (1.5 for a whole number, 0.1 as a
+    /// double for a float, any text), and for child records and lists.
     bool SetMemberValue(int bit, const QVariant& value);
     /// Marks the member unset and puts its default back, as ResetX() does.
     void ResetMember(int bit);

@@ -289,7 +289,9 @@ void LoadBinary(Document& document)
         document.fault = Location::Binary(0);
         document.diagnostics.Add(
             document.fault, Level::Error,
-            QStringLiteral("the frame's tag %1 is no record type; known are %2")
+            QStringLiteral("not a settings document: its first bytes %1 are neither '<' (XML), "
+                           "'{' (JSON), 'KVTZ' (compressed binary) nor the tag of a record type "
+                           "(binary: %2)")
                 .arg(Hex32(qFromBigEndian<quint32>(frame.constData())),
                      known.join(QStringLiteral(", "))));
         return;

@@ -11,6 +11,9 @@
 #include <KVT317_Settings.h>
 #include <ReadObserver.h>
 
+#include <QHash>
+#include <QRegularExpression>
+
 using namespace KVT317XML;
 
 namespace {
@@ -101,6 +104,59 @@ QString CheckValue(const RecordDescription& record, const MemberDescription& mem
     return QString();
 }
 
+// A value given with a unit, as show prints it ("121.5 MHz", "500ms", "-95 dBµV"): the
+// number in the member's own unit, shifted by powers of ten in its decimal text so that it
+// is exact. The value itself when it carries no unit; an error when the unit is not the
+// member's.
+QString WithoutUnit(const RecordDescription& record, const MemberDescription& member,
+                    const QString& value, QString& error)
+{
+    static const QRegularExpression withUnit(
+        QStringLiteral("^\\s*([+-]?)([0-9]*)(?:\\.([0-9]*))?(?:[eE]([+-]?[0-9]+))?\\s*([^0-9\\s.+-]"
+                       "[^\\s]*)\\s*$"));
+    bool number = false;
+    value.toDouble(&number);
+    const QRegularExpressionMatch match = withUnit.match(value);
+    if (number || !match.hasMatch() || (match.captured(2).isEmpty() && match.captured(3).isEmpty()))
+        return value;
+    const QString given = match.captured(5);
+    const QString unit = Unit(record.name, member.name);
+    static const QHash<QString, int> hertz{{QStringLiteral("Hz"), 0},
+                                           {QStringLiteral("kHz"), 3},
+                                           {QStringLiteral("MHz"), 6},
+                                           {QStringLiteral("GHz"), 9}};
+    int shift = 0;
+    if (unit == QLatin1String("Hz") && hertz.contains(given)) {
+        shift = hertz.value(given);
+    } else if (given != unit) {
+        error = unit.isEmpty()
+                    ? QStringLiteral("%1 takes no unit, not '%2'").arg(member.name, given)
+                    : QStringLiteral("%1 is in %2, not '%3'")
+                          .arg(member.name,
+                               unit == QLatin1String("Hz") ? QStringLiteral("Hz, kHz, MHz or GHz")
+                                                           : unit,
+                               given);
+        return QString();
+    }
+    // Digits and the place of the decimal point, moved by the unit and any exponent.
+    QString digits = match.captured(2) + match.captured(3);
+    int point = match.captured(2).size() + shift + match.captured(4).toInt();
+    while (point > digits.size())
+        digits.append(QLatin1Char('0'));
+    while (point < 1) {
+        digits.prepend(QLatin1Char('0'));
+        ++point;
+    }
+    QString whole = digits.left(point);
+    QString fraction = digits.mid(point);
+    while (whole.size() > 1 && whole.startsWith(QLatin1Char('0')))
+        whole.remove(0, 1);
+    while (fraction.endsWith(QLatin1Char('0')))
+        fraction.chop(1);
+    return match.captured(1) + whole +
+           (fraction.isEmpty() ? QString() : QLatin1Char('.') + fraction);
+}
+
 // A copy of a record, to edit while the document's record stays as it was read.
 std::unique_ptr<Record> Copy(const Record& record)
 {
@@ -131,8 +187,17 @@ QString Assign(Record& base, const QString& basePath, const QString& path, const
     if (target.item >= 0)
         return QStringLiteral("%1 is a list item; set its members").arg(target.path);
     QString warning;
+    QString unitError;
+    const MemberKind kind = target.Member().kind;
+    const bool numeric =
+        kind == MemberKind::Integer || kind == MemberKind::Float || kind == MemberKind::Double;
+    const QString number =
+        numeric ? WithoutUnit(target.record->GetDescription(), target.Member(), value, unitError)
+                : value;
     const QString valueError =
-        CheckValue(target.record->GetDescription(), target.Member(), value, form, warning);
+        unitError.isEmpty()
+            ? CheckValue(target.record->GetDescription(), target.Member(), number, form, warning)
+            : unitError;
     if (!valueError.isEmpty())
         return Join(basePath, target.recordPath).isEmpty()
                    ? valueError
@@ -141,7 +206,7 @@ QString Assign(Record& base, const QString& basePath, const QString& path, const
     if (!warning.isEmpty())
         findings.Add(Location(), Level::Warning,
                      recordPath.isEmpty() ? warning : recordPath + QStringLiteral(": ") + warning);
-    target.record->SetMemberText(target.bit, value);
+    target.record->SetMemberText(target.bit, number);
     touched.emplace_back(recordPath, target.bit);
     for (const auto& [createdPath, bit] : target.created)
         touched.emplace_back(Join(basePath, createdPath), bit);
@@ -218,35 +283,45 @@ int RunGet(const Options& options)
     const std::unique_ptr<Document> document = LoadDocument(options.arguments.at(0));
     if (const int status = Unusable(*document))
         return status;
-    Target target;
-    bool notSet = false;
-    const QString error =
-        Resolve(*document->record, options.arguments.at(1), false, target, &notSet);
-    if (!error.isEmpty())
-        return Fail(document->label + QStringLiteral(": ") + error, notSet ? Faults : UsageOrIo);
-    const MemberDescription& member = target.Member();
-    const Record& record = *target.record;
-    const bool set = record.IsMemberSet(target.bit);
-    if (member.kind == MemberKind::RecordList) {
-        if (target.item >= 0) {
-            WriteJson(*record.ListItem(target.bit, target.item));
-            return Success;
+    QString expandError;
+    const QStringList paths = Expand(*document->record, options.arguments.at(1), expandError);
+    if (!expandError.isEmpty())
+        return Fail(document->label + QStringLiteral(": ") + expandError);
+    int status = Success;
+    for (const QString& path : paths) {
+        Target target;
+        bool notSet = false;
+        const QString error = Resolve(*document->record, path, false, target, &notSet);
+        if (!error.isEmpty())
+            return Fail(document->label + QStringLiteral(": ") + error,
+                        notSet ? Faults : UsageOrIo);
+        const MemberDescription& member = target.Member();
+        const Record& record = *target.record;
+        const bool set = record.IsMemberSet(target.bit);
+        if (member.kind == MemberKind::RecordList) {
+            if (target.item >= 0) {
+                WriteJson(*record.ListItem(target.bit, target.item));
+                continue;
+            }
+            JsonWriter json;
+            json.BeginArray();
+            for (int i = 0; set && i < record.ListSize(target.bit); ++i)
+                WriteRecordJson(json, *record.ListItem(target.bit, i));
+            json.EndArray();
+            Out().Write(json.Finish());
+            continue;
         }
-        JsonWriter json;
-        json.BeginArray();
-        for (int i = 0; set && i < record.ListSize(target.bit); ++i)
-            WriteRecordJson(json, *record.ListItem(target.bit, i));
-        json.EndArray();
-        Out().Write(json.Finish());
-        return Success;
+        if (!set) {
+            Fail(QStringLiteral("%1: %2 is not set").arg(document->label, target.path), Faults);
+            status = Faults;
+            continue;
+        }
+        if (member.kind == MemberKind::Record)
+            WriteJson(*record.Child(target.bit));
+        else
+            Out() << record.MemberText(target.bit) << '\n';
     }
-    if (!set)
-        return Fail(QStringLiteral("%1: %2 is not set").arg(document->label, target.path), Faults);
-    if (member.kind == MemberKind::Record)
-        WriteJson(*record.Child(target.bit));
-    else
-        Out() << record.MemberText(target.bit) << '\n';
-    return Success;
+    return status;
 }
 
 int RunSet(const Options& options)
@@ -264,9 +339,13 @@ int RunSet(const Options& options)
     Touched touched;
     DiagnosticList findings;
     for (int i = 1; i + 1 < options.arguments.size(); i += 2) {
-        const QString error =
-            Assign(*edited, QString(), options.arguments.at(i), options.arguments.at(i + 1),
-                   document->form, touched, findings);
+        QString error;
+        for (const QString& path : Expand(*edited, options.arguments.at(i), error)) {
+            error = Assign(*edited, QString(), path, options.arguments.at(i + 1), document->form,
+                           touched, findings);
+            if (!error.isEmpty())
+                break;
+        }
         if (!error.isEmpty())
             return Fail(document->label + QStringLiteral(": ") + error);
     }
@@ -378,6 +457,11 @@ int RunRemove(const Options& options)
         return Fail(QStringLiteral("%1: %2 is no list item; select one with [N] or [Name=...]")
                         .arg(document->label, target.path));
     target.record->RemoveListItem(target.bit, target.item);
+    if (target.record->ListSize(target.bit) == 0 && target.Member().required && !options.force)
+        return Fail(QStringLiteral("%1: %2 is the last of %3, and a document without any does "
+                                   "not check; --force removes it anyway")
+                        .arg(document->label, target.path, target.Member().name),
+                    Faults);
     const QString removed = target.path;
     WriteRequest request = Request(*document, options);
     request.locatable = false;

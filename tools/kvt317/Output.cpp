@@ -5,6 +5,7 @@
 #include <QFileInfo>
 
 #include <cerrno>
+#include <csignal>
 #include <cstring>
 #include <unistd.h>
 
@@ -74,6 +75,12 @@ bool Channel::Flush()
                                         static_cast<size_t>(m_buffer.size() - done));
         if (written < 0 && errno == EINTR)
             continue;
+        if (written < 0 && errno == EPIPE && m_descriptor == STDOUT_FILENO) {
+            // The reader went away (show | head): end quietly, as a program that does not
+            // catch SIGPIPE does.
+            std::signal(SIGPIPE, SIG_DFL);
+            ::raise(SIGPIPE);
+        }
         if (written <= 0)
             m_errno = written < 0 ? errno : EIO;
         else

@@ -15,39 +15,80 @@ struct Segment {
     bool selected = false;
     int position = 0; // from 1
     bool byName = false;
+    bool all = false; // [*]
     QString itemName;
 };
+
+// The character at fault, and where: "'/' (column 24)".
+QString AtFault(const QString& text, int at)
+{
+    return QStringLiteral("'%1' (column %2)").arg(text.at(at)).arg(at + 1);
+}
+
+bool IsNameCharacter(QChar c)
+{
+    return c.isLetterOrNumber() || c == QLatin1Char('_');
+}
 
 QString Parse(const QString& text, std::vector<Segment>& segments)
 {
     int i = 0;
     while (i < text.size()) {
         Segment segment;
-        while (i < text.size() && text.at(i) != QLatin1Char('.') && text.at(i) != QLatin1Char('['))
+        while (i < text.size() && IsNameCharacter(text.at(i)))
             segment.name.append(text.at(i++));
         if (segment.name.isEmpty())
-            return QStringLiteral("'%1': a member name is missing").arg(text);
+            return i < text.size() && text.at(i) != QLatin1Char('.') &&
+                           text.at(i) != QLatin1Char('[')
+                       ? QStringLiteral("'%1': %2 cannot start a member name")
+                             .arg(text, AtFault(text, i))
+                       : QStringLiteral("'%1': a member name is missing").arg(text);
         if (i < text.size() && text.at(i) == QLatin1Char('[')) {
-            // The selector ends at the ']' that ends the segment, so that a Name may hold
-            // '.', '[' and ']'.
-            int close = i + 1;
-            for (;; ++close) {
-                close = text.indexOf(QLatin1Char(']'), close);
+            int close = -1;
+            QString inside;
+            const QString quotedName = text.mid(i + 1, 6);
+            if (quotedName == QLatin1String("Name=\"") || quotedName == QLatin1String("Name='")) {
+                // A quoted Name runs to its closing quote, and may hold anything else.
+                const QChar quote = quotedName.at(5);
+                const int end = text.indexOf(quote, i + 7);
+                if (end < 0)
+                    return QStringLiteral("'%1': the quote of Name= at column %2 is not closed")
+                        .arg(text)
+                        .arg(i + 7);
+                if (end + 1 >= text.size() || text.at(end + 1) != QLatin1Char(']'))
+                    return QStringLiteral("'%1': expected ']' after the quoted Name, found %2")
+                        .arg(text, end + 1 < text.size() ? AtFault(text, end + 1)
+                                                         : QStringLiteral("the end"));
+                close = end + 1;
+                inside = QStringLiteral("Name=") + text.mid(i + 7, end - i - 7);
+            } else {
+                // The selector ends at the ']' that ends the segment, so that a Name may hold
+                // '.', '[' and ']'.
+                const int first = text.indexOf(QLatin1Char(']'), i + 1);
+                for (close = first; close >= 0; close = text.indexOf(QLatin1Char(']'), close + 1))
+                    if (close + 1 == text.size() || text.at(close + 1) == QLatin1Char('.'))
+                        break;
+                if (first < 0)
+                    return QStringLiteral("'%1': the '[' at column %2 is not closed")
+                        .arg(text)
+                        .arg(i + 1);
                 if (close < 0)
-                    return QStringLiteral("'%1': a '[' is not closed").arg(text);
-                if (close + 1 == text.size() || text.at(close + 1) == QLatin1Char('.'))
-                    break;
+                    return QStringLiteral("'%1': %2 cannot follow ']'; members are separated by "
+                                          "'.'")
+                        .arg(text, AtFault(text, first + 1));
+                inside = text.mid(i + 1, close - i - 1);
             }
-            const QString inside = text.mid(i + 1, close - i - 1);
             segment.selected = true;
-            if (inside.startsWith(QLatin1String("Name="))) {
+            if (inside == QLatin1String("*")) {
+                segment.all = true;
+            } else if (inside.startsWith(QLatin1String("Name="))) {
                 segment.byName = true;
                 segment.itemName = inside.mid(5);
             } else {
                 bool ok = false;
                 segment.position = inside.toInt(&ok);
                 if (!ok || segment.position < 1)
-                    return QStringLiteral("'%1': [%2] is neither a position (from 1) nor "
+                    return QStringLiteral("'%1': [%2] is neither a position (from 1), * nor "
                                           "Name=...")
                         .arg(text, inside);
             }
@@ -55,7 +96,8 @@ QString Parse(const QString& text, std::vector<Segment>& segments)
         }
         if (i < text.size()) {
             if (text.at(i) != QLatin1Char('.'))
-                return QStringLiteral("'%1': expected '.' after %2").arg(text, segment.name);
+                return QStringLiteral("'%1': %2 cannot follow %3; members are separated by '.'")
+                    .arg(text, AtFault(text, i), segment.name);
             if (++i == text.size())
                 return QStringLiteral("'%1': a member name is missing at the end").arg(text);
         }
@@ -174,4 +216,28 @@ QString Resolve(Record& root, const QString& path, bool create, Target& target, 
         recordPath = memberPath;
     }
     return QString();
+}
+
+QStringList Expand(Record& root, const QString& path, QString& error)
+{
+    const int all = path.indexOf(QLatin1String("[*]"));
+    if (all < 0)
+        return {path};
+    Target list;
+    error = Resolve(root, path.left(all), false, list);
+    if (!error.isEmpty())
+        return {};
+    if (list.Member().kind != MemberKind::RecordList || list.item >= 0) {
+        error = QStringLiteral("'%1': [*] follows %2, which is not a list").arg(path, list.path);
+        return {};
+    }
+    QStringList paths;
+    const int size = list.record->IsMemberSet(list.bit) ? list.record->ListSize(list.bit) : 0;
+    for (int i = 1; i <= size; ++i) {
+        paths +=
+            Expand(root, path.left(all) + QStringLiteral("[%1]").arg(i) + path.mid(all + 3), error);
+        if (!error.isEmpty())
+            return {};
+    }
+    return paths;
 }

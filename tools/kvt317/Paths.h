@@ -3,6 +3,7 @@
 #include <Record.h>
 
 #include <QString>
+#include <QStringList>
 
 #include <utility>
 #include <vector>
@@ -10,9 +11,11 @@
 // A member selected by a path:
 //   KVT317SettingsDetail[2].FrequencyRange.StartFrequency  (positions count from 1)
 //   KVT317SettingsDetail[Name=Marine VHF].Threshold        (the item with that Name)
+//   KVT317SettingsDetail[Name="Channel 7"].Threshold       (the Name quoted)
+//   KVT317SettingsDetail[*].Threshold                      (every item; see Expand())
 //   Frequency                                              (a member of the root record)
-// Segments are member names separated by '.'; a list member takes [N] or [Name=TEXT],
-// where TEXT runs to the ']' that ends the segment.
+// Segments are member names separated by '.'; a list member takes [N], [*] or [Name=TEXT],
+// where TEXT runs to the ']' that ends the segment, or is quoted with " or '.
 struct Target {
     KVT317XML::Record* record = nullptr; // the record that holds the member
     int bit = -1;                        // the member
@@ -30,3 +33,7 @@ struct Target {
 // success; `notSet` tells whether it failed because a record on the way is not set.
 QString Resolve(KVT317XML::Record& root, const QString& path, bool create, Target& target,
                 bool* notSet = nullptr);
+
+// The paths a path with [*] stands for, one per item, in list order; the path itself when
+// it has none. Empty, with the reason in `error`, when the part before [*] selects no list.
+QStringList Expand(KVT317XML::Record& root, const QString& path, QString& error);

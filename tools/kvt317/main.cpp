@@ -1,6 +1,7 @@
 // kvt317: checks, converts, shows and edits receiver-settings documents.
 
 #include "Commands.h"
+#include "Values.h"
 
 #include <KVT317XmlVersion.h>
 
@@ -18,6 +19,13 @@
 
 namespace {
 
+// "; did you mean 'set'?" for a name close to one of the candidates, or nothing.
+QString DidYouMean(const QString& name, const QStringList& candidates)
+{
+    const QString suggestion = Suggestion(name, candidates);
+    return suggestion.isNull() ? QString() : QStringLiteral("; did you mean '%1'?").arg(suggestion);
+}
+
 struct OptionInfo {
     const char* key;
     QStringList names;
@@ -32,7 +40,15 @@ const std::vector<OptionInfo>& AllOptions()
          {QStringLiteral("q"), QStringLiteral("quiet")},
          nullptr,
          "print only the count of files and faults"},
+        {"no-lint",
+         {QStringLiteral("no-lint")},
+         nullptr,
+         "leave out the warnings about likely slips (start above stop, a Name or index twice)"},
         {"format", {QStringLiteral("format")}, "FORMAT", "text (the default) or json"},
+        {"by",
+         {QStringLiteral("by")},
+         "KEY",
+         "how list items are paired: position (the default) or name (their Name)"},
         {"to",
          {QStringLiteral("to")},
          "FORM",
@@ -88,9 +104,12 @@ const std::vector<CommandInfo>& Commands()
          "that do not read in full or overflow, unknown enumeration names, date-times that\n"
          "do not read, members given twice, more decimals than a member keeps, invalid UTF-8\n"
          "and whole numbers beyond 32 bits in binary input, texts XML cannot carry. Beyond 20\n"
-         "identical diagnostics the rest are counted. Exit 0 when every document is clean, 1\n"
-         "when any has faults, 2 when one cannot be read.\n",
-         {QStringLiteral("quiet"), QStringLiteral("format")},
+         "identical diagnostics the rest are counted. It also warns about what the library\n"
+         "accepts but is most likely a slip: a frequency range whose start lies above its\n"
+         "stop, and a Name or an index that two items share (--no-lint leaves these out).\n"
+         "Exit 0 when every document is clean, 1 when any has faults, 2 when one cannot be\n"
+         "read.\n",
+         {QStringLiteral("quiet"), QStringLiteral("format"), QStringLiteral("no-lint")},
          1,
          -1,
          RunCheck},
@@ -131,8 +150,9 @@ const std::vector<CommandInfo>& Commands()
          "A B",
          "compare two documents member by member",
          "Prints the members in which two documents of one record type differ, list items\n"
-         "paired by position. Exit 0 when they are equal, 1 otherwise.\n",
-         {QStringLiteral("format")},
+         "paired by position, or with --by name by their Name (items only in one document\n"
+         "are said so). Exit 0 when they are equal, 1 otherwise.\n",
+         {QStringLiteral("format"), QStringLiteral("by")},
          2,
          2,
          RunDiff},
@@ -152,7 +172,7 @@ const std::vector<CommandInfo>& Commands()
          "list the members of the record types",
          "Lists every member of a record type (or of all): its kind, its default, whether it\n"
          "is required, and the names an enumeration allows.\n",
-         {},
+         {QStringLiteral("format")},
          0,
          1,
          RunMembers},
@@ -285,8 +305,13 @@ int Run(const QStringList& arguments)
     for (const CommandInfo& candidate : Commands())
         if (name == QLatin1String(candidate.name))
             command = &candidate;
-    if (!command)
-        return UsageError(QStringLiteral("unknown command '%1'").arg(name));
+    if (!command) {
+        QStringList names;
+        for (const CommandInfo& candidate : Commands())
+            names.append(QLatin1String(candidate.name));
+        return UsageError(QStringLiteral("unknown command '%1'").arg(name) +
+                          DidYouMean(name, names));
+    }
 
     QCommandLineParser parser;
     parser.setSingleDashWordOptionMode(QCommandLineParser::ParseAsLongOptions);
@@ -311,8 +336,23 @@ int Run(const QStringList& arguments)
             rest.append(argument);
         }
     }
-    if (!parser.parse(rest))
-        return UsageError(parser.errorText(), name);
+    if (!parser.parse(rest)) {
+        if (parser.unknownOptionNames().isEmpty())
+            return UsageError(parser.errorText(), name);
+        // The options this command takes, by the names they are given as.
+        const QString unknown = parser.unknownOptionNames().first();
+        QStringList names;
+        for (const QString& key : keys)
+            for (const QString& option : Option(key).names)
+                if (option.size() > 1)
+                    names.append(option);
+        const QString suggestion = Suggestion(unknown, names);
+        return UsageError(
+            QStringLiteral("unknown option '%1%2'").arg(unknown.size() > 1 ? "--" : "-", unknown) +
+                (suggestion.isNull() ? QString()
+                                     : QStringLiteral("; did you mean '--%1'?").arg(suggestion)),
+            name);
+    }
     if (parser.isSet(QStringLiteral("help"))) {
         Out() << CommandHelp(*command);
         return Success;
@@ -331,6 +371,15 @@ int Run(const QStringList& arguments)
                           name);
     if (keys.contains(QStringLiteral("quiet")))
         options.quiet = parser.isSet(QStringLiteral("quiet"));
+    if (keys.contains(QStringLiteral("by")) && parser.isSet(QStringLiteral("by"))) {
+        const QString by = parser.value(QStringLiteral("by"));
+        if (by != QLatin1String("position") && by != QLatin1String("name"))
+            return UsageError(QStringLiteral("--by takes position or name, not '%1'").arg(by),
+                              name);
+        options.byName = by == QLatin1String("name");
+    }
+    if (keys.contains(QStringLiteral("no-lint")))
+        options.lint = !parser.isSet(QStringLiteral("no-lint"));
     if (keys.contains(QStringLiteral("force")))
         options.force = parser.isSet(QStringLiteral("force"));
     if (keys.contains(QStringLiteral("bearing")))

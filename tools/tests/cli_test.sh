@@ -31,12 +31,16 @@ and what the library accepts in silence: unknown elements and attributes, number
 that do not read in full or overflow, unknown enumeration names, date-times that
 do not read, members given twice, more decimals than a member keeps, invalid UTF-8
 and whole numbers beyond 32 bits in binary input, texts XML cannot carry. Beyond 20
-identical diagnostics the rest are counted. Exit 0 when every document is clean, 1
-when any has faults, 2 when one cannot be read.
+identical diagnostics the rest are counted. It also warns about what the library
+accepts but is most likely a slip: a frequency range whose start lies above its
+stop, and a Name or an index that two items share (--no-lint leaves these out).
+Exit 0 when every document is clean, 1 when any has faults, 2 when one cannot be
+read.
 
 Options:
   -q, --quiet         print only the count of files and faults
   --format FORMAT     text (the default) or json
+  --no-lint           leave out the warnings about likely slips (start above stop, a Name or index twice)
   -h, --help          show this help
 TEXT
 
@@ -53,9 +57,24 @@ Try 'kvt317 --help'.
 TEXT
 run "unknown option" 2 kvt317 check --strict examples/settings.xml
 err <<'TEXT'
-kvt317: Unknown option 'strict'.
+kvt317: unknown option '--strict'
 Try 'kvt317 check --help'.
 TEXT
+run "mistyped command" 2 kvt317 sett examples/settings.xml
+err <<'TEXT'
+kvt317: unknown command 'sett'; did you mean 'set'?
+Try 'kvt317 --help'.
+TEXT
+run "mistyped option" 2 kvt317 set --forse examples/settings.xml Threshold 1
+err <<'TEXT'
+kvt317: unknown option '--forse'; did you mean '--force'?
+Try 'kvt317 set --help'.
+TEXT
+# A reader that goes away ends the command quietly, as it ends grep and git.
+{ echo '<KVT317_Settings>'; for i in $(seq 400); do sed -n '/<KVT317SettingsDetail/,/<\/KVT317SettingsDetail>/p' examples/settings.xml; done; echo '</KVT317_Settings>'; } >long.xml
+run "closed pipe" 0 bash -c "'$tool' show long.xml | head -n 1"
+out <<<"long.xml: KVT317_Settings, XML, 1,200 items"
+err </dev/null
 run "missing argument" 2 kvt317 diff examples/settings.xml
 err <<'TEXT'
 kvt317: diff takes A B

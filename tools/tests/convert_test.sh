@@ -88,7 +88,7 @@ run "make detail document" 0 kvt317 convert detail.json detail.xml
 printf '{"FrequencyRange": {"StartFrequency": 1, "StopFrequency": 2.5}}\n' >range.json
 run "make range document" 0 kvt317 convert range.json range.xml
 run "make empty" 0 kvt317 new -o empty.xml
-run "make empty list" 0 kvt317 remove empty.xml 'KVT317SettingsDetail[1]'
+run "make empty list" 0 kvt317 remove --force empty.xml 'KVT317SettingsDetail[1]'
 same empty.xml <<'XML'
 <?xml version="1.0" encoding="UTF-8"?>
 <KVT317_Settings/>

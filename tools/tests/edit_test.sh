@@ -28,9 +28,12 @@ for case in \
     'KVT317SettingsDetail[Name=Nope].Threshold|KVT317SettingsDetail[Name=Nope]: no item has that Name' \
     'KVT317SettingsDetail.Threshold|KVT317SettingsDetail is a list: select an item with [N] or [Name=...]' \
     'KVT317SettingsDetail[1].Thresold|KVT317SettingsDetail[1] has no member '"'"'Thresold'"'"'; did you mean '"'"'Threshold'"'"'?' \
-    'KVT317SettingsDetail[0]|'"'"'KVT317SettingsDetail[0]'"'"': [0] is neither a position (from 1) nor Name=...' \
+    'KVT317SettingsDetail[0]|'"'"'KVT317SettingsDetail[0]'"'"': [0] is neither a position (from 1), * nor Name=...' \
     'KVT317SettingsDetail[2].Threshold.Value|KVT317SettingsDetail[2].Threshold is a whole number; nothing follows it in a path' \
-    'KVT317SettingsDetail[1|'"'"'KVT317SettingsDetail[1'"'"': a '"'"'['"'"' is not closed' \
+    'KVT317SettingsDetail[1|'"'"'KVT317SettingsDetail[1'"'"': the '"'"'['"'"' at column 21 is not closed' \
+    'KVT317SettingsDetail[1]/Threshold|'"'"'KVT317SettingsDetail[1]/Threshold'"'"': '"'"'/'"'"' (column 24) cannot follow '"'"']'"'"'; members are separated by '"'"'.'"'"'' \
+    'KVT317SettingsDetail[1].Threshold/x|'"'"'KVT317SettingsDetail[1].Threshold/x'"'"': '"'"'/'"'"' (column 34) cannot follow Threshold; members are separated by '"'"'.'"'"'' \
+    'KVT317SettingsDetail[Name="Marine VHF|'"'"'KVT317SettingsDetail[Name="Marine VHF'"'"': the quote of Name= at column 27 is not closed' \
     'Threshold|KVT317_Settings has no member '"'"'Threshold'"'"''; do
     run "path ${case%%|*}" 2 kvt317 get examples/settings.xml "${case%%|*}"
     err <<<"kvt317: examples/settings.xml: ${case#*|}"
@@ -174,5 +177,57 @@ err <<<"kvt317: scan.xml: KVT317SettingsDetail[3]: the list holds 2 items"
 sed 's|<Threshold>20</Threshold>|<Threshold>twenty</Threshold>|' examples/settings.xml >r.xml
 run "remove faulty item" 0 kvt317 remove r.xml 'KVT317SettingsDetail[3]'
 run "remove faulty item result" 0 kvt317 check r.xml
+
+# ---- every item at once, quoted names, the last detail
+cp examples/settings.xml all.xml
+run "get every item" 0 kvt317 get all.xml 'KVT317SettingsDetail[*].Threshold'
+out <<'TEXT'
+10
+15
+20
+TEXT
+run "set every item" 0 kvt317 set all.xml 'KVT317SettingsDetail[*].Threshold' 30
+run "every item set" 0 kvt317 get all.xml 'KVT317SettingsDetail[*].Threshold'
+out <<'TEXT'
+30
+30
+30
+TEXT
+run "quoted name" 0 kvt317 get all.xml 'KVT317SettingsDetail[Name="Marine VHF"].Name'
+out <<<"Marine VHF"
+run "single-quoted name" 0 kvt317 get all.xml "KVT317SettingsDetail[Name='UHF survey'].index"
+out <<<"3"
+run "[*] of no list" 2 kvt317 get all.xml 'KVT317SettingsDetail[1].FrequencyRange[*].StartFrequency'
+err <<<"kvt317: all.xml: 'KVT317SettingsDetail[1].FrequencyRange[*].StartFrequency': [*] follows KVT317SettingsDetail[1].FrequencyRange, which is not a list"
+kvt317 new -o last.xml
+cp last.xml last.before
+run "remove the last detail" 1 kvt317 remove last.xml 'KVT317SettingsDetail[1]'
+err <<<"kvt317: last.xml: KVT317SettingsDetail[1] is the last of KVT317SettingsDetail, and a document without any does not check; --force removes it anyway"
+same_file "last detail kept" last.xml last.before
+run "remove the last detail forced" 0 kvt317 remove --force last.xml 'KVT317SettingsDetail[1]'
+
+# ---- values with the units show prints, converted exactly
+cp examples/settings.xml units.xml
+cp examples/bearing-settings.xml units-bearing.xml
+run "units" 0 kvt317 set units.xml 'KVT317SettingsDetail[1].FrequencyRange.StartFrequency' 121.5MHz \
+    'KVT317SettingsDetail[1].FrequencyRange.StopFrequency' '137.0125 MHz' \
+    'KVT317SettingsDetail[1].AttenuationHoldTime' 300ms 'KVT317SettingsDetail[1].Threshold' '12 dBµV'
+run "units read back" 0 kvt317 get units.xml 'KVT317SettingsDetail[1].FrequencyRange'
+out <<'TEXT'
+{
+  "StartFrequency": 121500000.00,
+  "StopFrequency": 137012500.00
+}
+TEXT
+run "more units" 0 kvt317 set units-bearing.xml DFBandwidth '12.5 kHz' Frequency 0.1215GHz \
+    LevelThreshold '-90 dBµV' QualityThreshold 70% ElevationThreshold 40°
+run "more units read back" 0 kvt317 get units-bearing.xml Frequency
+out <<<"121500000.000000000"
+run "unit of another member" 2 kvt317 set units.xml 'KVT317SettingsDetail[1].Threshold' 5MHz
+err <<<"kvt317: units.xml: KVT317SettingsDetail[1]: Threshold is in dBµV, not 'MHz'"
+run "no unit" 2 kvt317 set units.xml 'KVT317SettingsDetail[1].ScanMemoryID' 5Hz
+err <<<"kvt317: units.xml: KVT317SettingsDetail[1]: ScanMemoryID takes no unit, not 'Hz'"
+run "unknown unit" 2 kvt317 set units-bearing.xml Frequency 121.5mHz
+err <<<"kvt317: units-bearing.xml: Frequency is in Hz, kHz, MHz or GHz, not 'mHz'"
 
 finish

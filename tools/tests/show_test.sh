@@ -189,7 +189,7 @@ run "dump xml" 2 kvt317 dump examples/settings.xml
 err <<<"kvt317: examples/settings.xml is XML; dump lists binary documents"
 printf '\x12\x34\x56\x78\x00\x00\x00\x00' >foreign.bin
 run "dump foreign" 1 kvt317 dump foreign.bin
-err <<<"foreign.bin:1:1: error: the frame's tag 0x12345678 is no record type; known are KVT317_Settings 0x5DF5F465, KVT317SettingsDetail 0xF9EA2157, BearingSettings 0x856C9896, FrequencyRange 0x0E9DCC54"
+err <<<"foreign.bin:1:1: error: not a settings document: its first bytes 0x12345678 are neither '<' (XML), '{' (JSON), 'KVTZ' (compressed binary) nor the tag of a record type (binary: KVT317_Settings 0x5DF5F465, KVT317SettingsDetail 0xF9EA2157, BearingSettings 0x856C9896, FrequencyRange 0x0E9DCC54)"
 
 # ---- diff
 { head -n 22 examples/settings.xml; echo '</KVT317_Settings>'; } >one.xml
@@ -207,11 +207,49 @@ out <<'TEXT'
   "differences": [
     {
       "path": "KVT317SettingsDetail[2].Threshold",
-      "a": "15",
-      "b": "16"
+      "a": 15,
+      "b": 16
     }
   ]
 }
+TEXT
+# Items paired by Name: removing the first of the details moves none of the others.
+cp examples/settings.xml named.xml
+kvt317 remove named.xml 'KVT317SettingsDetail[1]'
+kvt317 set named.xml 'KVT317SettingsDetail[Name=UHF survey].Threshold' 25
+run "diff by name" 1 kvt317 diff --by name examples/settings.xml named.xml
+out <<'TEXT'
+KVT317SettingsDetail[Name=VHF airband]: only in A
+KVT317SettingsDetail[Name=UHF survey].Threshold: 20 -> 25
+TEXT
+run "diff by nothing" 2 kvt317 diff --by index examples/settings.xml named.xml
+err <<'TEXT'
+kvt317: --by takes position or name, not 'index'
+Try 'kvt317 diff --help'.
+TEXT
+run "members json" 0 kvt317 members FrequencyRange --format json
+out <<'TEXT'
+[
+  {
+    "record": "FrequencyRange",
+    "members": [
+      {
+        "member": "StartFrequency",
+        "kind": "number, 2 decimals",
+        "attribute": false,
+        "default": 88000000.00,
+        "required": true
+      },
+      {
+        "member": "StopFrequency",
+        "kind": "number, 2 decimals",
+        "attribute": false,
+        "default": 240000000.00,
+        "required": true
+      }
+    ]
+  }
+]
 TEXT
 run "diff types" 1 kvt317 diff examples/settings.xml examples/bearing-settings.xml
 out <<<"A is KVT317_Settings, B is BearingSettings"
