@@ -201,6 +201,34 @@ template <class T> const T& At(const void* base, std::ptrdiff_t offset)
     return *reinterpret_cast<const T*>(static_cast<const char*>(base) + offset);
 }
 
+constexpr quint32 Flag(int bit)
+{
+    return quint32(1) << bit;
+}
+
+// A member's value in a values block.
+inline void* SlotOf(StorageBlock& block, const MemberRow& row)
+{
+    return reinterpret_cast<char*>(&block) + row.valueOffset;
+}
+inline const void* SlotOf(const StorageBlock& block, const MemberRow& row)
+{
+    return reinterpret_cast<const char*>(&block) + row.valueOffset;
+}
+
+// The items of a list are about to be written: shared ones are copied first.
+inline void DetachItems(const MemberRow& row, void* slot)
+{
+    row.list->detach(slot, true);
+}
+
+// The base's default logger, which a record copy holds.
+const REPORTGENERATOR::Logger* DefaultLogger();
+
+// A member's value from its default. After any reset a text reads as null, never as its
+// default; a list is empty.
+void RestoreValue(const MemberRow& row, StorageBlock& block);
+
 // Enumerations are stored as their own types, all with int as underlying type; the
 // generic code reads and writes them as int.
 inline int EnumAt(const void* base, std::ptrdiff_t offset)
