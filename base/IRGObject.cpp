@@ -911,6 +911,8 @@ void IRGObject::SetValidate(bool validate) const
 
 bool IRGObject::GetValidate() const
 {
+    if (const ReportingAs* as = ReportingAs::For(*this))
+        return as->Validate();
     return m_validate;
 }
 
@@ -927,6 +929,39 @@ void IRGObject::ResetLogger() const
 
 std::shared_ptr<Logger> IRGObject::GetLogger() const
 {
+    return ReportLogger();
+}
+
+namespace {
+// The innermost ReportingAs of the thread.
+thread_local const void* t_reportingAs = nullptr;
+} // namespace
+
+IRGObject::ReportingAs::ReportingAs(const IRGObject& record, bool validate,
+                                    const std::shared_ptr<Logger>& logger)
+    : m_record(record)
+    , m_validate(validate)
+    , m_logger(logger)
+    , m_outer(static_cast<const ReportingAs*>(t_reportingAs))
+{
+    t_reportingAs = this;
+}
+
+IRGObject::ReportingAs::~ReportingAs()
+{
+    t_reportingAs = m_outer;
+}
+
+const IRGObject::ReportingAs* IRGObject::ReportingAs::For(const IRGObject& record) noexcept
+{
+    const auto* as = static_cast<const ReportingAs*>(t_reportingAs);
+    return as && &as->m_record == &record ? as : nullptr;
+}
+
+const std::shared_ptr<Logger>& IRGObject::ReportLogger() const noexcept
+{
+    if (const ReportingAs* as = ReportingAs::For(*this))
+        return as->ReportLogger();
     return m_logger;
 }
 
@@ -954,12 +989,13 @@ void IRGObject::Trace(LogLevel level, const RGException& exception) const
 
 void IRGObject::Log(LogLevel level, const QString& message) const
 {
-    if (!m_logger)
+    const std::shared_ptr<Logger>& logger = ReportLogger();
+    if (!logger)
         return;
     if (HeldReports* held = HeldReports::Current())
-        held->Add(m_logger, level, message);
+        held->Add(logger, level, message);
     else
-        m_logger->Log(level, message);
+        logger->Log(level, message);
 }
 
 void IRGObject::TraceOrThrow(LogLevel level, RGException& exception, bool throwException,

@@ -165,6 +165,13 @@ const Names& Names::Get()
     return names;
 }
 
+const std::shared_ptr<REPORTGENERATOR::Logger>& Silent()
+{
+    static const std::shared_ptr<REPORTGENERATOR::Logger> logger =
+        std::make_shared<REPORTGENERATOR::Logger>(REPORTGENERATOR::Logger::Sink());
+    return logger;
+}
+
 const Document& DocumentOf(int size)
 {
     static std::mutex mutex;
@@ -186,6 +193,8 @@ const Document& DocumentOf(int size)
         document->binary = made.GetBinaryRepresentationAsQByteArray();
         // Documents are measured as an application holds them: loaded.
         document->record.SetXmlString(document->xml, false);
+        document->logged.SetLogger(Silent());
+        document->logged.SetXmlString(document->xml, false);
     }
     return *document;
 }

@@ -11,6 +11,8 @@
 #include <QStringList>
 #include <QVector>
 
+#include <memory>
+
 namespace bench {
 
 struct PlainRange {
@@ -44,10 +46,14 @@ struct Names {
 struct Document {
     int size = 0;
     QVector<PlainDetail> plain;
-    KVT317XML::KVT317_Settings record;
-    QString xml;       // GetXmlString of the record
-    QByteArray binary; // GetBinaryRepresentationAsQByteArray of the record
+    KVT317XML::KVT317_Settings record; // loaded with the default logger
+    KVT317XML::KVT317_Settings logged; // loaded with an application logger (Silent())
+    QString xml;                       // GetXmlString of the record
+    QByteArray binary;                 // GetBinaryRepresentationAsQByteArray of the record
 };
+
+// The logger an application gives its documents: its own, here one that drops every report.
+const std::shared_ptr<REPORTGENERATOR::Logger>& Silent();
 
 // Every member set, values varied by position, names with non-ASCII and XML-special
 // characters. Built once per size.

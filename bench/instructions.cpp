@@ -17,6 +17,7 @@ namespace {
 
 const bench::Document* document = nullptr;
 KVT317_Settings* other = nullptr;
+KVT317_Settings* otherLogged = nullptr;
 QVector<bench::PlainDetail>* plainOther = nullptr;
 volatile qint64 sink = 0;
 constexpr int Runs = 3;
@@ -52,6 +53,8 @@ MEASURE(floor_binary_save, sink += bench::WriteBinary(document->plain).size())
 MEASURE(op_binary_load, KVT317_Settings s; QByteArray b = document->binary;
         sink += s.SetBinaryRepresentation(b))
 MEASURE(floor_binary_load, sink += bench::ReadBinary(document->binary).size())
+MEASURE(op_copy, KVT317_Settings c(document->record); sink += c.IsInitialized())
+MEASURE(floor_copy, QVector<bench::PlainDetail> c(document->plain); sink += c.size())
 MEASURE(op_copy_edit, KVT317_Settings c(document->record);
         c.GetKVT317SettingsDetail()[document->size / 2].SetThreshold(7))
 MEASURE(floor_copy_edit, QVector<bench::PlainDetail> c(document->plain);
@@ -61,6 +64,20 @@ MEASURE(floor_equality, sink += (document->plain == *plainOther))
 MEASURE(op_check, document->record.Check(true))
 MEASURE(floor_check, sink += bench::CheckPlain(document->plain))
 
+// The same operations on a document that holds an application logger; the floors are the
+// same.
+MEASURE(logger_xml_load, KVT317_Settings s; s.SetLogger(bench::Silent());
+        sink += s.SetXmlString(document->xml, false))
+MEASURE(logger_xml_save, sink += document->logged.GetXmlString().size())
+MEASURE(logger_binary_save, sink += document->logged.GetBinaryRepresentationAsQByteArray().size())
+MEASURE(logger_binary_load, KVT317_Settings s; s.SetLogger(bench::Silent());
+        QByteArray b = document->binary; sink += s.SetBinaryRepresentation(b))
+MEASURE(logger_copy, KVT317_Settings c(document->logged); sink += c.IsInitialized())
+MEASURE(logger_copy_edit, KVT317_Settings c(document->logged);
+        c.GetKVT317SettingsDetail()[document->size / 2].SetThreshold(7))
+MEASURE(logger_equality, sink += (document->logged == *otherLogged))
+MEASURE(logger_check, document->logged.Check(true))
+
 } // namespace
 
 int main(int argc, char** argv)
@@ -69,6 +86,9 @@ int main(int argc, char** argv)
     document = &bench::DocumentOf(size);
     other = new KVT317_Settings;
     other->SetXmlString(document->xml, false);
+    otherLogged = new KVT317_Settings;
+    otherLogged->SetLogger(bench::Silent());
+    otherLogged->SetXmlString(document->xml, false);
     plainOther = new QVector<bench::PlainDetail>(bench::ReadBinary(document->binary));
     op_xml_load();
     floor_xml_load();
@@ -79,6 +99,8 @@ int main(int argc, char** argv)
     floor_binary_save();
     op_binary_load();
     floor_binary_load();
+    op_copy();
+    floor_copy();
     op_copy_edit();
     floor_copy_edit();
     op_equality();
@@ -87,8 +109,17 @@ int main(int argc, char** argv)
     floor_check();
     observed_xml_load();
     observed_binary_load();
+    logger_xml_load();
+    logger_xml_save();
+    logger_binary_save();
+    logger_binary_load();
+    logger_copy();
+    logger_copy_edit();
+    logger_equality();
+    logger_check();
     std::printf("%lld\n", static_cast<long long>(sink));
     delete plainOther;
+    delete otherLogged;
     delete other;
     return 0;
 }

@@ -265,15 +265,35 @@ private:
     void MarkSet(int bit);
     void MarkHasDefault(int bit);
 
-    // Switch and logger
-    void PassDown() const;
-    void Settle();
-    void HandDown(bool validate, bool logger) const;
-    bool ChildrenFollow(bool validate, bool logger) const;
+    // Switch and logger. The records a record holds read its switch and logger without
+    // holding them: `m_down` tells, per setting, whether they read the record's own
+    // (pending: their objects may still hold another) or already hold it. A held record
+    // takes them into its object only when a reference to it is handed out.
+    enum : quint8 { DownValidate = 1, DownLogger = 2, DownBoth = 3 };
+    struct Down {
+        quint8 pending = 0; // the held records read this record's own setting
+        quint8 held = 0;    // the held records hold heldValidate / heldLogger
+        bool heldValidate = false;
+        const REPORTGENERATOR::Logger* heldLogger = nullptr;
+    };
+    void PassDown() const; // the held records read this record's switch and logger
+    void Settle();         // the same, and they hold them: for writing operations
+    void Follow() const;
+    void SettleChildren(bool deep) const; // before a held record is handed out
+    bool OwnsChildren() const;
+    bool HoldAlready(quint8 settings) const;
+    void Held(quint8 settings) const;
+    void FollowSharedStorage(const Record& other);
+    REPORTGENERATOR::IRGObject::ReportingAs Reporting(const Record& held) const
+    {
+        return ReportingAs(held, GetValidate(), ReportLogger());
+    }
 
     // Reports
     void Report(REPORTGENERATOR::RGException& exception) const;
     void ReportCheck(const MemberDescription& member, bool noThrow) const;
+    void CheckHeld(ReadContext* context, const MemberDescription& member, int item,
+                   const Record& child, bool noThrow) const;
     void ReportIncomplete(const MemberDescription& member) const;
     void ReportIncompleteAppend(const MemberDescription& member, int item) const;
     void ReportUnwritable(const MemberDescription& member, const QString& text) const;
@@ -293,6 +313,7 @@ private:
 
     const RecordType& m_type;
     mutable QSharedDataPointer<StorageBlock> d;
+    mutable Down m_down;
 };
 
 } // namespace KVT317XML

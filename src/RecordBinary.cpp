@@ -76,9 +76,11 @@ bool Record::GetBinary(QDataStream& stream, int tag, bool withTag) const
         const bool set = block.isSet & (quint32(1) << bit);
         if (row.asRecord) {
             // A nested record is its own frame, under the member's tag.
-            if (set)
-                RecordAt(row, &block, row.valueOffset)
-                    .GetBinary(stream, static_cast<int>(row.description.tag), true);
+            if (set) {
+                const Record& child = RecordAt(row, &block, row.valueOffset);
+                const ReportingAs as = Reporting(child);
+                child.GetBinary(stream, static_cast<int>(row.description.tag), true);
+            }
         } else if (set || row.description.AlwaysWritten()) {
             WriteMemberEntry(stream, row, block);
         }
@@ -101,8 +103,11 @@ void Record::WriteMemberEntry(QDataStream& stream, const MemberRow& row,
         const qint64 start = BeginLength(stream);
         stream << qint32(size);
         if (block.isSet & (quint32(1) << member.bit))
-            for (int i = 0; i < size; ++i)
-                row.list->item(slot, i).GetBinary(stream, static_cast<int>(member.tag), false);
+            for (int i = 0; i < size; ++i) {
+                const Record& item = row.list->item(slot, i);
+                const ReportingAs as = Reporting(item);
+                item.GetBinary(stream, static_cast<int>(member.tag), false);
+            }
         EndLength(stream, start);
     } else {
         // Texts, numbers and enumeration names: a byte array of the UTF-8 text.

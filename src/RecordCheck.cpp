@@ -26,12 +26,12 @@ void Record::ReportIncomplete(const MemberDescription& member) const
     Report(exception);
 }
 
-namespace {
-
-// A child's check, in the child's place where an observer listens.
-void CheckChild(ReadContext* context, const MemberDescription& member, int item,
-                const Record& child, bool noThrow)
+// A held record's check, with this record's switch and logger, in the held record's place
+// where an observer listens.
+void Record::CheckHeld(ReadContext* context, const MemberDescription& member, int item,
+                       const Record& child, bool noThrow) const
 {
+    const ReportingAs as = Reporting(child);
     if (!context) {
         child.Check(noThrow);
         return;
@@ -39,8 +39,6 @@ void CheckChild(ReadContext* context, const MemberDescription& member, int item,
     const ReadContext::Scope scope(context, *member.nested(), member.bit, item);
     child.Check(noThrow);
 }
-
-} // namespace
 
 void Record::Check(bool noThrow) const
 {
@@ -72,12 +70,12 @@ void Record::Check(bool noThrow) const
         const MemberDescription& member = row.description;
         const void* value = reinterpret_cast<const char*>(&block) + row.valueOffset;
         if (row.asRecord) {
-            CheckChild(context, member, -1, RecordAt(row, value, 0), noThrow);
+            CheckHeld(context, member, -1, RecordAt(row, value, 0), noThrow);
         } else if (row.list) {
             if (!(block.isSet & (quint32(1) << member.bit)))
                 ReportCheck(member, noThrow);
             for (int i = 0; i < row.list->size(value); ++i)
-                CheckChild(context, member, i, row.list->item(value, i), noThrow);
+                CheckHeld(context, member, i, row.list->item(value, i), noThrow);
         } else if (faults & (quint32(1) << member.bit)) {
             ReportCheck(member, noThrow);
         }

@@ -1,5 +1,5 @@
-// Storage, member state, resets, predicates, equality, and handing the validation switch
-// and logger down to child records.
+// The member table, storage creation, copying and sharing, and the fields of a record's
+// storage.
 
 #include "ReadContext.h"
 #include "RecordStorage.h"
@@ -25,66 +25,20 @@ template <> KVT317XML::DefaultsBlock* QSharedDataPointer<KVT317XML::DefaultsBloc
 
 namespace KVT317XML {
 
-// What the engine's free functions may do to a record.
-struct RecordAccess {
-    static void Share(Record& target, const Record& source) { target.ShareStorage(source); }
-    // Children inside a block must never create storage from a const operation, which
-    // would write to a block that others may share: they start with a virgin storage.
-    static void MakeVirgin(Record& child) { child.d = child.m_type.virgin; }
-};
+void RecordAccess::Share(Record& target, const Record& source)
+{
+    target.ShareStorage(source);
+}
+
+// Children inside a block must never create storage from a const operation, which would
+// write to a block that others may share: they start with a virgin storage.
+void RecordAccess::MakeVirgin(Record& child)
+{
+    child.d = child.m_type.virgin;
+}
 
 StorageBlock::~StorageBlock() = default;
 DefaultsBlock::~DefaultsBlock() = default;
-
-namespace {
-
-constexpr quint32 Flag(int bit)
-{
-    return quint32(1) << bit;
-}
-
-void* SlotOf(StorageBlock& block, const MemberRow& row)
-{
-    return reinterpret_cast<char*>(&block) + row.valueOffset;
-}
-const void* SlotOf(const StorageBlock& block, const MemberRow& row)
-{
-    return reinterpret_cast<const char*>(&block) + row.valueOffset;
-}
-
-// The items of a list are about to be written: copies made by detaching them hold the
-// base's default logger, so nothing is known about them any more.
-void DetachItems(const MemberRow& row, void* slot)
-{
-    if (row.list->detach(slot))
-        row.list->sync(slot).synced = 0;
-}
-
-// Values equal by the member's kind: numbers exactly, texts and date-times by Qt's
-// equality, child records by their own rule.
-bool ValuesEqual(const MemberRow& row, const StorageBlock& a, const StorageBlock& b)
-{
-    const std::ptrdiff_t at = row.valueOffset;
-    switch (row.description.kind) {
-    case MemberKind::Integer:
-        return At<int>(&a, at) == At<int>(&b, at);
-    case MemberKind::Float:
-        return At<float>(&a, at) == At<float>(&b, at);
-    case MemberKind::Double:
-        return At<double>(&a, at) == At<double>(&b, at);
-    case MemberKind::Text:
-        return At<QString>(&a, at) == At<QString>(&b, at);
-    case MemberKind::DateTime:
-        return At<QDateTime>(&a, at) == At<QDateTime>(&b, at);
-    case MemberKind::Enumeration:
-        return EnumAt(&a, at) == EnumAt(&b, at);
-    case MemberKind::Record:
-        return RecordAt(row, &a, at).Equals(RecordAt(row, &b, at));
-    case MemberKind::RecordList:
-        return row.list->equal(SlotOf(a, row), SlotOf(b, row));
-    }
-    return false;
-}
 
 // A member's value from its default. After any reset a text reads as null, never as its
 // default; a list is empty.
@@ -116,25 +70,9 @@ void RestoreValue(const MemberRow& row, StorageBlock& block)
         break;
     case MemberKind::RecordList:
         row.list->clear(value);
-        row.list->sync(value).synced = 0;
         break;
     }
 }
-
-// Equality of the members of one kind whose flags are given.
-template <class T>
-bool SameValues(quint32 flags, const std::ptrdiff_t* offsets, const StorageBlock* a,
-                const StorageBlock* b)
-{
-    for (; flags; flags &= flags - 1) {
-        const std::ptrdiff_t offset = offsets[qCountTrailingZeroBits(flags)];
-        if (!(At<T>(a, offset) == At<T>(b, offset)))
-            return false;
-    }
-    return true;
-}
-
-} // namespace
 
 namespace detail {
 
@@ -241,7 +179,6 @@ void FinishRecordType(RecordType& type, StorageBlock* values, DefaultsBlock* def
     }
     values->defaults = QSharedDataPointer<DefaultsBlock>(defaults);
     type.prototype = QSharedDataPointer<StorageBlock>(values);
-    type.variants = std::make_shared<PrototypeVariants>();
     // The values start as the defaults; nothing is set.
     for (const MemberRow& row : type.rows) {
         const MemberKind kind = row.description.kind;
@@ -274,17 +211,19 @@ Record::Record(const Record& other, const QString& name, __int64 id)
     ShareOrCopy(other.d);
     m_id = id;
     // The copy takes the source's switch, and its own (the base's default) logger; its
-    // children follow both, as they would in a storage of their own.
+    // children read both.
     IRGObject::SetValidate(other.CurrentValidate());
-    HandDown(true, true);
+    FollowSharedStorage(other);
 }
 
 Record::~Record() = default;
 
 void Record::ShareStorage(const Record& other)
 {
-    if (this != &other)
-        ShareOrCopy(other.d);
+    if (this == &other)
+        return;
+    ShareOrCopy(other.d);
+    FollowSharedStorage(other);
 }
 
 // Storage is shared, unless a reference into it is out: then it is copied.
@@ -305,10 +244,8 @@ QSharedDataPointer<StorageBlock> Record::CopyOf(const StorageBlock& source) cons
     for (const int bit : m_type.children) {
         const MemberRow& row = m_type.rows[bit];
         if (row.asRecord) {
-            // A child's copy constructor gave it the default logger; inside this record it
-            // keeps the one it had.
-            RecordAt(row, &block, row.valueOffset)
-                .SetLogger(RecordAt(row, &source, row.valueOffset).GetLogger());
+            RecordAccess::KeepSettings(RecordAt(row, &block, row.valueOffset),
+                                       RecordAt(row, &source, row.valueOffset));
         } else if (source.lent) {
             // References to the source's items may be out: the copy has items of its own.
             DetachItems(row, SlotOf(block, row));
@@ -328,21 +265,9 @@ void Record::InitData() const
     if (HasStorage())
         return;
     d = m_type.prototype;
-    if (!m_type.children.empty() && !ChildrenFollow(true, true)) {
-        // Children of the prototype hold the defaults; a record with another switch or
-        // logger shares a fresh storage made for that pair.
-        PrototypeVariants& variants = *m_type.variants;
-        const std::lock_guard<std::mutex> lock(variants.mutex);
-        for (const PrototypeVariants::Variant& variant : variants.recent)
-            if (variant.validate == CurrentValidate() && variant.logger.get() == CurrentLogger())
-                d = variant.block;
-        if (d.constData() == m_type.prototype.constData()) {
-            PassDown();
-            if (variants.recent.size() == 4)
-                variants.recent.erase(variants.recent.begin());
-            variants.recent.push_back({CurrentValidate(), GetLogger(), d});
-        }
-    }
+    // The prototype's children hold the base's defaults; they read this record's settings.
+    m_down = Down{0, DownBoth, false, DefaultLogger()};
+    PassDown();
 }
 
 const StorageBlock& Record::ConstStorage() const
@@ -375,8 +300,13 @@ const void* Record::ConstField(int bit, Field field) const
     const MemberRow& row = m_type.rows[bit];
     switch (field) {
     case Field::Value:
-        return row.list ? row.list->items(const_cast<void*>(SlotOf(block, row)))
-                        : SlotOf(block, row);
+        if (row.list || row.asRecord) {
+            // A reference to a held record goes out: it holds what it reads.
+            SettleChildren(false);
+            void* slot = const_cast<void*>(SlotOf(*d.constData(), row));
+            return row.list ? row.list->items(slot) : slot;
+        }
+        return SlotOf(block, row);
     case Field::Default: {
         const void* def =
             reinterpret_cast<const char*>(block.defaults.constData()) + row.defaultOffset;
@@ -390,14 +320,17 @@ const void* Record::ConstField(int bit, Field field) const
 
 void* Record::MutableField(int bit, Field field)
 {
-    StorageBlock& block = MutableStorage();
     const MemberRow& row = m_type.rows[bit];
+    if (field == Field::Value && (row.list || row.asRecord)) {
+        // The caller may change the held records in any way, their switches and loggers too.
+        SettleChildren(false);
+        m_down.held = 0;
+    }
+    StorageBlock& block = MutableStorage();
     if (field == Field::Value) {
         void* slot = SlotOf(block, row);
         if (row.list) {
-            // The caller may change the items in any way, their switches and loggers too.
             DetachItems(row, slot);
-            row.list->sync(slot).synced = 0;
             return row.list->items(slot);
         }
         return slot;
@@ -436,468 +369,37 @@ const RecordDescription& Record::GetDescription() const
     return m_type.description;
 }
 
+namespace {
+struct Snapshot {
+    QSharedDataPointer<StorageBlock> d;
+    std::shared_ptr<const void> down;
+};
+} // namespace
+
 std::shared_ptr<const void> Record::SaveState() const
 {
+    auto down = std::make_shared<const Down>(m_down);
     // A snapshot must not take the storage from under references that are out.
     if (d.constData() && d.constData()->lent)
-        return std::make_shared<const QSharedDataPointer<StorageBlock>>(CopyOf(*d.constData()));
-    return std::make_shared<const QSharedDataPointer<StorageBlock>>(d);
+        return std::make_shared<const Snapshot>(Snapshot{CopyOf(*d.constData()), down});
+    return std::make_shared<const Snapshot>(Snapshot{d, down});
 }
 
 void Record::RestoreState(const std::shared_ptr<const void>& state)
 {
     if (!state)
         return;
-    const auto& saved = *static_cast<const QSharedDataPointer<StorageBlock>*>(state.get());
+    const auto& saved = *static_cast<const Snapshot*>(state.get());
+    m_down = *static_cast<const Down*>(saved.down.get());
     const StorageBlock* current = d.constData();
-    if (current && current->lent && saved.constData() && current->ref.loadRelaxed() == 1) {
+    if (current && current->lent && saved.d.constData() && current->ref.loadRelaxed() == 1) {
         // References into the storage are out: it takes the saved values back in place.
-        d.data()->CopyFrom(*saved.constData());
+        d.data()->CopyFrom(*saved.d.constData());
         return;
     }
-    d = saved;
+    d = saved.d;
 }
 
 void Record::SetObjectType(REPORTGENERATOR::ObjectTypes) {}
-
-// ---- Switch and logger -------------------------------------------------------------------
-
-void Record::SetValidate(bool validate) const
-{
-    IRGObject::SetValidate(validate);
-    HandDown(true, false);
-}
-
-void Record::SetLogger(std::shared_ptr<REPORTGENERATOR::Logger> logger) const
-{
-    IRGObject::SetLogger(std::move(logger));
-    HandDown(false, true);
-}
-
-void Record::PassDown() const
-{
-    HandDown(true, true);
-}
-
-// Whether every child and list item, and their own children, already hold this record's
-// switch (when `validate`) and logger (when `logger`). Reads only.
-bool Record::ChildrenFollow(bool validate, bool logger) const
-{
-    if (m_type.children.empty() || !HasStorage())
-        return true;
-    const StorageBlock* block = d.constData();
-    const bool ownValidate = CurrentValidate();
-    const REPORTGENERATOR::Logger* ownLogger = CurrentLogger();
-    const auto follows = [=](const Record& child) {
-        return (!validate || child.CurrentValidate() == ownValidate) &&
-               (!logger || child.CurrentLogger() == ownLogger) &&
-               (child.m_type.children.empty() || child.ChildrenFollow(validate, logger));
-    };
-    for (const int bit : m_type.children) {
-        const MemberRow& row = m_type.rows[bit];
-        const void* slot = SlotOf(*block, row);
-        if (!row.list) {
-            if (!follows(RecordAt(row, slot, 0)))
-                return false;
-            continue;
-        }
-        const ListSync& sync = row.list->constSync(slot);
-        const bool cached =
-            (!validate || sync.validate == ownValidate) && (!logger || sync.logger == ownLogger);
-        const int size = row.list->size(slot);
-        for (int i = cached ? sync.synced : 0; i < size; ++i)
-            if (!follows(row.list->item(slot, i)))
-                return false;
-    }
-    return true;
-}
-
-// Hands this record's switch and logger to the children that do not hold them yet. When
-// all do, nothing is written, so that const operations on a record whose children follow
-// it never touch shared storage.
-void Record::HandDown(bool validate, bool logger) const
-{
-    if (m_type.children.empty() || ChildrenFollow(validate, logger))
-        return;
-    Record& self = const_cast<Record&>(*this);
-    StorageBlock& block = self.MutableStorage();
-    const bool ownValidate = GetValidate();
-    const std::shared_ptr<REPORTGENERATOR::Logger> ownLogger = GetLogger();
-    const auto handTo = [&](Record& child) {
-        if (validate)
-            child.SetValidate(ownValidate);
-        if (logger)
-            child.SetLogger(ownLogger);
-    };
-    for (const int bit : m_type.children) {
-        const MemberRow& row = m_type.rows[bit];
-        void* slot = SlotOf(block, row);
-        if (row.asRecord) {
-            handTo(RecordAt(row, slot, 0));
-        } else if (row.list) {
-            DetachItems(row, slot);
-            ListSync& sync = row.list->sync(slot);
-            const bool cached = (!validate || sync.validate == ownValidate) &&
-                                (!logger || sync.logger == ownLogger.get());
-            const int size = row.list->size(slot);
-            for (int i = cached ? sync.synced : 0; i < size; ++i)
-                handTo(row.list->mutableItem(slot, i));
-            // Items before `synced` kept the setting that was not handed down.
-            if (validate)
-                sync.validate = ownValidate;
-            if (logger)
-                sync.logger = ownLogger.get();
-            if (validate && logger)
-                sync.synced = size;
-        }
-    }
-}
-
-// For operations that write anyway: hands down, then records that every list item follows,
-// so that the next hand-down costs nothing. Only a storage of its own is written.
-void Record::Settle()
-{
-    PassDown();
-    if (!HasStorage() || !m_type.hasChildren || d.constData()->ref.loadRelaxed() != 1)
-        return;
-    StorageBlock& block = *d.data();
-    for (const MemberRow& row : m_type.rows) {
-        if (!row.list)
-            continue;
-        void* slot = SlotOf(block, row);
-        if (!row.list->shared(slot))
-            row.list->sync(slot) = ListSync{row.list->size(slot), GetValidate(), CurrentLogger()};
-    }
-}
-
-// ---- Members ---------------------------------------------------------------------------
-
-bool Record::IsMemberSet(int bit) const
-{
-    return d.constData() && (d.constData()->isSet & Flag(bit));
-}
-
-void Record::ResetMember(int bit)
-{
-    if (!HasStorage())
-        return;
-    StorageBlock& block = MutableStorage();
-    block.isSet &= ~Flag(bit);
-    RestoreValue(m_type.rows[bit], block);
-}
-
-void Record::Report(RGException& exception) const
-{
-    if (GetValidate())
-        TraceOrThrow(LogLevel::Error, exception, true, true);
-    else
-        Trace(LogLevel::Warning, exception);
-}
-
-void Record::AssignText(int bit, const QString& value)
-{
-    InitData();
-    if (value.isNull()) {
-        const ReadContext::Subject subject(ReadContext::Current(), &m_type.rows[bit].description);
-        OutOfRangeException exception(
-            text::PleaseSet(GetObjectName(), m_type.rows[bit].description.name));
-        Report(exception);
-    }
-    Assign<QString>(bit, value);
-}
-
-void Record::AssignEnum(int bit, int value)
-{
-    InitData();
-    const MemberRow& row = m_type.rows[bit];
-    if (!IsValidEnum(bit, value)) {
-        const ReadContext::Subject subject(ReadContext::Current(), &row.description);
-        OutOfRangeException exception(QStringLiteral("enum is not valid (classname=") +
-                                      m_type.description.name + QStringLiteral(",membername=") +
-                                      row.description.fieldName + QStringLiteral(")"));
-        Report(exception);
-    }
-    StorageBlock& block = MutableStorage();
-    SetEnumAt(&block, row.valueOffset, value);
-    block.isSet |= Flag(bit);
-}
-
-QString Record::EnumName(int bit, int value) const
-{
-    ConstStorage();
-    return text::EnumName(m_type.rows[bit].description, value);
-}
-
-int Record::EnumIndex(int bit, const QString& name) const
-{
-    const MemberRow& row = m_type.rows[bit];
-    const int index = row.description.enumeration->names.indexOf(name);
-    return index >= 0 ? index : EnumAt(ConstStorage().defaults.constData(), row.invalidOffset);
-}
-
-double Record::EnumToValue(int bit, int value) const
-{
-    ConstStorage();
-    const QVector<double>& values = m_type.rows[bit].description.enumeration->values;
-    return value >= 0 && value < values.size() ? values.at(value) : 0.0;
-}
-
-int Record::EnumFromValue(int bit, double value) const
-{
-    const MemberRow& row = m_type.rows[bit];
-    const StorageBlock& block = ConstStorage();
-    const int index = row.description.enumeration->values.indexOf(value);
-    return index >= 0 ? index : EnumAt(block.defaults.constData(), row.invalidOffset);
-}
-
-bool Record::IsValidEnum(int bit, int value) const
-{
-    ConstStorage();
-    return value >= 0 && value < m_type.rows[bit].description.enumeration->names.size();
-}
-
-void Record::Append(int bit, const Record& item)
-{
-    InsertListItem(bit, ListSize(bit), item);
-}
-
-bool Record::InsertListItem(int bit, int index, const Record& item)
-{
-    const MemberRow& row = m_type.rows[bit];
-    if (!row.list || &item.GetDescription() != row.description.nested())
-        return false;
-    InitData();
-    StorageBlock* block = &MutableStorage();
-    if (index < 0 || index > row.list->size(SlotOf(*block, row)))
-        return false;
-    const bool complete = item.HasData();
-    const bool inserted = complete || !GetValidate();
-    if (inserted) {
-        void* slot = SlotOf(*block, row);
-        DetachItems(row, slot);
-        if (index == row.list->size(slot)) {
-            row.list->append(slot, item);
-        } else {
-            row.list->insert(slot, index, item);
-            ListSync& sync = row.list->sync(slot);
-            sync.synced = std::min(sync.synced, index);
-        }
-        block->isSet |= Flag(bit);
-    }
-    if (!complete)
-        ReportIncompleteAppend(row.description, inserted ? index : -1);
-    return inserted;
-}
-
-// An item taken in is what the report is about; one refused, the list.
-void Record::ReportIncompleteAppend(const MemberDescription& member, int item) const
-{
-    ReadContext* const context = ReadContext::Current();
-    const ReadPosition where = context ? context->CurrentPosition() : ReadPosition();
-    const ReadContext::Scope owner(context, m_type.description, -1, -1);
-    const ReadContext::Scope scope(item >= 0 ? context : nullptr, *member.nested(), member.bit,
-                                   item);
-    if (context)
-        context->SetPosition(where);
-    const ReadContext::Subject subject(context, item >= 0 ? nullptr : &member);
-    IncompleteDefinitionException exception(
-        GetObjectName() +
-        QStringLiteral(": Tried to append not completely defined or invalid item ") + member.name +
-        QStringLiteral("."));
-    Report(exception);
-}
-
-// ---- Predicates, resets and equality -------------------------------------------------
-
-bool Record::HasData() const
-{
-    if (!HasStorage())
-        return false;
-    const StorageBlock& block = *d.constData();
-    if ((block.isSet & m_type.requiredFlags) != m_type.requiredFlags)
-        return false;
-    if (!m_type.hasChildren)
-        return true;
-    for (const MemberRow& row : m_type.rows) {
-        if (!row.description.required)
-            continue;
-        if (row.asRecord && !RecordAt(row, &block, row.valueOffset).HasData())
-            return false;
-        if (row.list && row.list->size(SlotOf(block, row)) == 0)
-            return false;
-    }
-    return true;
-}
-
-bool Record::AnyData() const
-{
-    if (!HasStorage())
-        return false;
-    const StorageBlock& block = *d.constData();
-    for (const MemberRow& row : m_type.rows) {
-        switch (row.description.kind) {
-        case MemberKind::Record:
-            if (RecordAt(row, &block, row.valueOffset).AnyData())
-                return true;
-            break;
-        case MemberKind::RecordList:
-            if (row.list->size(SlotOf(block, row)) > 0)
-                return true;
-            break;
-        case MemberKind::Text:
-            // A text holds something when it is not null, set or not.
-            if (!At<QString>(&block, row.valueOffset).isNull())
-                return true;
-            break;
-        default:
-            if (block.isSet & Flag(row.description.bit))
-                return true;
-        }
-    }
-    return false;
-}
-
-void Record::Reset()
-{
-    if (!HasStorage())
-        return;
-    // A fresh storage is as reset as it gets.
-    if (d.constData() == m_type.prototype.constData())
-        return;
-    StorageBlock& block = MutableStorage();
-    block.isSet = 0;
-    ConstNoClearReset(block);
-}
-
-void Record::ResetToDefault()
-{
-    InitData();
-    Reset();
-    StorageBlock& block = MutableStorage();
-    const DefaultsBlock& defaults = *block.defaults.constData();
-    for (const MemberRow& row : m_type.rows) {
-        const int bit = row.description.bit;
-        void* value = SlotOf(block, row);
-        const void* def = reinterpret_cast<const char*>(&defaults) + row.defaultOffset;
-        const bool hasDefault = defaults.hasDefault & Flag(bit);
-        switch (row.description.kind) {
-        case MemberKind::Record:
-            // The child holds its own defaults; the parent still counts it as unset.
-            RecordAt(row, value, 0).ResetToDefault();
-            continue;
-        case MemberKind::RecordList:
-            DetachItems(row, value);
-            for (int i = 0; i < row.list->size(value); ++i)
-                row.list->mutableItem(value, i).ResetToDefault();
-            continue;
-        case MemberKind::Enumeration: {
-            const int v = EnumAt(def, 0);
-            if (!hasDefault || v < 0 || v >= row.description.enumeration->names.size())
-                continue;
-            SetEnumAt(value, 0, v);
-            break;
-        }
-        case MemberKind::Text:
-            if (!hasDefault || At<QString>(def, 0).isNull())
-                continue;
-            At<QString>(value, 0) = At<QString>(def, 0);
-            break;
-        case MemberKind::Integer:
-            if (!hasDefault)
-                continue;
-            At<int>(value, 0) = At<int>(def, 0);
-            break;
-        case MemberKind::Float:
-            if (!hasDefault)
-                continue;
-            At<float>(value, 0) = At<float>(def, 0);
-            break;
-        case MemberKind::Double:
-            if (!hasDefault)
-                continue;
-            At<double>(value, 0) = At<double>(def, 0);
-            break;
-        case MemberKind::DateTime:
-            if (!hasDefault)
-                continue;
-            At<QDateTime>(value, 0) = At<QDateTime>(def, 0);
-            break;
-        }
-        block.isSet |= Flag(bit);
-    }
-}
-
-bool Record::Equals(const Record& other) const
-{
-    if (&m_type != &other.m_type)
-        return false;
-    const StorageBlock* a = d.constData();
-    const StorageBlock* b = other.d.constData();
-    if (a == b)
-        return true;
-    // Lists compare by their items, their set flags take no part; every other member must
-    // be set on both sides or on neither, and equal where set.
-    for (const int bit : m_type.children) {
-        const MemberRow& row = m_type.rows[bit];
-        if (!row.list)
-            continue;
-        const int sizeA = a ? row.list->size(SlotOf(*a, row)) : 0;
-        const int sizeB = b ? row.list->size(SlotOf(*b, row)) : 0;
-        if (sizeA != sizeB || (sizeA > 0 && !ValuesEqual(row, *a, *b)))
-            return false;
-    }
-    const quint32 set = (a ? a->isSet : 0) & ~m_type.listFlags;
-    if (set != ((b ? b->isSet : 0) & ~m_type.listFlags))
-        return false;
-    if (!set)
-        return true;
-    // The order of the comparisons does not matter: only the result is seen.
-    const std::ptrdiff_t* at = m_type.valueOffsets;
-    if (!SameValues<int>(set & m_type.integerFlags, at, a, b) ||
-        !SameValues<double>(set & m_type.doubleFlags, at, a, b) ||
-        !SameValues<float>(set & m_type.floatFlags, at, a, b) ||
-        !SameValues<QString>(set & m_type.textFlags, at, a, b) ||
-        !SameValues<QDateTime>(set & m_type.dateTimeFlags, at, a, b))
-        return false;
-    for (quint32 bits = set & m_type.recordFlags; bits; bits &= bits - 1) {
-        const MemberRow& row = m_type.rows[qCountTrailingZeroBits(bits)];
-        if (!RecordAt(row, a, row.valueOffset).Equals(RecordAt(row, b, row.valueOffset)))
-            return false;
-    }
-    return true;
-}
-
-bool Record::EqualsCreatingStorage(const Record& other) const
-{
-    if (!HasStorage() && !other.HasStorage())
-        return true;
-    other.InitData();
-    return Equals(other);
-}
-
-// ---- Reflection --------------------------------------------------------------------------
-
-QString Record::MemberText(int bit) const
-{
-    return text::MemberText(m_type.rows[bit], ConstStorage());
-}
-
-const Record* Record::Child(int bit) const
-{
-    const MemberRow& row = m_type.rows[bit];
-    return row.asRecord ? &RecordAt(row, &ConstStorage(), row.valueOffset) : nullptr;
-}
-
-int Record::ListSize(int bit) const
-{
-    const MemberRow& row = m_type.rows[bit];
-    return row.list ? row.list->size(SlotOf(ConstStorage(), row)) : 0;
-}
-
-const Record* Record::ListItem(int bit, int index) const
-{
-    const MemberRow& row = m_type.rows[bit];
-    return row.list ? &row.list->item(SlotOf(ConstStorage(), row), index) : nullptr;
-}
 
 } // namespace KVT317XML

@@ -20,7 +20,6 @@
 #include <cstddef>
 #include <cstring>
 #include <memory>
-#include <mutex>
 #include <type_traits>
 #include <vector>
 
@@ -77,29 +76,31 @@ template <class Data> struct DefaultsOf final : DefaultsBlock {
     Data invalid;
 };
 
-// What a list member's slot knows about the switch and logger of its items, so that
-// handing them down costs nothing when they are already in place: items [0, synced) and
-// their own children hold `validate` and `logger`.
-struct ListSync {
-    int synced = 0;
-    bool validate = false;
-    const REPORTGENERATOR::Logger* logger = nullptr;
-};
-
 // A list of child records, with the list's default item.
 template <class T> struct ListSlot {
     QVector<T> items;
     T def;
-    ListSync sync;
+};
+
+// What the engine may do to a record beyond its interface.
+struct RecordAccess {
+    // Assignment that keeps the target's switch and logger, as operator= does.
+    static void Share(Record& target, const Record& source);
+    // A child of a storage block that has none of its own: read like a fresh one.
+    static void MakeVirgin(Record& child);
+    // A copy made inside the engine (a storage block or a list copied before a write) reads
+    // the switch and logger its source read: copying is never seen.
+    static void KeepSettings(Record& copy, const Record& source);
 };
 
 // Operations on a list slot of one item type.
 struct ListOps {
     int (*size)(const void* slot);
     const Record& (*item)(const void* slot, int index);
-    // Detaches the items first; the caller resets the sync when they were shared.
-    Record& (*mutableItem)(void* slot, int index);
-    bool (*detach)(void* slot); // true when the items were shared and have been copied
+    Record& (*mutableItem)(void* slot, int index); // the items must be detached
+    // Copies the items when they are shared; each copy reads the switch and logger of its
+    // source unless `keep` is false (the caller hands its own down at once).
+    void (*detach)(void* slot, bool keep);
     bool (*shared)(const void* slot);
     Record& (*emplace)(void* slot); // a default item at the end
     void (*popBack)(void* slot);
@@ -113,8 +114,6 @@ struct ListOps {
     void* (*defaultItem)(void* slot); // the item type's object
     void* (*items)(void* slot);       // the QVector of items
     Record& (*defaultRecord)(void* slot);
-    ListSync& (*sync)(void* slot);
-    const ListSync& (*constSync)(const void* slot);
 };
 
 // One row of a record's member table: the public description, the declared default, and
@@ -189,19 +188,6 @@ struct RecordType {
     std::ptrdiff_t valueOffsets[32] = {};
     QSharedDataPointer<StorageBlock> prototype; // a fresh record's storage
     QSharedDataPointer<StorageBlock> virgin;    // the same, marked as no storage
-    // Fresh storages whose children already hold a switch and logger other than the
-    // defaults, so that records created in numbers under one logger share one.
-    std::shared_ptr<struct PrototypeVariants> variants;
-};
-
-struct PrototypeVariants {
-    struct Variant {
-        bool validate;
-        std::shared_ptr<REPORTGENERATOR::Logger> logger;
-        QSharedDataPointer<StorageBlock> block;
-    };
-    std::mutex mutex;
-    std::vector<Variant> recent; // the most recently made last
 };
 
 // ---- Typed access ---------------------------------------------------------------------
@@ -214,6 +200,34 @@ template <class T> const T& At(const void* base, std::ptrdiff_t offset)
 {
     return *reinterpret_cast<const T*>(static_cast<const char*>(base) + offset);
 }
+
+constexpr quint32 Flag(int bit)
+{
+    return quint32(1) << bit;
+}
+
+// A member's value in a values block.
+inline void* SlotOf(StorageBlock& block, const MemberRow& row)
+{
+    return reinterpret_cast<char*>(&block) + row.valueOffset;
+}
+inline const void* SlotOf(const StorageBlock& block, const MemberRow& row)
+{
+    return reinterpret_cast<const char*>(&block) + row.valueOffset;
+}
+
+// The items of a list are about to be written: shared ones are copied first.
+inline void DetachItems(const MemberRow& row, void* slot)
+{
+    row.list->detach(slot, true);
+}
+
+// The base's default logger, which a record copy holds.
+const REPORTGENERATOR::Logger* DefaultLogger();
+
+// A member's value from its default. After any reset a text reads as null, never as its
+// default; a list is empty.
+void RestoreValue(const MemberRow& row, StorageBlock& block);
 
 // Enumerations are stored as their own types, all with int as underlying type; the
 // generic code reads and writes them as int.
@@ -284,12 +298,18 @@ template <class T> const ListOps& ListOpsOf()
             return static_cast<const Slot*>(s)->items.at(i);
         },
         [](void* s, int i) -> Record& { return static_cast<Slot*>(s)->items[i]; },
-        [](void* s) {
+        [](void* s, bool keep) {
             QVector<T>& items = static_cast<Slot*>(s)->items;
             if (items.isDetached())
-                return false;
+                return;
+            if (!keep) {
+                items.detach();
+                return;
+            }
+            const QVector<T> sources = items;
             items.detach();
-            return true;
+            for (int i = 0; i < items.size(); ++i)
+                RecordAccess::KeepSettings(items[i], sources.at(i));
         },
         [](const void* s) { return !static_cast<const Slot*>(s)->items.isDetached(); },
         [](void* s) -> Record& {
@@ -314,8 +334,6 @@ template <class T> const ListOps& ListOpsOf()
         [](void* s) -> void* { return &static_cast<Slot*>(s)->def; },
         [](void* s) -> void* { return &static_cast<Slot*>(s)->items; },
         [](void* s) -> Record& { return static_cast<Slot*>(s)->def; },
-        [](void* s) -> ListSync& { return static_cast<Slot*>(s)->sync; },
-        [](const void* s) -> const ListSync& { return static_cast<const Slot*>(s)->sync; },
     };
     return ops;
 }

@@ -57,15 +57,19 @@ void Record::GetXml(QXmlStreamWriter& writer) const
             const Record& child = RecordAt(row, value, 0);
             if (!child.HasData())
                 ReportIncomplete(member);
-            if (set)
+            if (set) {
+                const ReportingAs as = Reporting(child);
                 child.GetXml(writer);
+            }
         } else if (row.list) {
             for (int i = 0; i < row.list->size(value); ++i) {
                 const Record& item = row.list->item(value, i);
                 if (!item.HasData())
                     ReportIncomplete(member);
-                if (set)
+                if (set) {
+                    const ReportingAs as = Reporting(item);
                     item.GetXml(writer);
+                }
             }
         } else if (set || member.AlwaysWritten()) {
             text::WithText(row, block, [&](const QString& text) {
@@ -241,8 +245,7 @@ void Record::AssignFromText(int bit, const QString& text)
 Record& Record::BeginItem(const MemberRow& row)
 {
     void* slot = reinterpret_cast<char*>(&MutableStorage()) + row.valueOffset;
-    if (row.list->detach(slot))
-        row.list->sync(slot).synced = 0;
+    row.list->detach(slot, true);
     Record& item = row.list->emplace(slot);
     item.SetValidate(GetValidate());
     item.SetLogger(GetLogger());
@@ -262,10 +265,6 @@ void Record::EndItem(const MemberRow& row, Record& item)
         return;
     }
     block.isSet |= quint32(1) << row.description.bit;
-    ListSync& sync = row.list->sync(slot);
-    if (sync.synced == row.list->size(slot) - 1 && sync.validate == GetValidate() &&
-        sync.logger == CurrentLogger())
-        ++sync.synced;
     if (!complete)
         ReportIncompleteAppend(row.description, row.list->size(slot) - 1);
 }

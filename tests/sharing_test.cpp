@@ -400,3 +400,57 @@ TEST(Sharing, LoadsWithManyDetailsHandEachItemItsSettingsOnce)
 }
 
 } // namespace
+
+namespace {
+
+// ---- Copies of documents with an application logger ------------------------------------
+
+TEST(Sharing, CopyOfADocumentWithALoggerSharesItsStorage)
+{
+    LogCapture capture;
+    KVT317_Settings source;
+    source.SetLogger(capture.logger);
+    ASSERT_TRUE(source.SetXmlString(TwoDetails().GetXmlString(), false));
+    const KVT317_Settings copy(source);
+    // Operations on the copy report to the copy's logger and copy nothing.
+    copy.Check(true);
+    copy.GetXmlString();
+    EXPECT_EQ(&copy.GetKVT317SettingsDetail().at(0).GetStopTime(),
+              &copy.GetKVT317SettingsDetail().at(0).GetStopTime());
+    EXPECT_TRUE(capture.lines.isEmpty());
+    // An edit of the copy leaves the source as it was.
+    KVT317_Settings edited(source);
+    edited.GetKVT317SettingsDetail()[1].ResetThreshold();
+    edited.SetLogger(capture.logger);
+    edited.Check(true);
+    EXPECT_EQ(capture.lines, QStringList{QStringLiteral(
+                                 "ERROR: KVT317SettingsDetail: Please set Threshold properly.")});
+    EXPECT_EQ(source.GetKVT317SettingsDetail().at(1).GetThreshold(), 22);
+    EXPECT_TRUE(source.GetKVT317SettingsDetail().at(1).IsThresholdSet());
+    for (const Detail& item : source.GetKVT317SettingsDetail()) {
+        EXPECT_EQ(item.GetLogger(), capture.logger);
+        EXPECT_EQ(item.GetFrequencyRange().GetLogger(), capture.logger);
+    }
+}
+
+TEST(Sharing, HeldRecordsOfACopyReportToTheCopysLogger)
+{
+    LogCapture sourceLog;
+    LogCapture copyLog;
+    KVT317_Settings source = TwoDetails();
+    source.GetKVT317SettingsDetail()[0].ResetThreshold();
+    source.SetLogger(sourceLog.logger);
+    const KVT317_Settings copy(source);
+    copy.SetLogger(copyLog.logger);
+    copy.Check(true);
+    EXPECT_TRUE(sourceLog.lines.isEmpty());
+    EXPECT_EQ(copyLog.lines, QStringList{QStringLiteral(
+                                 "ERROR: KVT317SettingsDetail: Please set Threshold properly.")});
+    source.Check(true);
+    EXPECT_EQ(sourceLog.lines, copyLog.lines);
+    // The copy's details were told its logger; the source's keep the source's.
+    EXPECT_EQ(copy.GetKVT317SettingsDetail().at(0).GetLogger(), copyLog.logger);
+    EXPECT_EQ(source.GetKVT317SettingsDetail().at(0).GetLogger(), sourceLog.logger);
+}
+
+} // namespace

@@ -183,3 +183,42 @@ TEST(Threads, OneDocumentIsUsedThroughConstOperationsOnly)
                   {QStringLiteral("ERROR: BearingSettings: Please set Frequency properly."),
                    Threads * Rounds}}));
 }
+
+TEST(Threads, CopiesOfOneDocumentWithAnApplicationLogger)
+{
+    KVT317_Settings shared;
+    SharedLog log;
+    shared.SetLogger(log.logger);
+    QByteArray binary = ExampleFile("settings.bin");
+    ASSERT_TRUE(shared.SetBinaryRepresentation(binary));
+    const KVT317_Settings& document = shared;
+
+    RunThreads([&](int t) {
+        for (int round = 0; round < Rounds; ++round) {
+            const KVT317_Settings copy(document);
+            // The copy's held records read its settings, the document's read the document's.
+            EXPECT_EQ(copy.GetLogger(), REPORTGENERATOR::Logger::Default());
+            for (const KVT317SettingsDetail& item : copy.GetKVT317SettingsDetail()) {
+                EXPECT_EQ(item.GetLogger(), REPORTGENERATOR::Logger::Default());
+                EXPECT_EQ(item.GetFrequencyRange().GetLogger(), REPORTGENERATOR::Logger::Default());
+            }
+            KVT317_Settings edited(document);
+            edited.SetLogger(log.logger);
+            edited.GetKVT317SettingsDetail()[t % 3].ResetThreshold();
+            edited.Check(true);
+            EXPECT_TRUE(copy == document);
+            EXPECT_FALSE(edited == document);
+            EXPECT_EQ(copy.GetBinaryRepresentationAsQByteArray(), binary);
+        }
+    });
+
+    for (const KVT317SettingsDetail& item : document.GetKVT317SettingsDetail()) {
+        EXPECT_EQ(item.GetLogger(), log.logger);
+        EXPECT_EQ(item.GetFrequencyRange().GetLogger(), log.logger);
+    }
+    EXPECT_EQ(shared.GetBinaryRepresentationAsQByteArray(), binary);
+    EXPECT_EQ(log.counts,
+              (QMap<QString, int>{
+                  {QStringLiteral("ERROR: KVT317SettingsDetail: Please set Threshold properly."),
+                   Threads * Rounds}}));
+}

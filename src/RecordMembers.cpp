@@ -1,0 +1,395 @@
+// Members: set flags, resets, appends, enumeration conversions, data predicates, equality
+// and reflection.
+
+#include "ReadContext.h"
+#include "RecordStorage.h"
+#include "RecordText.h"
+
+using REPORTGENERATOR::IncompleteDefinitionException;
+using REPORTGENERATOR::LogLevel;
+using REPORTGENERATOR::OutOfRangeException;
+using REPORTGENERATOR::RGException;
+
+namespace KVT317XML {
+
+namespace {
+
+// Values equal by the member's kind: numbers exactly, texts and date-times by Qt's
+// equality, child records by their own rule.
+bool ValuesEqual(const MemberRow& row, const StorageBlock& a, const StorageBlock& b)
+{
+    const std::ptrdiff_t at = row.valueOffset;
+    switch (row.description.kind) {
+    case MemberKind::Integer:
+        return At<int>(&a, at) == At<int>(&b, at);
+    case MemberKind::Float:
+        return At<float>(&a, at) == At<float>(&b, at);
+    case MemberKind::Double:
+        return At<double>(&a, at) == At<double>(&b, at);
+    case MemberKind::Text:
+        return At<QString>(&a, at) == At<QString>(&b, at);
+    case MemberKind::DateTime:
+        return At<QDateTime>(&a, at) == At<QDateTime>(&b, at);
+    case MemberKind::Enumeration:
+        return EnumAt(&a, at) == EnumAt(&b, at);
+    case MemberKind::Record:
+        return RecordAt(row, &a, at).Equals(RecordAt(row, &b, at));
+    case MemberKind::RecordList:
+        return row.list->equal(SlotOf(a, row), SlotOf(b, row));
+    }
+    return false;
+}
+
+// Equality of the members of one kind whose flags are given.
+template <class T>
+bool SameValues(quint32 flags, const std::ptrdiff_t* offsets, const StorageBlock* a,
+                const StorageBlock* b)
+{
+    for (; flags; flags &= flags - 1) {
+        const std::ptrdiff_t offset = offsets[qCountTrailingZeroBits(flags)];
+        if (!(At<T>(a, offset) == At<T>(b, offset)))
+            return false;
+    }
+    return true;
+}
+
+} // namespace
+
+// ---- Members ---------------------------------------------------------------------------
+
+bool Record::IsMemberSet(int bit) const
+{
+    return d.constData() && (d.constData()->isSet & Flag(bit));
+}
+
+void Record::ResetMember(int bit)
+{
+    if (!HasStorage())
+        return;
+    StorageBlock& block = MutableStorage();
+    block.isSet &= ~Flag(bit);
+    RestoreValue(m_type.rows[bit], block);
+}
+
+void Record::Report(RGException& exception) const
+{
+    if (GetValidate())
+        TraceOrThrow(LogLevel::Error, exception, true, true);
+    else
+        Trace(LogLevel::Warning, exception);
+}
+
+void Record::AssignText(int bit, const QString& value)
+{
+    InitData();
+    if (value.isNull()) {
+        const ReadContext::Subject subject(ReadContext::Current(), &m_type.rows[bit].description);
+        OutOfRangeException exception(
+            text::PleaseSet(GetObjectName(), m_type.rows[bit].description.name));
+        Report(exception);
+    }
+    Assign<QString>(bit, value);
+}
+
+void Record::AssignEnum(int bit, int value)
+{
+    InitData();
+    const MemberRow& row = m_type.rows[bit];
+    if (!IsValidEnum(bit, value)) {
+        const ReadContext::Subject subject(ReadContext::Current(), &row.description);
+        OutOfRangeException exception(QStringLiteral("enum is not valid (classname=") +
+                                      m_type.description.name + QStringLiteral(",membername=") +
+                                      row.description.fieldName + QStringLiteral(")"));
+        Report(exception);
+    }
+    StorageBlock& block = MutableStorage();
+    SetEnumAt(&block, row.valueOffset, value);
+    block.isSet |= Flag(bit);
+}
+
+QString Record::EnumName(int bit, int value) const
+{
+    ConstStorage();
+    return text::EnumName(m_type.rows[bit].description, value);
+}
+
+int Record::EnumIndex(int bit, const QString& name) const
+{
+    // Like every conversion, it makes sure the storage exists, whether or not a name matches.
+    const StorageBlock& block = ConstStorage();
+    const MemberRow& row = m_type.rows[bit];
+    const int index = row.description.enumeration->names.indexOf(name);
+    return index >= 0 ? index : EnumAt(block.defaults.constData(), row.invalidOffset);
+}
+
+double Record::EnumToValue(int bit, int value) const
+{
+    ConstStorage();
+    const QVector<double>& values = m_type.rows[bit].description.enumeration->values;
+    return value >= 0 && value < values.size() ? values.at(value) : 0.0;
+}
+
+int Record::EnumFromValue(int bit, double value) const
+{
+    const MemberRow& row = m_type.rows[bit];
+    const StorageBlock& block = ConstStorage();
+    const int index = row.description.enumeration->values.indexOf(value);
+    return index >= 0 ? index : EnumAt(block.defaults.constData(), row.invalidOffset);
+}
+
+bool Record::IsValidEnum(int bit, int value) const
+{
+    ConstStorage();
+    return value >= 0 && value < m_type.rows[bit].description.enumeration->names.size();
+}
+
+void Record::Append(int bit, const Record& item)
+{
+    InsertListItem(bit, ListSize(bit), item);
+}
+
+bool Record::InsertListItem(int bit, int index, const Record& item)
+{
+    const MemberRow& row = m_type.rows[bit];
+    if (!row.list || &item.GetDescription() != row.description.nested())
+        return false;
+    InitData();
+    StorageBlock* block = &MutableStorage();
+    if (index < 0 || index > row.list->size(SlotOf(*block, row)))
+        return false;
+    const bool complete = item.HasData();
+    const bool inserted = complete || !GetValidate();
+    if (inserted) {
+        // What the items read so far is not what the new one reads: a copy holds the item's
+        // switch and the base's default logger, and so does everything in it.
+        SettleChildren(false);
+        block = d.data();
+        if (m_down.heldValidate != item.CurrentValidate())
+            m_down.held &= ~DownValidate;
+        if (m_down.heldLogger != DefaultLogger())
+            m_down.held &= ~DownLogger;
+        void* slot = SlotOf(*block, row);
+        DetachItems(row, slot);
+        if (index == row.list->size(slot))
+            row.list->append(slot, item);
+        else
+            row.list->insert(slot, index, item);
+        block->isSet |= Flag(bit);
+    }
+    if (!complete)
+        ReportIncompleteAppend(row.description, inserted ? index : -1);
+    return inserted;
+}
+
+// An item taken in is what the report is about; one refused, the list.
+void Record::ReportIncompleteAppend(const MemberDescription& member, int item) const
+{
+    ReadContext* const context = ReadContext::Current();
+    const ReadPosition where = context ? context->CurrentPosition() : ReadPosition();
+    const ReadContext::Scope owner(context, m_type.description, -1, -1);
+    const ReadContext::Scope scope(item >= 0 ? context : nullptr, *member.nested(), member.bit,
+                                   item);
+    if (context)
+        context->SetPosition(where);
+    const ReadContext::Subject subject(context, item >= 0 ? nullptr : &member);
+    IncompleteDefinitionException exception(
+        GetObjectName() +
+        QStringLiteral(": Tried to append not completely defined or invalid item ") + member.name +
+        QStringLiteral("."));
+    Report(exception);
+}
+
+// ---- Predicates, resets and equality -------------------------------------------------
+
+bool Record::HasData() const
+{
+    if (!HasStorage())
+        return false;
+    const StorageBlock& block = *d.constData();
+    if ((block.isSet & m_type.requiredFlags) != m_type.requiredFlags)
+        return false;
+    if (!m_type.hasChildren)
+        return true;
+    for (const MemberRow& row : m_type.rows) {
+        if (!row.description.required)
+            continue;
+        if (row.asRecord && !RecordAt(row, &block, row.valueOffset).HasData())
+            return false;
+        if (row.list && row.list->size(SlotOf(block, row)) == 0)
+            return false;
+    }
+    return true;
+}
+
+bool Record::AnyData() const
+{
+    if (!HasStorage())
+        return false;
+    const StorageBlock& block = *d.constData();
+    for (const MemberRow& row : m_type.rows) {
+        switch (row.description.kind) {
+        case MemberKind::Record:
+            if (RecordAt(row, &block, row.valueOffset).AnyData())
+                return true;
+            break;
+        case MemberKind::RecordList:
+            if (row.list->size(SlotOf(block, row)) > 0)
+                return true;
+            break;
+        case MemberKind::Text:
+            // A text holds something when it is not null, set or not.
+            if (!At<QString>(&block, row.valueOffset).isNull())
+                return true;
+            break;
+        default:
+            if (block.isSet & Flag(row.description.bit))
+                return true;
+        }
+    }
+    return false;
+}
+
+void Record::Reset()
+{
+    if (!HasStorage())
+        return;
+    // A fresh storage is as reset as it gets.
+    if (d.constData() == m_type.prototype.constData())
+        return;
+    StorageBlock& block = MutableStorage();
+    block.isSet = 0;
+    ConstNoClearReset(block);
+}
+
+void Record::ResetToDefault()
+{
+    InitData();
+    Reset();
+    StorageBlock& block = MutableStorage();
+    const DefaultsBlock& defaults = *block.defaults.constData();
+    for (const MemberRow& row : m_type.rows) {
+        const int bit = row.description.bit;
+        void* value = SlotOf(block, row);
+        const void* def = reinterpret_cast<const char*>(&defaults) + row.defaultOffset;
+        const bool hasDefault = defaults.hasDefault & Flag(bit);
+        switch (row.description.kind) {
+        case MemberKind::Record:
+            // The child holds its own defaults; the parent still counts it as unset.
+            RecordAt(row, value, 0).ResetToDefault();
+            continue;
+        case MemberKind::RecordList:
+            DetachItems(row, value);
+            for (int i = 0; i < row.list->size(value); ++i)
+                row.list->mutableItem(value, i).ResetToDefault();
+            continue;
+        case MemberKind::Enumeration: {
+            const int v = EnumAt(def, 0);
+            if (!hasDefault || v < 0 || v >= row.description.enumeration->names.size())
+                continue;
+            SetEnumAt(value, 0, v);
+            break;
+        }
+        case MemberKind::Text:
+            if (!hasDefault || At<QString>(def, 0).isNull())
+                continue;
+            At<QString>(value, 0) = At<QString>(def, 0);
+            break;
+        case MemberKind::Integer:
+            if (!hasDefault)
+                continue;
+            At<int>(value, 0) = At<int>(def, 0);
+            break;
+        case MemberKind::Float:
+            if (!hasDefault)
+                continue;
+            At<float>(value, 0) = At<float>(def, 0);
+            break;
+        case MemberKind::Double:
+            if (!hasDefault)
+                continue;
+            At<double>(value, 0) = At<double>(def, 0);
+            break;
+        case MemberKind::DateTime:
+            if (!hasDefault)
+                continue;
+            At<QDateTime>(value, 0) = At<QDateTime>(def, 0);
+            break;
+        }
+        block.isSet |= Flag(bit);
+    }
+}
+
+bool Record::Equals(const Record& other) const
+{
+    if (&m_type != &other.m_type)
+        return false;
+    const StorageBlock* a = d.constData();
+    const StorageBlock* b = other.d.constData();
+    if (a == b)
+        return true;
+    // Lists compare by their items, their set flags take no part; every other member must
+    // be set on both sides or on neither, and equal where set.
+    for (const int bit : m_type.children) {
+        const MemberRow& row = m_type.rows[bit];
+        if (!row.list)
+            continue;
+        const int sizeA = a ? row.list->size(SlotOf(*a, row)) : 0;
+        const int sizeB = b ? row.list->size(SlotOf(*b, row)) : 0;
+        if (sizeA != sizeB || (sizeA > 0 && !ValuesEqual(row, *a, *b)))
+            return false;
+    }
+    const quint32 set = (a ? a->isSet : 0) & ~m_type.listFlags;
+    if (set != ((b ? b->isSet : 0) & ~m_type.listFlags))
+        return false;
+    if (!set)
+        return true;
+    // The order of the comparisons does not matter: only the result is seen.
+    const std::ptrdiff_t* at = m_type.valueOffsets;
+    if (!SameValues<int>(set & m_type.integerFlags, at, a, b) ||
+        !SameValues<double>(set & m_type.doubleFlags, at, a, b) ||
+        !SameValues<float>(set & m_type.floatFlags, at, a, b) ||
+        !SameValues<QString>(set & m_type.textFlags, at, a, b) ||
+        !SameValues<QDateTime>(set & m_type.dateTimeFlags, at, a, b))
+        return false;
+    for (quint32 bits = set & m_type.recordFlags; bits; bits &= bits - 1) {
+        const MemberRow& row = m_type.rows[qCountTrailingZeroBits(bits)];
+        if (!RecordAt(row, a, row.valueOffset).Equals(RecordAt(row, b, row.valueOffset)))
+            return false;
+    }
+    return true;
+}
+
+bool Record::EqualsCreatingStorage(const Record& other) const
+{
+    if (!HasStorage() && !other.HasStorage())
+        return true;
+    other.InitData();
+    return Equals(other);
+}
+
+// ---- Reflection --------------------------------------------------------------------------
+
+QString Record::MemberText(int bit) const
+{
+    return text::MemberText(m_type.rows[bit], ConstStorage());
+}
+
+const Record* Record::Child(int bit) const
+{
+    const MemberRow& row = m_type.rows[bit];
+    return row.asRecord ? &RecordAt(row, &ConstStorage(), row.valueOffset) : nullptr;
+}
+
+int Record::ListSize(int bit) const
+{
+    const MemberRow& row = m_type.rows[bit];
+    return row.list ? row.list->size(SlotOf(ConstStorage(), row)) : 0;
+}
+
+const Record* Record::ListItem(int bit, int index) const
+{
+    const MemberRow& row = m_type.rows[bit];
+    return row.list ? &row.list->item(SlotOf(ConstStorage(), row), index) : nullptr;
+}
+
+} // namespace KVT317XML

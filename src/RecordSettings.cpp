@@ -1,0 +1,192 @@
+// The validation switch and logger of the records a record holds (children, list items):
+// they read the holder's, and take them into their objects only when a reference to one is
+// handed out.
+
+#include "RecordStorage.h"
+
+namespace KVT317XML {
+
+const REPORTGENERATOR::Logger* DefaultLogger()
+{
+    static const REPORTGENERATOR::Logger* const logger = REPORTGENERATOR::Logger::Default().get();
+    return logger;
+}
+
+void RecordAccess::KeepSettings(Record& copy, const Record& source)
+{
+    copy.IRGObject::SetValidate(source.CurrentValidate());
+    if (copy.CurrentLogger() != source.CurrentLogger())
+        copy.IRGObject::SetLogger(source.OwnLogger());
+    copy.m_down = source.m_down;
+}
+
+// ---- Switch and logger -------------------------------------------------------------------
+
+void Record::SetValidate(bool validate) const
+{
+    IRGObject::SetValidate(validate);
+    Follow();
+}
+
+void Record::SetLogger(std::shared_ptr<REPORTGENERATOR::Logger> logger) const
+{
+    IRGObject::SetLogger(std::move(logger));
+    Follow();
+}
+
+// The held records read the new setting; when nothing else shares them, they take it at
+// once, so that later const operations on the record write nothing.
+void Record::Follow() const
+{
+    if (m_type.children.empty() || !HasStorage())
+        return;
+    const quint8 pending = m_down.pending;
+    PassDown();
+    if (m_down.pending != pending && OwnsChildren())
+        SettleChildren(true);
+}
+
+// Every operation that works on held records first makes them read this record's switch
+// and logger. Nothing is written when they already do, so that const operations on one
+// record can run on several threads at once. A record called by the record that holds it
+// reports with the holder's settings (ReportingAs) and passes those on.
+void Record::PassDown() const
+{
+    if (m_type.children.empty() || !HasStorage() || ReportingAs::For(*this))
+        return;
+    quint8 pending = m_down.pending;
+    if (!(m_down.held & DownValidate) || m_down.heldValidate != CurrentValidate())
+        pending |= DownValidate;
+    if (!(m_down.held & DownLogger) || m_down.heldLogger != CurrentLogger())
+        pending |= DownLogger;
+    if (pending != m_down.pending)
+        m_down.pending = pending;
+}
+
+// For operations that write anyway: the held records take what they read.
+void Record::Settle()
+{
+    PassDown();
+    SettleChildren(false);
+}
+
+bool Record::OwnsChildren() const
+{
+    const StorageBlock* block = d.constData();
+    if (!block || block->ref.loadRelaxed() != 1)
+        return false;
+    for (const int bit : m_type.children) {
+        const MemberRow& row = m_type.rows[bit];
+        if (row.list && row.list->shared(SlotOf(*block, row)))
+            return false;
+    }
+    return true;
+}
+
+// The held records take this record's pending settings into their objects, and their own
+// held records read them in turn (taking them too when `deep`, where nothing shares them).
+void Record::SettleChildren(bool deep) const
+{
+    const quint8 pending = m_down.pending;
+    if (!pending)
+        return;
+    if (m_type.children.empty() || !HasStorage() || HoldAlready(pending)) {
+        // Nothing to write: the records already hold what they read.
+        if (HasStorage())
+            Held(pending);
+        m_down.pending = 0;
+        return;
+    }
+    Record& self = const_cast<Record&>(*this);
+    StorageBlock& block = self.MutableStorage();
+    const bool validate = CurrentValidate();
+    const std::shared_ptr<REPORTGENERATOR::Logger>& logger = OwnLogger();
+    const auto hand = [&](Record& child) {
+        if (pending & DownValidate)
+            child.IRGObject::SetValidate(validate);
+        if ((pending & DownLogger) && child.CurrentLogger() != logger.get())
+            child.IRGObject::SetLogger(logger);
+        if (child.m_type.children.empty())
+            return;
+        child.PassDown();
+        if (deep && child.OwnsChildren())
+            child.SettleChildren(true);
+    };
+    for (const int bit : m_type.children) {
+        const MemberRow& row = m_type.rows[bit];
+        void* slot = SlotOf(block, row);
+        if (row.asRecord) {
+            hand(RecordAt(row, slot, 0));
+            continue;
+        }
+        row.list->detach(slot, pending != DownBoth);
+        const int size = row.list->size(slot);
+        for (int i = 0; i < size; ++i)
+            hand(row.list->mutableItem(slot, i));
+    }
+    Held(pending);
+    m_down.pending = 0;
+}
+
+// The held records hold this record's current settings.
+void Record::Held(quint8 settings) const
+{
+    if (settings & DownValidate)
+        m_down.heldValidate = CurrentValidate();
+    if (settings & DownLogger)
+        m_down.heldLogger = CurrentLogger();
+    m_down.held |= settings;
+}
+
+// Whether every held record already holds these of this record's settings, and its own held
+// records read them: then taking them writes nothing. Reads only.
+bool Record::HoldAlready(quint8 settings) const
+{
+    const bool validate = CurrentValidate();
+    const REPORTGENERATOR::Logger* logger = CurrentLogger();
+    const auto holds = [&](const Record& child) {
+        if ((settings & DownValidate) && child.CurrentValidate() != validate)
+            return false;
+        if ((settings & DownLogger) && child.CurrentLogger() != logger)
+            return false;
+        if (child.m_type.children.empty() || !child.HasStorage())
+            return true;
+        const Down& down = child.m_down;
+        const bool validateRead = (down.pending & DownValidate) ||
+                                  ((down.held & DownValidate) && down.heldValidate == validate);
+        const bool loggerRead =
+            (down.pending & DownLogger) || ((down.held & DownLogger) && down.heldLogger == logger);
+        return (!(settings & DownValidate) || validateRead) &&
+               (!(settings & DownLogger) || loggerRead);
+    };
+    const StorageBlock& block = *d.constData();
+    for (const int bit : m_type.children) {
+        const MemberRow& row = m_type.rows[bit];
+        const void* slot = SlotOf(block, row);
+        if (row.asRecord) {
+            if (!holds(RecordAt(row, slot, 0)))
+                return false;
+            continue;
+        }
+        const int size = row.list->size(slot);
+        for (int i = 0; i < size; ++i)
+            if (!holds(row.list->item(slot, i)))
+                return false;
+    }
+    return true;
+}
+
+// After taking another record's storage (copy or assignment) the held records read this
+// record's settings; where they already hold them, nothing is pending.
+void Record::FollowSharedStorage(const Record& other)
+{
+    m_down = other.m_down;
+    m_down.pending = 0;
+    if (!(other.m_down.held & DownValidate) || other.m_down.pending & DownValidate)
+        m_down.held &= ~DownValidate;
+    if (!(other.m_down.held & DownLogger) || other.m_down.pending & DownLogger)
+        m_down.held &= ~DownLogger;
+    PassDown();
+}
+
+} // namespace KVT317XML
