@@ -31,7 +31,7 @@ _kvt317()
 
     local options="--help"
     case "$command" in
-        check) options="$options --quiet --format" ;;
+        check) options="$options --quiet --format --no-lint" ;;
         convert) options="$options --to --level --force --wait" ;;
         show | dump | diff) options="$options --format" ;;
         new) options="$options --bearing --output --to --level" ;;

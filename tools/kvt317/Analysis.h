@@ -38,7 +38,13 @@ private:
 // (collected while loading) and what the library's check finds, each placed in the input.
 // Without `keepRecord` the record is let go once the diagnostics are labelled, so that
 // placing them, which reads the input again, never holds two records at once.
-void Analyse(Document& document, bool keepRecord = true);
+// With `lint`, check's warnings about what the library accepts but a receiver hardly means
+// are added too (see Lint()).
+void Analyse(Document& document, bool keepRecord = true, bool lint = false);
+
+// Warnings about settings the library accepts but that are most likely slips: a frequency
+// range whose start lies above its stop, a Name or an index given to two items.
+void Lint(Document& document);
 
 // Labels the kept diagnostics of a list with their record's path and Name.
 void Label(const Document& document, DiagnosticList& list);

@@ -92,7 +92,7 @@ int RunCheck(const Options& options)
             }
             continue;
         }
-        Analyse(*document, false);
+        Analyse(*document, false, options.lint);
         const DiagnosticList& diagnostics = document->diagnostics;
         errors += diagnostics.Errors();
         warnings += diagnostics.Warnings();

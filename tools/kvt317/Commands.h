@@ -13,6 +13,7 @@
 struct Options {
     QStringList arguments; // the command's positional arguments
     bool quiet = false;
+    bool lint = true; // check: --no-lint turns it off
     bool force = false;
     bool bearing = false;
     bool json = false; // --format json

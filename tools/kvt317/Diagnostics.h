@@ -32,7 +32,8 @@ struct Diagnostic {
     enum class Origin {
         Input,   // the input holds something that writing would change or drop
         Library, // a report of the library itself
-        XmlText  // a text that XML cannot carry: refused when XML is written, even forced
+        XmlText, // a text that XML cannot carry: refused when XML is written, even forced
+        Lint     // a likely slip the library accepts (check only)
     };
 
     Location where;
@@ -103,7 +104,7 @@ private:
     qint64 m_early = std::numeric_limits<qint64>::min();
     qint64 m_errors = 0;
     qint64 m_warnings = 0;
-    qint64 m_origins[3] = {0, 0, 0};
+    qint64 m_origins[4] = {0, 0, 0, 0};
 };
 
 QString LevelName(Level level);

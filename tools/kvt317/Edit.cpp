@@ -114,8 +114,10 @@ QString WithoutUnit(const RecordDescription& record, const MemberDescription& me
     static const QRegularExpression withUnit(
         QStringLiteral("^\\s*([+-]?)([0-9]*)(?:\\.([0-9]*))?(?:[eE]([+-]?[0-9]+))?\\s*([^0-9\\s.+-]"
                        "[^\\s]*)\\s*$"));
+    bool number = false;
+    value.toDouble(&number);
     const QRegularExpressionMatch match = withUnit.match(value);
-    if (!match.hasMatch() || (match.captured(2).isEmpty() && match.captured(3).isEmpty()))
+    if (number || !match.hasMatch() || (match.captured(2).isEmpty() && match.captured(3).isEmpty()))
         return value;
     const QString given = match.captured(5);
     const QString unit = Unit(record.name, member.name);
@@ -186,10 +188,12 @@ QString Assign(Record& base, const QString& basePath, const QString& path, const
         return QStringLiteral("%1 is a list item; set its members").arg(target.path);
     QString warning;
     QString unitError;
+    const MemberKind kind = target.Member().kind;
+    const bool numeric =
+        kind == MemberKind::Integer || kind == MemberKind::Float || kind == MemberKind::Double;
     const QString number =
-        target.Member().kind == MemberKind::Text
-            ? value
-            : WithoutUnit(target.record->GetDescription(), target.Member(), value, unitError);
+        numeric ? WithoutUnit(target.record->GetDescription(), target.Member(), value, unitError)
+                : value;
     const QString valueError =
         unitError.isEmpty()
             ? CheckValue(target.record->GetDescription(), target.Member(), number, form, warning)

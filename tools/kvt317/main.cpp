@@ -40,6 +40,10 @@ const std::vector<OptionInfo>& AllOptions()
          {QStringLiteral("q"), QStringLiteral("quiet")},
          nullptr,
          "print only the count of files and faults"},
+        {"no-lint",
+         {QStringLiteral("no-lint")},
+         nullptr,
+         "leave out the warnings about likely slips (start above stop, a Name or index twice)"},
         {"format", {QStringLiteral("format")}, "FORMAT", "text (the default) or json"},
         {"to",
          {QStringLiteral("to")},
@@ -96,9 +100,12 @@ const std::vector<CommandInfo>& Commands()
          "that do not read in full or overflow, unknown enumeration names, date-times that\n"
          "do not read, members given twice, more decimals than a member keeps, invalid UTF-8\n"
          "and whole numbers beyond 32 bits in binary input, texts XML cannot carry. Beyond 20\n"
-         "identical diagnostics the rest are counted. Exit 0 when every document is clean, 1\n"
-         "when any has faults, 2 when one cannot be read.\n",
-         {QStringLiteral("quiet"), QStringLiteral("format")},
+         "identical diagnostics the rest are counted. It also warns about what the library\n"
+         "accepts but is most likely a slip: a frequency range whose start lies above its\n"
+         "stop, and a Name or an index that two items share (--no-lint leaves these out).\n"
+         "Exit 0 when every document is clean, 1 when any has faults, 2 when one cannot be\n"
+         "read.\n",
+         {QStringLiteral("quiet"), QStringLiteral("format"), QStringLiteral("no-lint")},
          1,
          -1,
          RunCheck},
@@ -359,6 +366,8 @@ int Run(const QStringList& arguments)
                           name);
     if (keys.contains(QStringLiteral("quiet")))
         options.quiet = parser.isSet(QStringLiteral("quiet"));
+    if (keys.contains(QStringLiteral("no-lint")))
+        options.lint = !parser.isSet(QStringLiteral("no-lint"));
     if (keys.contains(QStringLiteral("force")))
         options.force = parser.isSet(QStringLiteral("force"));
     if (keys.contains(QStringLiteral("bearing")))

@@ -48,14 +48,15 @@ faults.xml:4:5: warning: KVT317SettingsDetail[1] ("Airband"): enum is not valid 
 faults.xml:4:5: error: KVT317SettingsDetail[1] ("Airband"): KVT317SettingsDetail: Please set AntennaPol properly.
 faults.xml:5:5: error: KVT317SettingsDetail[1] ("Airband"): unknown element 'AntPreAmpp' (ignored); did you mean 'AntPreAmp'?
 faults.xml:12:7: warning: KVT317SettingsDetail[1].FrequencyRange ("Airband"): StopFrequency: '1620005.0020' keeps 2 decimals (written as 1620005.00)
+faults.xml:12:7: warning: KVT317SettingsDetail[1].FrequencyRange ("Airband"): StartFrequency 118 MHz lies above StopFrequency 1.620005 MHz
 faults.xml:15:5: error: KVT317SettingsDetail[1] ("Airband"): ScanMemoryID: '4294967296' does not fit in 32 bits (read as 0)
 faults.xml:17:5: error: KVT317SettingsDetail[1] ("Airband"): Threshold: 'ten' is not a whole number (read as 0)
 faults.xml:18:5: warning: KVT317SettingsDetail[1] ("Airband"): Threshold given twice (first at 17:5); the later one wins
 faults.xml:19:5: error: KVT317SettingsDetail[1] ("Airband"): StopTime: '2026-02-30T18:00:00,000Z' is not a valid date-time (read as empty)
-checked 1 file, 1 with faults (8 errors, 4 warnings)
+checked 1 file, 1 with faults (8 errors, 5 warnings)
 TEXT
 run "quiet" 1 kvt317 check --quiet faults.xml examples/settings.xml
-out <<<"checked 2 files, 1 with faults (8 errors, 4 warnings)"
+out <<<"checked 2 files, 1 with faults (8 errors, 5 warnings)"
 
 # The library's reports belong to the detail they came from, by position and Name, on the
 # line of the member they name or of the detail.
@@ -75,6 +76,19 @@ library.xml:47:5: error: KVT317SettingsDetail[3] ("UHF survey"): KVT317SettingsD
 library.xml:50:5: error: KVT317SettingsDetail[3].FrequencyRange ("UHF survey"): FrequencyRange: Please set StartFrequency properly.
 checked 1 file, 1 with faults (5 errors, 4 warnings)
 TEXT
+
+# ---- likely slips the library accepts: start above stop, a Name or an index twice
+sed -e 's|<StartFrequency>400000000.00<|<StartFrequency>500000000.00<|' \
+    -e 's|Name="UHF survey" index="3"|Name="VHF airband" index="2"|' examples/settings.xml >lint.xml
+run "lint" 1 kvt317 check lint.xml
+out <<'TEXT'
+lint.xml:43:3: warning: KVT317SettingsDetail[3] ("VHF airband"): Name 'VHF airband' is also the Name of KVT317SettingsDetail[1]; [Name=...] paths cannot tell them apart
+lint.xml:43:3: warning: KVT317SettingsDetail[3] ("VHF airband"): index 2 is also the index of KVT317SettingsDetail[2]
+lint.xml:52:7: warning: KVT317SettingsDetail[3].FrequencyRange ("VHF airband"): StartFrequency 500 MHz lies above StopFrequency 470 MHz
+checked 1 file, 1 with faults (0 errors, 3 warnings)
+TEXT
+run "no lint" 0 kvt317 check --no-lint lint.xml
+out <<<"checked 1 file, 0 with faults"
 
 # ---- documents the library refuses
 printf '<KVT317_Settings>\n<KVT317SettingsDetail>\n</KVT317_Settings>\n' >malformed.xml

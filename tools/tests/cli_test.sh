@@ -31,12 +31,16 @@ and what the library accepts in silence: unknown elements and attributes, number
 that do not read in full or overflow, unknown enumeration names, date-times that
 do not read, members given twice, more decimals than a member keeps, invalid UTF-8
 and whole numbers beyond 32 bits in binary input, texts XML cannot carry. Beyond 20
-identical diagnostics the rest are counted. Exit 0 when every document is clean, 1
-when any has faults, 2 when one cannot be read.
+identical diagnostics the rest are counted. It also warns about what the library
+accepts but is most likely a slip: a frequency range whose start lies above its
+stop, and a Name or an index that two items share (--no-lint leaves these out).
+Exit 0 when every document is clean, 1 when any has faults, 2 when one cannot be
+read.
 
 Options:
   -q, --quiet         print only the count of files and faults
   --format FORMAT     text (the default) or json
+  --no-lint           leave out the warnings about likely slips (start above stop, a Name or index twice)
   -h, --help          show this help
 TEXT
 

@@ -55,6 +55,7 @@ out <<'TEXT'
 --help
 --quiet
 --format
+--no-lint
 TEXT
 run "complete forms" 0 complete_words kvt317 convert a.xml --to ''
 out <<'TEXT'
