@@ -96,18 +96,30 @@ public:
     /// The findings of the load that still stand: those of cells not edited since.
     std::vector<ReadFinding> StandingReadFindings() const;
 
+    /// The details of a KVT317_Settings; 1 for a BearingSettings; 0 without document.
     int rowCount(const QModelIndex& parent = QModelIndex()) const override;
+    /// A column per member of the row's record, its child records' members included.
     int columnCount(const QModelIndex& parent = QModelIndex()) const override;
+    /// The cell's value or findings in one of the roles (see Role).
     QVariant data(const QModelIndex& index, int role = Qt::DisplayRole) const override;
+    /// Horizontal: the member names. Vertical: the row numbers, and the findings about the
+    /// row's record as a whole in Qt::ToolTipRole, FindingsRole and FaultRole.
     QVariant headerData(int section, Qt::Orientation orientation,
                         int role = Qt::DisplayRole) const override;
+    /// Every cell is selectable, enabled and editable.
     Qt::ItemFlags flags(const QModelIndex& index) const override;
+    /// Qt::EditRole: sets the member (see Record::SetMemberValue()); IsSetRole false: unsets
+    /// it. False, changing nothing, when the library refuses the value.
     bool setData(const QModelIndex& index, const QVariant& value, int role = Qt::EditRole) override;
     /// Inserts new records, each reset to its defaults.
     bool insertRows(int row, int count, const QModelIndex& parent = QModelIndex()) override;
+    /// Removes details.
     bool removeRows(int row, int count, const QModelIndex& parent = QModelIndex()) override;
+    /// Moves details; @p destinationChild counts positions before the move, as Qt's do.
     bool moveRows(const QModelIndex& sourceParent, int sourceRow, int count,
                   const QModelIndex& destinationParent, int destinationChild) override;
+    /// The role names for QML: display, edit, toolTip, isSet, defaultValue, displayNames, names,
+    /// findings, fault, unit, decimals, kind.
     QHash<int, QByteArray> roleNames() const override;
 
 private:

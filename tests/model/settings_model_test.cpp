@@ -199,6 +199,18 @@ TEST(SettingsModel, ABearingDocumentIsOneRow)
     SettingsModel& editable = watched->model;
     EXPECT_FALSE(editable.insertRows(0, 1));
     EXPECT_FALSE(editable.removeRows(0, 1));
+
+    QSignalSpy changed(&editable, &QAbstractItemModel::dataChanged);
+    const QModelIndex modeCell = model.index(0, mode);
+    EXPECT_TRUE(editable.setData(modeCell, 0));
+    EXPECT_EQ(model.data(modeCell).toString(), QStringLiteral("Cont"));
+    EXPECT_TRUE(editable.Unset(modeCell));
+    EXPECT_EQ(model.data(modeCell).toString(), QStringLiteral("(unset)"));
+    EXPECT_EQ(ChangedCells(changed),
+              QStringList({QStringLiteral("0,%1").arg(mode), QStringLiteral("0,%1").arg(mode)}));
+    const QModelIndex frequency = model.index(0, ColumnNamed(model, "Frequency"));
+    EXPECT_TRUE(editable.SetToDefault(frequency));
+    ReadEveryCell(model);
 }
 
 TEST(SettingsModel, AnEditChangesExactlyItsCell)
