@@ -9,7 +9,9 @@
 #include <QDockWidget>
 #include <QFile>
 #include <QHeaderView>
+#include <QLineEdit>
 #include <QListView>
+#include <QMessageBox>
 #include <QPainter>
 #include <QSpinBox>
 #include <QTableView>
@@ -175,6 +177,7 @@ private slots:
     void editUndoRedoAddRemoveSave();
     void aRefusedSaveLeavesTheFile();
     void findingsSelectTheirCells();
+    void duplicateMoveResetFilterAndClose();
     void screenshots();
 };
 
@@ -304,6 +307,65 @@ void EditorTest::findingsSelectTheirCells()
     QCOMPARE(current.row(), 0);
     QCOMPARE(window.Table()->model()->headerData(current.column(), Qt::Horizontal).toString(),
              QStringLiteral("Threshold"));
+}
+
+void EditorTest::duplicateMoveResetFilterAndClose()
+{
+    QTemporaryDir dir;
+    const QString path = dir.filePath(QStringLiteral("settings.xml"));
+    QVERIFY(QFile::copy(SourceDir + QStringLiteral("/examples/settings.xml"), path));
+    EditorWindow window;
+    Show(window);
+    QVERIFY(window.Open(path));
+    QTableView& table = *window.Table();
+    const QAbstractItemModel& model = *table.model();
+    auto names = [&table, &model]() {
+        QStringList shown;
+        for (int row = 0; row < model.rowCount(); ++row)
+            shown.append(Shown(table, row, QStringLiteral("Name")));
+        return shown;
+    };
+    table.setFocus();
+    table.setCurrentIndex(model.index(0, ColumnNamed(model, QStringLiteral("Name"))));
+    Trigger(window, "duplicateDetail");
+    QCOMPARE(names(), QStringList({"VHF airband", "VHF airband", "Marine VHF", "UHF survey"}));
+    Trigger(window, "moveDown");
+    Trigger(window, "moveDown");
+    QCOMPARE(names(), QStringList({"VHF airband", "Marine VHF", "UHF survey", "VHF airband"}));
+    QCOMPARE(table.currentIndex().row(), 3);
+    Trigger(window, "unset");
+    QCOMPARE(names(), QStringList({"VHF airband", "Marine VHF", "UHF survey", "(unset)"}));
+    table.setCurrentIndex(model.index(1, ColumnNamed(model, QStringLiteral("Threshold"))));
+    Trigger(window, "resetDefault");
+    QCOMPARE(Shown(table, 1, QStringLiteral("Threshold")), QString::fromUtf8("20 dB\u00B5V"));
+    for (int i = 0; i < 5; ++i)
+        Trigger(window, "undo");
+    QCOMPARE(names(), QStringList({"VHF airband", "Marine VHF", "UHF survey"}));
+    QCOMPARE(Shown(table, 1, QStringLiteral("Threshold")), QString::fromUtf8("15 dB\u00B5V"));
+    QVERIFY(!window.isWindowModified());
+    Trigger(window, "redo");
+
+    // The filter keeps the details whose name holds the text.
+    auto* filter = window.findChild<QLineEdit*>(QStringLiteral("filter"));
+    QVERIFY(filter);
+    QTest::keyClicks(filter, QStringLiteral("vhf"));
+    QCOMPARE(names(), QStringList({"VHF airband", "VHF airband", "Marine VHF"}));
+    filter->clear();
+
+    // Closing with unsaved changes asks: Cancel keeps the window, Discard closes it.
+    QVERIFY(window.isWindowModified());
+    int asked = 0;
+    int answer = QMessageBox::Cancel;
+    window.askUnsaved = [&asked, &answer]() {
+        ++asked;
+        return answer;
+    };
+    QVERIFY(!window.close());
+    QVERIFY(window.isVisible());
+    answer = QMessageBox::Discard;
+    QVERIFY(window.close());
+    QCOMPARE(asked, 2);
+    QCOMPARE(ReadAll(path), ReadAll(SourceDir + QStringLiteral("/examples/settings.xml")));
 }
 
 // Pictures of the editor for the README, into $KVT317_SCREENSHOT_DIR when it is set (the
