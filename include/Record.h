@@ -126,7 +126,8 @@ public:
     void SetMemberText(int bit, const QString& text);
     /// Sets the member from a QVariant of its natural type (see MemberValue(); an
     /// enumeration takes its enumerator as int). Returns false, changing nothing, when the
-    /// value does not convert to that type without loss, and for child records and lists.
+    /// value does not convert to that type without loss (1.5 for a whole number, 0.1 as a
+    /// double for a float, any text), and for child records and lists.
     bool SetMemberValue(int bit, const QVariant& value);
     /// Marks the member unset and puts its default back, as ResetX() does.
     void ResetMember(int bit);

@@ -52,29 +52,45 @@ bool IsNumber(const QVariant& value)
     }
 }
 
-// A whole number within int's range, from any number that is one.
-bool WholeNumber(const QVariant& value, int& result)
+bool IsWhole(const QVariant& value)
+{
+    return value.userType() != QMetaType::Double && value.userType() != QMetaType::Float;
+}
+
+// Whether a whole number is exactly the double given for it (the double below 2^63, so that
+// converting it back is defined).
+bool SameWhole(const QVariant& value, double number)
+{
+    if (value.userType() == QMetaType::ULongLong)
+        return number < 18446744073709551616.0 &&
+               static_cast<qulonglong>(number) == value.toULongLong();
+    return number >= -9223372036854775808.0 && number < 9223372036854775808.0 &&
+           static_cast<qlonglong>(number) == value.toLongLong();
+}
+
+// A number exactly representable as T (float or double): whole numbers within T's precision,
+// fractions that T holds as they are (a NaN stays a NaN).
+template <class T> bool ExactNumber(const QVariant& value, T& result)
 {
     if (!IsNumber(value))
         return false;
-    if (value.userType() == QMetaType::Double || value.userType() == QMetaType::Float) {
-        const double number = value.toDouble();
-        if (!(number >= std::numeric_limits<int>::min() &&
-              number <= std::numeric_limits<int>::max()) ||
-            std::trunc(number) != number)
-            return false;
-        result = static_cast<int>(number);
-        return true;
+    if (IsWhole(value)) {
+        result = value.userType() == QMetaType::ULongLong ? static_cast<T>(value.toULongLong())
+                                                          : static_cast<T>(value.toLongLong());
+        return SameWhole(value, static_cast<double>(result));
     }
-    if (value.userType() == QMetaType::ULongLong) {
-        const qulonglong number = value.toULongLong();
-        if (number > static_cast<qulonglong>(std::numeric_limits<int>::max()))
-            return false;
-        result = static_cast<int>(number);
-        return true;
-    }
-    const qlonglong number = value.toLongLong();
-    if (number < std::numeric_limits<int>::min() || number > std::numeric_limits<int>::max())
+    const double number = value.toDouble();
+    result = static_cast<T>(number);
+    return static_cast<double>(result) == number || std::isnan(number);
+}
+
+// A whole number within int's range, from any number that is one.
+bool WholeNumber(const QVariant& value, int& result)
+{
+    double number = 0.0;
+    if (!ExactNumber(value, number) ||
+        !(number >= std::numeric_limits<int>::min() && number <= std::numeric_limits<int>::max()) ||
+        std::trunc(number) != number)
         return false;
     result = static_cast<int>(number);
     return true;
@@ -122,16 +138,20 @@ bool Record::SetMemberValue(int bit, const QVariant& value)
             return false;
         AssignEnum(bit, whole);
         return true;
-    case MemberKind::Float:
-        if (!IsNumber(value))
+    case MemberKind::Float: {
+        float number = 0.0f;
+        if (!ExactNumber(value, number))
             return false;
-        Assign<float>(bit, value.toFloat());
+        Assign<float>(bit, number);
         return true;
-    case MemberKind::Double:
-        if (!IsNumber(value))
+    }
+    case MemberKind::Double: {
+        double number = 0.0;
+        if (!ExactNumber(value, number))
             return false;
-        Assign<double>(bit, value.toDouble());
+        Assign<double>(bit, number);
         return true;
+    }
     case MemberKind::Text:
         if (value.userType() != QMetaType::QString)
             return false;

@@ -12,6 +12,11 @@
 
 #include <gtest/gtest.h>
 
+#include <cmath>
+#include <functional>
+#include <utility>
+#include <vector>
+
 using namespace KVT317XML;
 
 namespace {
@@ -39,6 +44,17 @@ QStringList Names(const KVT317_Settings& settings)
     for (const KVT317SettingsDetail& detail : settings.GetKVT317SettingsDetail())
         names.append(KVT317SettingsDetail(detail).GetName());
     return names;
+}
+
+// Sets members from their texts, in order; returns what they logged.
+QStringList SetTexts(Record& record, const std::vector<std::pair<const char*, QString>>& texts)
+{
+    LogCapture log;
+    record.SetLogger(log.logger);
+    for (const auto& [name, text] : texts)
+        record.SetMemberText(Bit(record.GetDescription(), name), text);
+    record.SetLogger(nullptr);
+    return log.lines;
 }
 
 } // namespace
@@ -116,23 +132,20 @@ TEST(MembersByDescription, ReportsAreThoseOfTheTypedSetters)
 
 TEST(MembersByDescription, TextsConvertAsXmlReadingConverts)
 {
-    const RecordDescription& description = KVT317SettingsDetail::Description();
     KVT317SettingsDetail detail;
-    LogCapture log;
-    detail.SetLogger(log.logger);
-    detail.SetMemberText(Bit(description, "Threshold"), QStringLiteral("abc"));
-    detail.SetMemberText(Bit(description, "AntennaPol"), QStringLiteral("vert"));
-    detail.SetMemberText(Bit(description, "BandwidthDF"), QStringLiteral("8.333 kHz"));
-    detail.SetMemberText(Bit(description, "StopTime"), QStringLiteral("2026-11-30T18:00:00,250Z"));
-    detail.SetMemberText(Bit(description, "AttenuationHoldTime"), QStringLiteral("12.5"));
+    EXPECT_EQ(SetTexts(detail, {{"Threshold", QStringLiteral("abc")},
+                                {"AntennaPol", QStringLiteral("vert")},
+                                {"BandwidthDF", QStringLiteral("8.333 kHz")},
+                                {"StopTime", QStringLiteral("2026-11-30T18:00:00,250Z")},
+                                {"AttenuationHoldTime", QStringLiteral("12.5")}}),
+              QStringList({"WARNING: enum is not valid "
+                           "(classname=KVT317SettingsDetail,membername=m_antennaPol)"}));
     EXPECT_TRUE(detail.IsThresholdSet());
     EXPECT_EQ(detail.GetThreshold(), 0);
     EXPECT_EQ(detail.GetAntennaPol(), KVT317SettingsDetail::AntennaPol(-1));
     EXPECT_EQ(detail.GetBandwidthDF(), KVT317SettingsDetail::BandwidthDF(20));
     EXPECT_EQ(detail.GetStopTime(), QDateTime(QDate(2026, 11, 30), QTime(18, 0, 0, 250), Qt::UTC));
     EXPECT_EQ(detail.GetAttenuationHoldTime(), 12.5f);
-    EXPECT_EQ(log.lines, QStringList({"WARNING: enum is not valid "
-                                      "(classname=KVT317SettingsDetail,membername=m_antennaPol)"}));
 }
 
 TEST(MembersByDescription, ResetAndDefaults)
@@ -221,4 +234,384 @@ TEST(MembersByDescription, InsertingFollowsTheAppendRule)
     }
     EXPECT_EQ(settings.ListSize(0), 1);
     EXPECT_EQ(log.lines, QStringList({"WARNING: " + message, "ERROR: " + message}));
+}
+
+namespace {
+
+// What an action reports with validation off: the logged lines.
+template <class R, class Action> QStringList Logged(R& record, Action action)
+{
+    LogCapture log;
+    record.SetLogger(log.logger);
+    action(record);
+    record.SetLogger(nullptr);
+    return log.lines;
+}
+
+// What an action raises with validation on: "Type: message", or "" when it does not raise.
+template <class R, class Action> QString Raised(R& record, Action action)
+{
+    record.SetLogger(nullptr);
+    record.SetValidate(true);
+    QString raised;
+    try {
+        action(record);
+    } catch (const REPORTGENERATOR::OutOfRangeException& exception) {
+        raised = QStringLiteral("OutOfRange: ") + exception.GetMessage();
+    } catch (const REPORTGENERATOR::IncompleteDefinitionException& exception) {
+        raised = QStringLiteral("IncompleteDefinition: ") + exception.GetMessage();
+    }
+    record.SetValidate(false);
+    return raised;
+}
+
+using DetailAction = std::function<void(KVT317SettingsDetail&)>;
+
+// Each action on a fresh detail logs exactly one WARNING with the message with validation off
+// and raises OutOfRangeException with it on, leaving the member unset; returns the details
+// written with validation off.
+std::vector<KVT317SettingsDetail> SameOutOfRangeReports(const QString& message, int bit,
+                                                        const std::vector<DetailAction>& actions)
+{
+    std::vector<KVT317SettingsDetail> written(actions.size());
+    for (std::size_t i = 0; i < actions.size(); ++i) {
+        EXPECT_EQ(Logged(written[i], actions[i]), QStringList({"WARNING: " + message})) << i;
+        EXPECT_TRUE(written[i].IsMemberSet(bit)) << i;
+        KVT317SettingsDetail strict;
+        EXPECT_EQ(Raised(strict, actions[i]), "OutOfRange: " + message) << i;
+        EXPECT_FALSE(strict.IsMemberSet(bit)) << i;
+    }
+    return written;
+}
+
+} // namespace
+
+TEST(MembersByDescription, EveryKindOfBearingSettingsReadsBackThroughTheTypedGetters)
+{
+    const RecordDescription& description = BearingSettings::Description();
+    BearingSettings bearing;
+    EXPECT_TRUE(bearing.SetMemberValue(Bit(description, "Frequency"), QVariant(118000000)));
+    EXPECT_TRUE(bearing.SetMemberValue(Bit(description, "DFBandwidth"), QVariant(12.5)));
+    EXPECT_TRUE(bearing.SetMemberValue(Bit(description, "AveragingTime"), QVariant(Q_INT64_C(40))));
+    EXPECT_TRUE(bearing.SetMemberValue(Bit(description, "DFMode"), QVariant(2)));
+    EXPECT_TRUE(bearing.SetMemberValue(Bit(description, "Name"), QVariant(QStringLiteral("n"))));
+    EXPECT_TRUE(bearing.SetMemberValue(Bit(description, "Index"), QVariant(7u)));
+    EXPECT_EQ(bearing.GetFrequency(), 118000000.0);
+    EXPECT_EQ(bearing.GetDFBandwidth(), 12.5);
+    EXPECT_EQ(bearing.GetAveragingTime(), 40);
+    EXPECT_EQ(bearing.GetDFMode(), BearingSettings::DFMode_Gate);
+    EXPECT_EQ(bearing.GetName(), QStringLiteral("n"));
+    EXPECT_EQ(bearing.GetIndex(), 7);
+    EXPECT_TRUE(bearing.IsFrequencySet() && bearing.IsDFBandwidthSet() &&
+                bearing.IsAveragingTimeSet() && bearing.IsDFModeSet() && bearing.IsNameSet() &&
+                bearing.IsIndexSet());
+    EXPECT_FALSE(bearing.IsAngleSamplesSet());
+    EXPECT_EQ(bearing.MemberValue(Bit(description, "DFMode")), QVariant(2));
+    EXPECT_EQ(bearing.MemberValue(Bit(description, "Name")), QVariant(QStringLiteral("n")));
+    EXPECT_EQ(bearing.MemberValue(Bit(description, "AveragingTime")), QVariant(40));
+    EXPECT_EQ(bearing.MutableChild(Bit(description, "Name")), nullptr);
+    EXPECT_EQ(bearing.NewMemberRecord(Bit(description, "Frequency")), nullptr);
+}
+
+TEST(MembersByDescription, NumbersAreTakenOnlyWhenTheyConvertWithoutLoss)
+{
+    const RecordDescription& description = KVT317SettingsDetail::Description();
+    const int holdValue = Bit(description, "AttenuationHoldValue");
+    const int threshold = Bit(description, "Threshold");
+    KVT317SettingsDetail detail;
+    EXPECT_FALSE(detail.SetMemberValue(holdValue, QVariant(0.1)));
+    EXPECT_FALSE(detail.SetMemberValue(holdValue, QVariant(16777217)));
+    EXPECT_FALSE(detail.SetMemberValue(holdValue, QVariant(1e300)));
+    EXPECT_FALSE(detail.SetMemberValue(holdValue, QVariant(QStringLiteral("2.5"))));
+    EXPECT_FALSE(detail.SetMemberValue(holdValue, QVariant(true)));
+    EXPECT_FALSE(detail.SetMemberValue(holdValue, QVariant()));
+    EXPECT_FALSE(detail.IsAttenuationHoldValueSet());
+    EXPECT_TRUE(detail.SetMemberValue(holdValue, QVariant(16777216)));
+    EXPECT_EQ(detail.GetAttenuationHoldValue(), 16777216.0f);
+    EXPECT_TRUE(detail.SetMemberValue(holdValue, QVariant(0.1f)));
+    EXPECT_EQ(detail.GetAttenuationHoldValue(), 0.1f);
+    EXPECT_TRUE(detail.SetMemberValue(holdValue, QVariant(-2.25)));
+    EXPECT_EQ(detail.GetAttenuationHoldValue(), -2.25f);
+
+    EXPECT_FALSE(detail.SetMemberValue(threshold, QVariant(2147483648.0)));
+    EXPECT_FALSE(detail.SetMemberValue(threshold, QVariant(Q_UINT64_C(2147483648))));
+    EXPECT_FALSE(detail.SetMemberValue(threshold, QVariant(std::nan(""))));
+    EXPECT_FALSE(detail.IsThresholdSet());
+    EXPECT_TRUE(detail.SetMemberValue(threshold, QVariant(-2147483648.0)));
+    EXPECT_EQ(detail.GetThreshold(), -2147483647 - 1);
+    EXPECT_TRUE(detail.SetMemberValue(threshold, QVariant(3.0f)));
+    EXPECT_EQ(detail.GetThreshold(), 3);
+
+    FrequencyRange range;
+    EXPECT_FALSE(range.SetMemberValue(0, QVariant(Q_INT64_C(9007199254740993))));
+    EXPECT_FALSE(range.SetMemberValue(0, QVariant(Q_UINT64_C(18446744073709551615))));
+    EXPECT_FALSE(range.IsStartFrequencySet());
+    EXPECT_TRUE(range.SetMemberValue(0, QVariant(Q_INT64_C(9007199254740992))));
+    EXPECT_EQ(range.GetStartFrequency(), 9007199254740992.0);
+    EXPECT_TRUE(range.SetMemberValue(1, QVariant(0.1f)));
+    EXPECT_EQ(range.GetStopFrequency(), static_cast<double>(0.1f));
+
+    KVT317_Settings settings;
+    EXPECT_FALSE(settings.SetMemberValue(0, QVariant(1)));
+    EXPECT_FALSE(settings.MemberValue(0).isValid());
+    EXPECT_FALSE(settings.MemberDefault(0).isValid());
+    EXPECT_FALSE(settings.IsMemberSet(0));
+}
+
+TEST(MembersByDescription, TextReportsEqualSetName)
+{
+    const int nameBit = Bit(KVT317SettingsDetail::Description(), "Name");
+    const std::vector<KVT317SettingsDetail> written = SameOutOfRangeReports(
+        QStringLiteral("KVT317SettingsDetail: Please set Name properly."), nameBit,
+        {[](KVT317SettingsDetail& d) { d.SetName(QString()); },
+         [nameBit](KVT317SettingsDetail& d) {
+             EXPECT_TRUE(d.SetMemberValue(nameBit, QVariant(QString())));
+         },
+         [nameBit](KVT317SettingsDetail& d) { d.SetMemberText(nameBit, QString()); }});
+    EXPECT_TRUE(written[1].GetName().isNull());
+    EXPECT_TRUE(written[2].GetName().isNull());
+
+    KVT317SettingsDetail detail;
+    EXPECT_EQ(Logged(detail,
+                     [nameBit](KVT317SettingsDetail& d) {
+                         d.SetMemberText(nameBit, QStringLiteral(" x "));
+                     }),
+              QStringList());
+    EXPECT_EQ(detail.GetName(), QStringLiteral(" x "));
+}
+
+TEST(MembersByDescription, EnumerationReportsEqualTheTypedSetter)
+{
+    const int polBit = Bit(KVT317SettingsDetail::Description(), "AntennaPol");
+    const std::vector<KVT317SettingsDetail> written = SameOutOfRangeReports(
+        QStringLiteral(
+            "enum is not valid (classname=KVT317SettingsDetail,membername=m_antennaPol)"),
+        polBit,
+        {[](KVT317SettingsDetail& d) { d.SetAntennaPol(KVT317SettingsDetail::AntennaPol(4)); },
+         [polBit](KVT317SettingsDetail& d) { EXPECT_TRUE(d.SetMemberValue(polBit, QVariant(4))); },
+         [polBit](KVT317SettingsDetail& d) { d.SetMemberText(polBit, QStringLiteral("vert")); }});
+    EXPECT_EQ(written[0].GetAntennaPol(), KVT317SettingsDetail::AntennaPol(4));
+    EXPECT_EQ(written[1].GetAntennaPol(), KVT317SettingsDetail::AntennaPol(4));
+    EXPECT_EQ(written[2].GetAntennaPol(), KVT317SettingsDetail::AntennaPol(-1));
+    EXPECT_EQ(written[2].MemberValue(polBit), QVariant(-1));
+
+    KVT317SettingsDetail strict;
+    EXPECT_EQ(Raised(strict,
+                     [polBit](KVT317SettingsDetail& r) {
+                         r.SetMemberText(polBit, QStringLiteral("HOR"));
+                     }),
+              QString());
+    EXPECT_EQ(strict.GetAntennaPol(), KVT317SettingsDetail::AntennaPol(1));
+    EXPECT_EQ(strict.MemberValue(polBit), QVariant(1));
+}
+
+TEST(MembersByDescription, TextsOfEveryKindConvert)
+{
+    BearingSettings bearing;
+    EXPECT_EQ(SetTexts(bearing, {{"Frequency", QStringLiteral("1.5e8")},
+                                 {"DFBandwidth", QStringLiteral("wide")},
+                                 {"AngleSamples", QStringLiteral("-12")},
+                                 {"LevelThreshold", QStringLiteral("1.5")},
+                                 {"DFMode", QStringLiteral("Norm")},
+                                 {"BearingVtPath", QStringLiteral("a/b")}}),
+              QStringList());
+    EXPECT_EQ(bearing.GetFrequency(), 150000000.0);
+    EXPECT_EQ(bearing.GetDFBandwidth(), 0.0);
+    EXPECT_TRUE(bearing.IsDFBandwidthSet());
+    EXPECT_EQ(bearing.GetAngleSamples(), -12);
+    EXPECT_EQ(bearing.GetLevelThreshold(), 0);
+    EXPECT_TRUE(bearing.IsLevelThresholdSet());
+    EXPECT_EQ(bearing.GetDFMode(), BearingSettings::DFMode_Norm);
+    EXPECT_EQ(bearing.GetBearingVtPath(), QStringLiteral("a/b"));
+
+    const int stopBit = Bit(KVT317SettingsDetail::Description(), "StopTime");
+    KVT317SettingsDetail detail;
+    detail.SetMemberText(stopBit, QStringLiteral("2026-01-02T03:04:05Z"));
+    EXPECT_EQ(detail.GetStopTime(), QDateTime(QDate(2026, 1, 2), QTime(3, 4, 5), Qt::UTC));
+    EXPECT_EQ(detail.MemberValue(stopBit),
+              QVariant(QDateTime(QDate(2026, 1, 2), QTime(3, 4, 5), Qt::UTC)));
+    detail.SetMemberText(stopBit, QStringLiteral("2 January 2026"));
+    EXPECT_TRUE(detail.GetStopTime().isNull());
+    EXPECT_TRUE(detail.IsStopTimeSet());
+
+    KVT317_Settings settings;
+    settings.SetMemberText(0, QStringLiteral("x"));
+    EXPECT_FALSE(settings.IsMemberSet(0));
+    EXPECT_EQ(settings.ListSize(0), 0);
+}
+
+TEST(MembersByDescription, ResetMemberOfEveryKind)
+{
+    const RecordDescription& description = KVT317SettingsDetail::Description();
+    KVT317SettingsDetail detail = CompleteDetail(QStringLiteral("a"));
+    detail.SetAttenuationHoldValue(3.5f);
+    detail.SetAntennaPol(KVT317SettingsDetail::AntennaPol(2));
+    detail.GetFrequencyRange().SetStartFrequency(1.0);
+    for (const char* name : {"Name", "StopTime", "AntennaPol", "AttenuationHoldValue",
+                             "ScanMemoryID", "FrequencyRange"})
+        detail.ResetMember(Bit(description, name));
+    EXPECT_FALSE(detail.IsNameSet() || detail.IsStopTimeSet() || detail.IsAntennaPolSet() ||
+                 detail.IsAttenuationHoldValueSet() || detail.IsScanMemoryIDSet() ||
+                 detail.IsFrequencyRangeSet());
+    EXPECT_TRUE(detail.GetName().isNull());
+    EXPECT_TRUE(detail.GetStopTime().isNull());
+    EXPECT_EQ(detail.GetAntennaPol(), KVT317SettingsDetail::AntennaPol(0));
+    EXPECT_EQ(detail.GetAttenuationHoldValue(), 10.0f);
+    EXPECT_EQ(detail.GetScanMemoryID(), 0);
+    EXPECT_EQ(detail.GetFrequencyRange().GetStartFrequency(), 88000000.0);
+    EXPECT_TRUE(detail.IsAverageModeSet());
+
+    KVT317_Settings settings;
+    settings.AppendKVT317SettingsDetail(CompleteDetail(QStringLiteral("a")));
+    settings.ResetMember(0);
+    EXPECT_FALSE(settings.IsMemberSet(0));
+    EXPECT_EQ(settings.ListSize(0), 0);
+}
+
+TEST(MembersByDescription, MemberValueAndDefaultOfEveryKind)
+{
+    const RecordDescription& description = KVT317SettingsDetail::Description();
+    KVT317SettingsDetail detail;
+    const auto value = [&](const char* name) { return detail.MemberValue(Bit(description, name)); };
+    const auto def = [&](const char* name) { return detail.MemberDefault(Bit(description, name)); };
+    EXPECT_EQ(value("AttenuationHoldValue"), QVariant(10.0f));
+    EXPECT_EQ(value("AttenuationHoldValue").userType(), int(QMetaType::Float));
+    EXPECT_EQ(def("AttenuationHoldTime"), QVariant(100.0f));
+    EXPECT_EQ(value("BlockAveragingTime"), QVariant(10));
+    EXPECT_EQ(value("ScanMemoryID"), QVariant(0));
+    EXPECT_EQ(value("AntennaPol"), QVariant(0));
+    EXPECT_EQ(value("AttSelect"), QVariant(1));
+    EXPECT_EQ(def("Real_Time_Bandwidth").userType(), int(QMetaType::Int));
+    EXPECT_EQ(value("Name").userType(), int(QMetaType::QString));
+    EXPECT_TRUE(value("Name").toString().isNull());
+    EXPECT_EQ(value("StopTime").userType(), int(QMetaType::QDateTime));
+    EXPECT_TRUE(value("StopTime").toDateTime().isNull());
+    EXPECT_FALSE(def("FrequencyRange").isValid());
+
+    detail.SetThreshold(5);
+    detail.SetDefaultThreshold(7);
+    detail.SetDefaultName(QStringLiteral("d"));
+    EXPECT_EQ(value("Threshold"), QVariant(5));
+    EXPECT_EQ(def("Threshold"), QVariant(7));
+    EXPECT_EQ(def("Name"), QVariant(QStringLiteral("d")));
+    EXPECT_TRUE(value("Name").toString().isNull());
+
+    FrequencyRange range;
+    EXPECT_EQ(range.MemberDefault(0), QVariant(88000000.0));
+    EXPECT_EQ(range.MemberDefault(0).userType(), int(QMetaType::Double));
+    EXPECT_FALSE(range.IsInitialized() && range.IsStartFrequencySet());
+}
+
+TEST(MembersByDescription, MutableChildMarksSetAndNeverReachesACopy)
+{
+    const int rangeBit = Bit(KVT317SettingsDetail::Description(), "FrequencyRange");
+    KVT317SettingsDetail detail;
+    Record* range = detail.MutableChild(rangeBit);
+    ASSERT_NE(range, nullptr);
+    EXPECT_TRUE(dynamic_cast<FrequencyRange*>(range) != nullptr);
+    KVT317SettingsDetail copy;
+    copy = detail;
+    range->SetMemberValue(1, QVariant(2.0));
+    EXPECT_EQ(detail.GetFrequencyRange().GetStopFrequency(), 2.0);
+    EXPECT_EQ(copy.GetFrequencyRange().GetStopFrequency(), 240000000.0);
+    EXPECT_FALSE(copy.GetFrequencyRange().IsStopFrequencySet());
+
+    const KVT317SettingsDetail before(detail);
+    range = detail.MutableChild(rangeBit);
+    const KVT317SettingsDetail after(detail);
+    range->ResetMember(1);
+    EXPECT_EQ(before.GetFrequencyRange().GetStopFrequency(), 2.0);
+    EXPECT_EQ(after.GetFrequencyRange().GetStopFrequency(), 2.0);
+    EXPECT_EQ(detail.GetFrequencyRange().GetStopFrequency(), 240000000.0);
+
+    const std::unique_ptr<Record> made = detail.NewMemberRecord(rangeBit);
+    EXPECT_TRUE(dynamic_cast<FrequencyRange*>(made.get()) != nullptr);
+    EXPECT_EQ(KVT317_Settings().MutableChild(0), nullptr);
+    EXPECT_EQ(detail.MutableListItem(rangeBit, 0), nullptr);
+}
+
+TEST(MembersByDescription, MutableListItemMarksSetAndNeverReachesACopy)
+{
+    const int nameBit = Bit(KVT317SettingsDetail::Description(), "Name");
+    KVT317_Settings settings;
+    settings.AppendKVT317SettingsDetail(CompleteDetail(QStringLiteral("a")));
+    settings.AppendKVT317SettingsDetail(CompleteDetail(QStringLiteral("b")));
+    settings.ResetMember(0);
+    EXPECT_EQ(settings.MutableListItem(0, 0), nullptr);
+    EXPECT_FALSE(settings.IsMemberSet(0));
+
+    settings.AppendKVT317SettingsDetail(CompleteDetail(QStringLiteral("a")));
+    settings.AppendKVT317SettingsDetail(CompleteDetail(QStringLiteral("b")));
+    const KVT317_Settings shared(settings);
+    Record* second = settings.MutableListItem(0, 1);
+    ASSERT_NE(second, nullptr);
+    KVT317_Settings copy;
+    copy = settings;
+    second->SetMemberText(nameBit, QStringLiteral("c"));
+    EXPECT_EQ(Names(settings), QStringList({"a", "c"}));
+    EXPECT_EQ(Names(copy), QStringList({"a", "b"}));
+    EXPECT_EQ(Names(shared), QStringList({"a", "b"}));
+    EXPECT_TRUE(settings.IsMemberSet(0));
+    EXPECT_EQ(settings.MutableListItem(0, 2), nullptr);
+}
+
+TEST(MembersByDescription, RemovingAndMovingAtTheEndsAndOutside)
+{
+    KVT317_Settings settings;
+    for (const char* name : {"a", "b", "c"})
+        EXPECT_TRUE(settings.AppendListItem(0, CompleteDetail(QString::fromLatin1(name))));
+    const KVT317_Settings copy(settings);
+    EXPECT_FALSE(settings.MoveListItem(0, -1, 0));
+    EXPECT_FALSE(settings.MoveListItem(0, 3, 0));
+    EXPECT_FALSE(settings.RemoveListItem(0, -1));
+    EXPECT_FALSE(FrequencyRange().RemoveListItem(0, 0));
+    EXPECT_FALSE(FrequencyRange().MoveListItem(0, 0, 0));
+    EXPECT_FALSE(FrequencyRange().AppendListItem(0, FrequencyRange()));
+    EXPECT_EQ(Names(settings), QStringList({"a", "b", "c"}));
+    EXPECT_TRUE(settings.MoveListItem(0, 1, 1));
+    EXPECT_EQ(Names(settings), QStringList({"a", "b", "c"}));
+    EXPECT_TRUE(settings.MoveListItem(0, 2, 1));
+    EXPECT_EQ(Names(settings), QStringList({"a", "c", "b"}));
+    EXPECT_TRUE(settings.MoveListItem(0, 0, 1));
+    EXPECT_EQ(Names(settings), QStringList({"c", "a", "b"}));
+    EXPECT_TRUE(settings.RemoveListItem(0, 2));
+    EXPECT_TRUE(settings.RemoveListItem(0, 0));
+    EXPECT_EQ(Names(settings), QStringList({"a"}));
+    EXPECT_TRUE(settings.RemoveListItem(0, 0));
+    EXPECT_EQ(settings.ListSize(0), 0);
+    EXPECT_TRUE(settings.IsMemberSet(0));
+    EXPECT_EQ(Names(copy), QStringList({"a", "b", "c"}));
+}
+
+TEST(MembersByDescription, InsertingAnIncompleteItemInTheMiddle)
+{
+    const QString message = QStringLiteral("KVT317_Settings: Tried to append not completely "
+                                           "defined or invalid item KVT317SettingsDetail.");
+    KVT317_Settings settings;
+    settings.AppendListItem(0, CompleteDetail(QStringLiteral("a")));
+    settings.AppendListItem(0, CompleteDetail(QStringLiteral("c")));
+    KVT317SettingsDetail incomplete;
+    incomplete.SetName(QStringLiteral("b"));
+    EXPECT_EQ(Logged(settings,
+                     [&](KVT317_Settings& s) { EXPECT_TRUE(s.InsertListItem(0, 1, incomplete)); }),
+              QStringList({"WARNING: " + message}));
+    EXPECT_EQ(Names(settings), QStringList({"a", "b", "c"}));
+
+    KVT317_Settings typed;
+    EXPECT_EQ(Raised(typed, [&](KVT317_Settings& s) { s.AppendKVT317SettingsDetail(incomplete); }),
+              "IncompleteDefinition: " + message);
+    EXPECT_EQ(Raised(settings,
+                     [&](KVT317_Settings& s) { EXPECT_FALSE(s.InsertListItem(0, 1, incomplete)); }),
+              "IncompleteDefinition: " + message);
+    EXPECT_EQ(Raised(settings,
+                     [&](KVT317_Settings& s) { EXPECT_FALSE(s.AppendListItem(0, incomplete)); }),
+              "IncompleteDefinition: " + message);
+    EXPECT_EQ(typed.ListSize(0), 0);
+    EXPECT_EQ(Names(settings), QStringList({"a", "b", "c"}));
+    EXPECT_EQ(Raised(settings,
+                     [&](KVT317_Settings& s) {
+                         EXPECT_TRUE(s.InsertListItem(0, 3, CompleteDetail(QStringLiteral("d"))));
+                     }),
+              QString());
+    EXPECT_EQ(Names(settings), QStringList({"a", "b", "c", "d"}));
 }

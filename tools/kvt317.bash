@@ -23,6 +23,10 @@ _kvt317()
             mapfile -t COMPREPLY < <(compgen -W "xml json binary compressed" -- "$current")
             return
             ;;
+        --by)
+            mapfile -t COMPREPLY < <(compgen -W "position name" -- "$current")
+            return
+            ;;
         --level)
             mapfile -t COMPREPLY < <(compgen -W "-1 0 1 2 3 4 5 6 7 8 9" -- "$current")
             return
@@ -33,7 +37,8 @@ _kvt317()
     case "$command" in
         check) options="$options --quiet --format --no-lint" ;;
         convert) options="$options --to --level --force --wait" ;;
-        show | dump | diff) options="$options --format" ;;
+        show | dump | members) options="$options --format" ;;
+        diff) options="$options --format --by" ;;
         new) options="$options --bearing --output --to --level" ;;
         set | unset | add | remove) options="$options --force --wait" ;;
     esac

@@ -567,7 +567,8 @@ int RunDiff(const Options& options)
         return std::max(statusA, statusB);
     const bool sameType = a->type == b->type;
     const std::vector<Difference> differences =
-        sameType ? CompareRecords(*a->record, *b->record) : std::vector<Difference>();
+        sameType ? CompareRecords(*a->record, *b->record, options.byName)
+                 : std::vector<Difference>();
     const bool equal = sameType && differences.empty();
     if (options.json) {
         JsonWriter json;
@@ -591,10 +592,15 @@ int RunDiff(const Options& options)
                 json.Key(QStringLiteral("only"));
                 json.String(difference.onlyInA ? QStringLiteral("A") : QStringLiteral("B"));
             } else {
-                json.Key(QStringLiteral("a"));
-                json.String(difference.a);
-                json.Key(QStringLiteral("b"));
-                json.String(difference.b);
+                // Numbers as JSON numbers where the text is one, as the JSON form writes them.
+                for (const auto& [key, text] :
+                     {std::make_pair("a", difference.a), std::make_pair("b", difference.b)}) {
+                    json.Key(QLatin1String(key));
+                    if (difference.numeric && IsJsonNumber(text))
+                        json.RawNumber(text);
+                    else
+                        json.String(text);
+                }
             }
             json.EndObject();
         }
@@ -686,6 +692,59 @@ int RunMembers(const Options& options)
                               QStringLiteral("members"));
         }
         records.push_back(description);
+    }
+    if (options.json) {
+        JsonWriter json;
+        json.BeginArray();
+        for (const RecordDescription* description : records) {
+            const std::unique_ptr<Record> fresh = NewRecord(*description);
+            fresh->SetLogger(nullptr);
+            fresh->ResetToDefault();
+            json.BeginObject();
+            json.Key(QStringLiteral("record"));
+            json.String(description->name);
+            json.Key(QStringLiteral("members"));
+            json.BeginArray();
+            for (const int bit : WriteOrder(*description)) {
+                const MemberDescription& member = description->members[bit];
+                json.BeginObject();
+                json.Key(QStringLiteral("member"));
+                json.String(member.name);
+                json.Key(QStringLiteral("kind"));
+                json.String(KindName(member));
+                json.Key(QStringLiteral("attribute"));
+                json.Bool(member.attribute);
+                json.Key(QStringLiteral("default"));
+                const bool hasDefault = member.kind != MemberKind::Record &&
+                                        member.kind != MemberKind::RecordList &&
+                                        fresh->IsMemberSet(bit);
+                const QString text = hasDefault ? fresh->MemberText(bit) : QString();
+                const bool numeric = member.kind == MemberKind::Integer ||
+                                     member.kind == MemberKind::Float ||
+                                     member.kind == MemberKind::Double;
+                if (!hasDefault)
+                    json.Null();
+                else if (numeric && IsJsonNumber(text))
+                    json.RawNumber(text);
+                else
+                    json.String(text);
+                json.Key(QStringLiteral("required"));
+                json.Bool(member.required);
+                if (member.kind == MemberKind::Enumeration) {
+                    json.Key(QStringLiteral("allowed"));
+                    json.BeginArray();
+                    for (const QString& name : member.enumeration->names)
+                        json.String(name);
+                    json.EndArray();
+                }
+                json.EndObject();
+            }
+            json.EndArray();
+            json.EndObject();
+        }
+        json.EndArray();
+        Out().Write(json.Finish());
+        return Success;
     }
     bool first = true;
     for (const RecordDescription* description : records) {

@@ -13,7 +13,8 @@
 struct Options {
     QStringList arguments; // the command's positional arguments
     bool quiet = false;
-    bool lint = true; // check: --no-lint turns it off
+    bool lint = true;    // check: --no-lint turns it off
+    bool byName = false; // diff --by name
     bool force = false;
     bool bearing = false;
     bool json = false; // --format json

@@ -40,8 +40,27 @@ bool HoldsNan(const Record& record)
     return false;
 }
 
+// An item's Name, or a null text.
+QString ItemName(const Record& item)
+{
+    const MemberDescription* name = item.GetDescription().FindName(QStringLiteral("Name"));
+    return name && item.IsMemberSet(name->bit) ? item.MemberText(name->bit) : QString();
+}
+
+// The position in `list` of the first item named `name` not taken yet, or -1.
+int FindByName(const Record& record, int bit, const QString& name, std::vector<bool>& taken)
+{
+    for (int i = 0; i < record.ListSize(bit); ++i) {
+        if (!taken[static_cast<std::size_t>(i)] && ItemName(*record.ListItem(bit, i)) == name) {
+            taken[static_cast<std::size_t>(i)] = true;
+            return i;
+        }
+    }
+    return -1;
+}
+
 void Compare(const Record& a, const Record& b, std::vector<std::pair<int, int>>& steps,
-             const QString& path, std::vector<Difference>& out)
+             const QString& path, bool byName, std::vector<Difference>& out)
 {
     const std::size_t before = out.size();
     const auto add = [&](int bit, const QString& where, const QString& textA,
@@ -53,10 +72,46 @@ void Compare(const Record& a, const Record& b, std::vector<std::pair<int, int>>&
         difference.path = where;
         difference.a = textA;
         difference.b = textB;
+        if (bit >= 0) {
+            const MemberKind kind = a.GetDescription().members[static_cast<std::size_t>(bit)].kind;
+            difference.numeric = kind == MemberKind::Integer || kind == MemberKind::Float ||
+                                 kind == MemberKind::Double;
+        }
         out.push_back(std::move(difference));
     };
     for (const MemberDescription& member : a.GetDescription().members) {
         const QString name = Join(path, member.name);
+        if (member.kind == MemberKind::RecordList && byName) {
+            // Items paired by their Name; the others are only in one of the two.
+            std::vector<bool> taken(static_cast<std::size_t>(b.ListSize(member.bit)), false);
+            for (int i = 0; i < a.ListSize(member.bit); ++i) {
+                const Record& item = *a.ListItem(member.bit, i);
+                const QString itemName = ItemName(item);
+                const QString itemPath = itemName.isNull()
+                                             ? QStringLiteral("%1[%2]").arg(name).arg(i + 1)
+                                             : QStringLiteral("%1[Name=%2]").arg(name, itemName);
+                const int j = itemName.isNull() ? -1 : FindByName(b, member.bit, itemName, taken);
+                if (j < 0) {
+                    add(member.bit, itemPath, QString(), QString());
+                    out.back().onlyInA = true;
+                    continue;
+                }
+                steps.emplace_back(member.bit, i);
+                Compare(item, *b.ListItem(member.bit, j), steps, itemPath, byName, out);
+                steps.pop_back();
+            }
+            for (int j = 0; j < b.ListSize(member.bit); ++j) {
+                if (taken[static_cast<std::size_t>(j)])
+                    continue;
+                const QString itemName = ItemName(*b.ListItem(member.bit, j));
+                add(member.bit,
+                    itemName.isNull() ? QStringLiteral("%1[%2]").arg(name).arg(j + 1)
+                                      : QStringLiteral("%1[Name=%2]").arg(name, itemName),
+                    QString(), QString());
+                out.back().onlyInB = true;
+            }
+            continue;
+        }
         if (member.kind == MemberKind::RecordList) {
             const int sizeA = a.ListSize(member.bit);
             const int sizeB = b.ListSize(member.bit);
@@ -65,7 +120,7 @@ void Compare(const Record& a, const Record& b, std::vector<std::pair<int, int>>&
                 if (i < sizeA && i < sizeB) {
                     steps.emplace_back(member.bit, i);
                     Compare(*a.ListItem(member.bit, i), *b.ListItem(member.bit, i), steps, item,
-                            out);
+                            byName, out);
                     steps.pop_back();
                     continue;
                 }
@@ -81,7 +136,7 @@ void Compare(const Record& a, const Record& b, std::vector<std::pair<int, int>>&
             continue;
         if (member.kind == MemberKind::Record && setA && setB) {
             steps.emplace_back(member.bit, -1);
-            Compare(*a.Child(member.bit), *b.Child(member.bit), steps, name, out);
+            Compare(*a.Child(member.bit), *b.Child(member.bit), steps, name, byName, out);
             steps.pop_back();
             continue;
         }
@@ -97,10 +152,10 @@ void Compare(const Record& a, const Record& b, std::vector<std::pair<int, int>>&
 
 } // namespace
 
-std::vector<Difference> CompareRecords(const Record& a, const Record& b)
+std::vector<Difference> CompareRecords(const Record& a, const Record& b, bool byName)
 {
     std::vector<Difference> out;
     std::vector<std::pair<int, int>> steps;
-    Compare(a, b, steps, QString(), out);
+    Compare(a, b, steps, QString(), byName, out);
     return out;
 }

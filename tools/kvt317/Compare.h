@@ -17,9 +17,13 @@ struct Difference {
     QString b;
     bool onlyInA = false; // a list item that only A holds
     bool onlyInB = false;
+    bool numeric = false; // the texts are numbers
 };
 
 // The members in which two records differ, in member order, list items paired by
-// position. Where the records are unequal by the library's own rule but every text is the
-// same (numbers that differ beyond the decimals written), the record itself is listed.
-std::vector<Difference> CompareRecords(const KVT317XML::Record& a, const KVT317XML::Record& b);
+// position, or with `byName` by their Name (items without one, or whose Name the other list
+// lacks, are only in one of the two). Where the records are unequal by the library's own rule
+// but every text is the same (numbers that differ beyond the decimals written), the record
+// itself is listed.
+std::vector<Difference> CompareRecords(const KVT317XML::Record& a, const KVT317XML::Record& b,
+                                       bool byName = false);

@@ -45,6 +45,10 @@ const std::vector<OptionInfo>& AllOptions()
          nullptr,
          "leave out the warnings about likely slips (start above stop, a Name or index twice)"},
         {"format", {QStringLiteral("format")}, "FORMAT", "text (the default) or json"},
+        {"by",
+         {QStringLiteral("by")},
+         "KEY",
+         "how list items are paired: position (the default) or name (their Name)"},
         {"to",
          {QStringLiteral("to")},
          "FORM",
@@ -146,8 +150,9 @@ const std::vector<CommandInfo>& Commands()
          "A B",
          "compare two documents member by member",
          "Prints the members in which two documents of one record type differ, list items\n"
-         "paired by position. Exit 0 when they are equal, 1 otherwise.\n",
-         {QStringLiteral("format")},
+         "paired by position, or with --by name by their Name (items only in one document\n"
+         "are said so). Exit 0 when they are equal, 1 otherwise.\n",
+         {QStringLiteral("format"), QStringLiteral("by")},
          2,
          2,
          RunDiff},
@@ -167,7 +172,7 @@ const std::vector<CommandInfo>& Commands()
          "list the members of the record types",
          "Lists every member of a record type (or of all): its kind, its default, whether it\n"
          "is required, and the names an enumeration allows.\n",
-         {},
+         {QStringLiteral("format")},
          0,
          1,
          RunMembers},
@@ -366,6 +371,13 @@ int Run(const QStringList& arguments)
                           name);
     if (keys.contains(QStringLiteral("quiet")))
         options.quiet = parser.isSet(QStringLiteral("quiet"));
+    if (keys.contains(QStringLiteral("by")) && parser.isSet(QStringLiteral("by"))) {
+        const QString by = parser.value(QStringLiteral("by"));
+        if (by != QLatin1String("position") && by != QLatin1String("name"))
+            return UsageError(QStringLiteral("--by takes position or name, not '%1'").arg(by),
+                              name);
+        options.byName = by == QLatin1String("name");
+    }
     if (keys.contains(QStringLiteral("no-lint")))
         options.lint = !parser.isSet(QStringLiteral("no-lint"));
     if (keys.contains(QStringLiteral("force")))

@@ -207,11 +207,49 @@ out <<'TEXT'
   "differences": [
     {
       "path": "KVT317SettingsDetail[2].Threshold",
-      "a": "15",
-      "b": "16"
+      "a": 15,
+      "b": 16
     }
   ]
 }
+TEXT
+# Items paired by Name: removing the first of the details moves none of the others.
+cp examples/settings.xml named.xml
+kvt317 remove named.xml 'KVT317SettingsDetail[1]'
+kvt317 set named.xml 'KVT317SettingsDetail[Name=UHF survey].Threshold' 25
+run "diff by name" 1 kvt317 diff --by name examples/settings.xml named.xml
+out <<'TEXT'
+KVT317SettingsDetail[Name=VHF airband]: only in A
+KVT317SettingsDetail[Name=UHF survey].Threshold: 20 -> 25
+TEXT
+run "diff by nothing" 2 kvt317 diff --by index examples/settings.xml named.xml
+err <<'TEXT'
+kvt317: --by takes position or name, not 'index'
+Try 'kvt317 diff --help'.
+TEXT
+run "members json" 0 kvt317 members FrequencyRange --format json
+out <<'TEXT'
+[
+  {
+    "record": "FrequencyRange",
+    "members": [
+      {
+        "member": "StartFrequency",
+        "kind": "number, 2 decimals",
+        "attribute": false,
+        "default": 88000000.00,
+        "required": true
+      },
+      {
+        "member": "StopFrequency",
+        "kind": "number, 2 decimals",
+        "attribute": false,
+        "default": 240000000.00,
+        "required": true
+      }
+    ]
+  }
+]
 TEXT
 run "diff types" 1 kvt317 diff examples/settings.xml examples/bearing-settings.xml
 out <<<"A is KVT317_Settings, B is BearingSettings"
