@@ -70,3 +70,16 @@ run("building the consumer with pkg-config" "${CXX}" -std=c++17 "${SOURCE_DIR}/m
     -o "${WORK_DIR}/consumer-pkgconfig" "-DEXPECTED_QT_MAJOR=${QT_MAJOR}"
     "-DEXPECTED_VERSION=\"${VERSION}\"" ${flags} "-Wl,-rpath,${libdir}")
 run("the consumer built with pkg-config" "${WORK_DIR}/consumer-pkgconfig")
+
+# The item model: its CMake target, and its own pkg-config file.
+run("the model consumer" "${WORK_DIR}/build/model_consumer")
+execute_process(COMMAND "${PKG_CONFIG}" --cflags --libs KVT317XmlModel
+                OUTPUT_VARIABLE flags OUTPUT_STRIP_TRAILING_WHITESPACE RESULT_VARIABLE result)
+if(result)
+  message(FATAL_ERROR "pkg-config --cflags --libs KVT317XmlModel failed: ${result}")
+endif()
+separate_arguments(flags UNIX_COMMAND "${flags}")
+run("building the model consumer with pkg-config" "${CXX}" -std=c++17
+    "${SOURCE_DIR}/model_consumer.cpp" -o "${WORK_DIR}/model-consumer-pkgconfig" ${flags}
+    "-Wl,-rpath,${libdir}")
+run("the model consumer built with pkg-config" "${WORK_DIR}/model-consumer-pkgconfig")

@@ -1,0 +1,420 @@
+// kvt317-editor driven through its widgets, under the offscreen platform.
+
+#include "EditorWindow.h"
+
+#include <QAction>
+#include <QApplication>
+#include <QComboBox>
+#include <QDir>
+#include <QDockWidget>
+#include <QFile>
+#include <QHeaderView>
+#include <QLineEdit>
+#include <QListView>
+#include <QMessageBox>
+#include <QPainter>
+#include <QSpinBox>
+#include <QTableView>
+#include <QTemporaryDir>
+#include <QTest>
+#include <QTreeWidget>
+#include <QUndoStack>
+
+namespace {
+
+const QString SourceDir = QStringLiteral(KVT317_SOURCE_DIR);
+
+// The example with AntennaPol of the first detail HOR and Threshold of the second 25, as
+// the library writes it.
+const QByteArray EditedExample = "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n"
+                                 "<KVT317_Settings>\n"
+                                 "  <KVT317SettingsDetail Name=\"VHF airband\" index=\"1\">\n"
+                                 "    <AntennaPol>HOR</AntennaPol>\n"
+                                 "    <AntPreAmp>ON</AntPreAmp>\n"
+                                 "    <AverageMode>NORM</AverageMode>\n"
+                                 "    <BandwidthDF>25.0 kHz</BandwidthDF>\n"
+                                 "    <BlockAveragingTime>100</BlockAveragingTime>\n"
+                                 "    <DF_Alt>CORRELATION</DF_Alt>\n"
+                                 "    <FrequencyRange>\n"
+                                 "      <StartFrequency>118000000.00</StartFrequency>\n"
+                                 "      <StopFrequency>137000000.00</StopFrequency>\n"
+                                 "    </FrequencyRange>\n"
+                                 "    <Real_Time_Bandwidth>20 MHz</Real_Time_Bandwidth>\n"
+                                 "    <ScanMemoryID>10</ScanMemoryID>\n"
+                                 "    <DFPan_Selectivity>NARROW</DFPan_Selectivity>\n"
+                                 "    <Threshold>10</Threshold>\n"
+                                 "    <StopTime>2026-11-30T18:00:00,000Z</StopTime>\n"
+                                 "    <AttSelect>AUTO</AttSelect>\n"
+                                 "    <AttenuationHoldValue>12.50</AttenuationHoldValue>\n"
+                                 "    <AttenuationHoldTime>250.00</AttenuationHoldTime>\n"
+                                 "  </KVT317SettingsDetail>\n"
+                                 "  <KVT317SettingsDetail Name=\"Marine VHF\" index=\"2\">\n"
+                                 "    <AntennaPol>HOR</AntennaPol>\n"
+                                 "    <AntPreAmp>ON</AntPreAmp>\n"
+                                 "    <AverageMode>GATE</AverageMode>\n"
+                                 "    <BandwidthDF>12.5 kHz</BandwidthDF>\n"
+                                 "    <BlockAveragingTime>100</BlockAveragingTime>\n"
+                                 "    <DF_Alt>WATSONWATT</DF_Alt>\n"
+                                 "    <FrequencyRange>\n"
+                                 "      <StartFrequency>156000000.00</StartFrequency>\n"
+                                 "      <StopFrequency>162025000.00</StopFrequency>\n"
+                                 "    </FrequencyRange>\n"
+                                 "    <Real_Time_Bandwidth>10 MHz</Real_Time_Bandwidth>\n"
+                                 "    <ScanMemoryID>20</ScanMemoryID>\n"
+                                 "    <DFPan_Selectivity>NARROW</DFPan_Selectivity>\n"
+                                 "    <Threshold>25</Threshold>\n"
+                                 "    <StopTime>2026-11-30T18:00:00,000Z</StopTime>\n"
+                                 "    <AttSelect>AUTO</AttSelect>\n"
+                                 "    <AttenuationHoldValue>12.50</AttenuationHoldValue>\n"
+                                 "    <AttenuationHoldTime>250.00</AttenuationHoldTime>\n"
+                                 "  </KVT317SettingsDetail>\n"
+                                 "  <KVT317SettingsDetail Name=\"UHF survey\" index=\"3\">\n"
+                                 "    <AntennaPol>RIGHT</AntennaPol>\n"
+                                 "    <AntPreAmp>ON</AntPreAmp>\n"
+                                 "    <AverageMode>OFF</AverageMode>\n"
+                                 "    <BandwidthDF>100 kHz</BandwidthDF>\n"
+                                 "    <BlockAveragingTime>100</BlockAveragingTime>\n"
+                                 "    <DF_Alt>SUPERRESOLUTION</DF_Alt>\n"
+                                 "    <FrequencyRange>\n"
+                                 "      <StartFrequency>400000000.00</StartFrequency>\n"
+                                 "      <StopFrequency>470000000.00</StopFrequency>\n"
+                                 "    </FrequencyRange>\n"
+                                 "    <Real_Time_Bandwidth>80 MHz</Real_Time_Bandwidth>\n"
+                                 "    <ScanMemoryID>30</ScanMemoryID>\n"
+                                 "    <DFPan_Selectivity>NARROW</DFPan_Selectivity>\n"
+                                 "    <Threshold>20</Threshold>\n"
+                                 "    <StopTime>2026-11-30T18:00:00,000Z</StopTime>\n"
+                                 "    <AttSelect>AUTO</AttSelect>\n"
+                                 "    <AttenuationHoldValue>12.50</AttenuationHoldValue>\n"
+                                 "    <AttenuationHoldTime>250.00</AttenuationHoldTime>\n"
+                                 "  </KVT317SettingsDetail>\n"
+                                 "</KVT317_Settings>\n";
+
+// A document with an element the library does not know and a number that does not read.
+const QByteArray Faulty = "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n"
+                          "<KVT317_Settings>\n"
+                          "  <KVT317SettingsDetail Name=\"VHF airband\" index=\"1\">\n"
+                          "    <AntennaPol>VERT</AntennaPol>\n"
+                          "    <AntPreAmp>ON</AntPreAmp>\n"
+                          "    <AverageMode>NORM</AverageMode>\n"
+                          "    <BandwidthDF>25.0 kHz</BandwidthDF>\n"
+                          "    <BlockAveragingTime>100</BlockAveragingTime>\n"
+                          "    <DF_Alt>CORRELATION</DF_Alt>\n"
+                          "    <FrequencyRange>\n"
+                          "      <StartFrequency>118000000.00</StartFrequency>\n"
+                          "      <StopFrequency>137000000.00</StopFrequency>\n"
+                          "    </FrequencyRange>\n"
+                          "    <Real_Time_Bandwidth>20 MHz</Real_Time_Bandwidth>\n"
+                          "    <ScanMemoryID>10</ScanMemoryID>\n"
+                          "    <Colour>blue</Colour>\n"
+                          "    <DFPan_Selectivity>NARROW</DFPan_Selectivity>\n"
+                          "    <Threshold>ten</Threshold>\n"
+                          "    <StopTime>2026-11-30T18:00:00,000Z</StopTime>\n"
+                          "    <AttSelect>AUTO</AttSelect>\n"
+                          "    <AttenuationHoldValue>12.50</AttenuationHoldValue>\n"
+                          "    <AttenuationHoldTime>250.00</AttenuationHoldTime>\n"
+                          "  </KVT317SettingsDetail>\n"
+                          "</KVT317_Settings>\n";
+
+QByteArray ReadAll(const QString& path)
+{
+    QFile file(path);
+    if (!file.open(QIODevice::ReadOnly))
+        return QByteArray();
+    return file.readAll();
+}
+
+bool WriteAll(const QString& path, const QByteArray& bytes)
+{
+    QFile file(path);
+    return file.open(QIODevice::WriteOnly) && file.write(bytes) == bytes.size();
+}
+
+int ColumnNamed(const QAbstractItemModel& model, const QString& name)
+{
+    for (int column = 0; column < model.columnCount(); ++column)
+        if (model.headerData(column, Qt::Horizontal).toString() == name)
+            return column;
+    return -1;
+}
+
+// Shows the window and makes it the active one, so that editors keep the keyboard focus.
+void Show(EditorWindow& window)
+{
+    window.show();
+    QApplication::setActiveWindow(&window);
+    QVERIFY(QTest::qWaitForWindowActive(&window));
+}
+
+// Return in an editor: the delegate commits the value once the editor has taken the key.
+void Commit(QWidget* editor)
+{
+    QTest::keyClick(editor, Qt::Key_Return);
+    QCoreApplication::processEvents();
+}
+
+void Trigger(EditorWindow& window, const char* name)
+{
+    QAction* action = window.findChild<QAction*>(QString::fromLatin1(name));
+    QVERIFY2(action, name);
+    QVERIFY2(action->isEnabled(), name);
+    action->trigger();
+}
+
+QString Shown(const QTableView& table, int row, const QString& member)
+{
+    const QAbstractItemModel& model = *table.model();
+    return model.index(row, ColumnNamed(model, member)).data().toString();
+}
+
+} // namespace
+
+class EditorTest : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void editUndoRedoAddRemoveSave();
+    void aRefusedSaveLeavesTheFile();
+    void findingsSelectTheirCells();
+    void duplicateMoveResetFilterAndClose();
+    void screenshots();
+};
+
+void EditorTest::editUndoRedoAddRemoveSave()
+{
+    QTemporaryDir dir;
+    const QString path = dir.filePath(QStringLiteral("settings.xml"));
+    QVERIFY(QFile::copy(SourceDir + QStringLiteral("/examples/settings.xml"), path));
+    EditorWindow window;
+    Show(window);
+    QVERIFY(window.Open(path));
+    QCOMPARE(window.windowTitle(), QString::fromUtf8("settings.xml[*] \u2014 kvt317-editor"));
+    QVERIFY(!window.isWindowModified());
+    QTableView& table = *window.Table();
+    const QAbstractItemModel& model = *table.model();
+    QCOMPARE(model.rowCount(), 3);
+
+    // Threshold of the second detail, typed into its spin box.
+    table.setFocus();
+    table.setCurrentIndex(model.index(1, ColumnNamed(model, QStringLiteral("Threshold"))));
+    QTest::keyClick(&table, Qt::Key_F2);
+    auto* spin = table.findChild<QSpinBox*>(QStringLiteral("integerEditor"));
+    QVERIFY(spin);
+    QCOMPARE(spin->suffix(), QString::fromUtf8(" dB\u00B5V"));
+    QCOMPARE(spin->value(), 15);
+    QTest::keyClick(spin, Qt::Key_A, Qt::ControlModifier);
+    QTest::keyClicks(spin, QStringLiteral("25"));
+    Commit(spin);
+    QCOMPARE(Shown(table, 1, QStringLiteral("Threshold")), QString::fromUtf8("25 dB\u00B5V"));
+    QVERIFY(window.isWindowModified());
+
+    Trigger(window, "undo");
+    QCOMPARE(Shown(table, 1, QStringLiteral("Threshold")), QString::fromUtf8("15 dB\u00B5V"));
+    QVERIFY(!window.isWindowModified());
+    Trigger(window, "redo");
+    QCOMPARE(Shown(table, 1, QStringLiteral("Threshold")), QString::fromUtf8("25 dB\u00B5V"));
+
+    // AntennaPol of the first detail, the next name in its combo box.
+    table.setCurrentIndex(model.index(0, ColumnNamed(model, QStringLiteral("AntennaPol"))));
+    QTest::keyClick(&table, Qt::Key_F2);
+    auto* combo = table.findChild<QComboBox*>(QStringLiteral("enumerationEditor"));
+    QVERIFY(combo);
+    QCOMPARE(combo->count(), 4);
+    QCOMPARE(combo->currentText(), QStringLiteral("VERT"));
+    QTest::keyClick(combo, Qt::Key_Down);
+    Commit(combo);
+    QCOMPARE(Shown(table, 0, QStringLiteral("AntennaPol")), QStringLiteral("HOR"));
+
+    // A detail added after the last, then removed.
+    table.setCurrentIndex(model.index(2, 0));
+    Trigger(window, "addDetail");
+    QCOMPARE(model.rowCount(), 4);
+    QCOMPARE(Shown(table, 3, QStringLiteral("Threshold")), QString::fromUtf8("20 dB\u00B5V"));
+    QCOMPARE(table.currentIndex().row(), 3);
+    Trigger(window, "removeDetail");
+    QCOMPARE(model.rowCount(), 3);
+    QCOMPARE(window.UndoStack()->count(), 4);
+
+    Trigger(window, "save");
+    QVERIFY(!window.isWindowModified());
+    QCOMPARE(ReadAll(path), EditedExample);
+}
+
+void EditorTest::aRefusedSaveLeavesTheFile()
+{
+    QTemporaryDir dir;
+    const QString path = dir.filePath(QStringLiteral("faulty.xml"));
+    QVERIFY(WriteAll(path, Faulty));
+    EditorWindow window;
+    Show(window);
+    QVERIFY(window.Open(path));
+    QTableView& table = *window.Table();
+    QStringList asked;
+    bool answer = false;
+    window.confirmLossySave = [&asked, &answer](const QStringList& reasons) {
+        asked = reasons;
+        return answer;
+    };
+    table.setFocus();
+    table.setCurrentIndex(table.model()->index(0, ColumnNamed(*table.model(), "AntennaPol")));
+    QTest::keyClick(&table, Qt::Key_F2);
+    auto* combo = table.findChild<QComboBox*>(QStringLiteral("enumerationEditor"));
+    QVERIFY(combo);
+    QTest::keyClick(combo, Qt::Key_Down);
+    Commit(combo);
+    QCOMPARE(Shown(table, 0, QStringLiteral("AntennaPol")), QStringLiteral("HOR"));
+
+    Trigger(window, "save");
+    QCOMPARE(asked, QStringList(
+                        {"line 16, column 5: unknown element 'Colour' (ignored)",
+                         "line 18, column 5: Threshold: 'ten' is not a whole number (read as 0)"}));
+    QCOMPARE(ReadAll(path), Faulty);
+    QVERIFY(window.isWindowModified());
+
+    answer = true;
+    Trigger(window, "save");
+    QVERIFY(!window.isWindowModified());
+    QVERIFY(ReadAll(path) != Faulty);
+    QVERIFY(!ReadAll(path).contains("Colour"));
+}
+
+void EditorTest::findingsSelectTheirCells()
+{
+    QTemporaryDir dir;
+    const QString path = dir.filePath(QStringLiteral("faulty.xml"));
+    QVERIFY(WriteAll(path, Faulty));
+    EditorWindow window;
+    Show(window);
+    QVERIFY(window.Open(path));
+    QTreeWidget& findings = *window.Diagnostics();
+    QStringList lines;
+    for (int i = 0; i < findings.topLevelItemCount(); ++i) {
+        const QTreeWidgetItem& item = *findings.topLevelItem(i);
+        QStringList cells;
+        for (int column = 0; column < findings.columnCount(); ++column)
+            cells.append(item.text(column));
+        lines.append(cells.join(QLatin1Char('|')));
+    }
+    QCOMPARE(
+        lines,
+        QStringList({"error|16|5|1||unknown element 'Colour' (ignored)",
+                     "error|18|5|1|Threshold|Threshold: 'ten' is not a whole number (read as 0)"}));
+    // Choosing the Threshold finding selects its cell.
+    findings.setFocus();
+    findings.setCurrentItem(findings.topLevelItem(1));
+    const QModelIndex current = window.Table()->currentIndex();
+    QCOMPARE(current.row(), 0);
+    QCOMPARE(window.Table()->model()->headerData(current.column(), Qt::Horizontal).toString(),
+             QStringLiteral("Threshold"));
+}
+
+void EditorTest::duplicateMoveResetFilterAndClose()
+{
+    QTemporaryDir dir;
+    const QString path = dir.filePath(QStringLiteral("settings.xml"));
+    QVERIFY(QFile::copy(SourceDir + QStringLiteral("/examples/settings.xml"), path));
+    EditorWindow window;
+    Show(window);
+    QVERIFY(window.Open(path));
+    QTableView& table = *window.Table();
+    const QAbstractItemModel& model = *table.model();
+    auto names = [&table, &model]() {
+        QStringList shown;
+        for (int row = 0; row < model.rowCount(); ++row)
+            shown.append(Shown(table, row, QStringLiteral("Name")));
+        return shown;
+    };
+    table.setFocus();
+    table.setCurrentIndex(model.index(0, ColumnNamed(model, QStringLiteral("Name"))));
+    Trigger(window, "duplicateDetail");
+    QCOMPARE(names(), QStringList({"VHF airband", "VHF airband", "Marine VHF", "UHF survey"}));
+    Trigger(window, "moveDown");
+    Trigger(window, "moveDown");
+    QCOMPARE(names(), QStringList({"VHF airband", "Marine VHF", "UHF survey", "VHF airband"}));
+    QCOMPARE(table.currentIndex().row(), 3);
+    Trigger(window, "unset");
+    QCOMPARE(names(), QStringList({"VHF airband", "Marine VHF", "UHF survey", "(unset)"}));
+    table.setCurrentIndex(model.index(1, ColumnNamed(model, QStringLiteral("Threshold"))));
+    Trigger(window, "resetDefault");
+    QCOMPARE(Shown(table, 1, QStringLiteral("Threshold")), QString::fromUtf8("20 dB\u00B5V"));
+    for (int i = 0; i < 5; ++i)
+        Trigger(window, "undo");
+    QCOMPARE(names(), QStringList({"VHF airband", "Marine VHF", "UHF survey"}));
+    QCOMPARE(Shown(table, 1, QStringLiteral("Threshold")), QString::fromUtf8("15 dB\u00B5V"));
+    QVERIFY(!window.isWindowModified());
+    Trigger(window, "redo");
+
+    // The filter keeps the details whose name holds the text.
+    auto* filter = window.findChild<QLineEdit*>(QStringLiteral("filter"));
+    QVERIFY(filter);
+    QTest::keyClicks(filter, QStringLiteral("vhf"));
+    QCOMPARE(names(), QStringList({"VHF airband", "VHF airband", "Marine VHF"}));
+    filter->clear();
+
+    // Closing with unsaved changes asks: Cancel keeps the window, Discard closes it.
+    QVERIFY(window.isWindowModified());
+    int asked = 0;
+    int answer = QMessageBox::Cancel;
+    window.askUnsaved = [&asked, &answer]() {
+        ++asked;
+        return answer;
+    };
+    QVERIFY(!window.close());
+    QVERIFY(window.isVisible());
+    answer = QMessageBox::Discard;
+    QVERIFY(window.close());
+    QCOMPARE(asked, 2);
+    QCOMPARE(ReadAll(path), ReadAll(SourceDir + QStringLiteral("/examples/settings.xml")));
+}
+
+// Pictures of the editor for the README, into $KVT317_SCREENSHOT_DIR when it is set (the
+// target screenshots sets it to docs/images), into a temporary folder otherwise.
+void EditorTest::screenshots()
+{
+    QTemporaryDir scratch;
+    QString into = qEnvironmentVariable("KVT317_SCREENSHOT_DIR");
+    if (into.isEmpty())
+        into = scratch.path();
+    QVERIFY(QDir().mkpath(into));
+    EditorWindow window;
+    window.resize(1280, 520);
+    Show(window);
+    QVERIFY(window.Open(SourceDir + QStringLiteral("/examples/settings.xml")));
+    QTableView& table = *window.Table();
+    table.setFocus();
+    table.setCurrentIndex(table.model()->index(1, 0));
+    QApplication::processEvents();
+    QVERIFY(window.grab().save(into + QStringLiteral("/editor-table.png")));
+
+    table.setCurrentIndex(table.model()->index(1, ColumnNamed(*table.model(), "DF_Alt")));
+    QTest::keyClick(&table, Qt::Key_F2);
+    auto* combo = table.findChild<QComboBox*>(QStringLiteral("enumerationEditor"));
+    QVERIFY(combo);
+    combo->showPopup();
+    QApplication::processEvents();
+    QPixmap picture = window.grab();
+    {
+        QWidget* popup = combo->view()->window();
+        QPainter painter(&picture);
+        painter.drawPixmap(window.mapFromGlobal(popup->mapToGlobal(QPoint(0, 0))), popup->grab());
+    }
+    QVERIFY(picture.save(into + QStringLiteral("/editor-enumeration.png")));
+    combo->hidePopup();
+    QTest::keyClick(combo, Qt::Key_Escape);
+
+    QTemporaryDir dir;
+    const QString path = dir.filePath(QStringLiteral("faulty.xml"));
+    QVERIFY(WriteAll(path, Faulty));
+    QVERIFY(window.Open(path));
+    window.Diagnostics()->setFocus();
+    window.Diagnostics()->setCurrentItem(window.Diagnostics()->topLevelItem(0));
+    QApplication::processEvents();
+    QVERIFY(window.grab().save(into + QStringLiteral("/editor-diagnostics.png")));
+    for (const char* name :
+         {"editor-table.png", "editor-enumeration.png", "editor-diagnostics.png"})
+        QVERIFY(QImage(into + QLatin1Char('/') + QLatin1String(name)).width() >= 1000);
+}
+
+QTEST_MAIN(EditorTest)
+#include "editor_test.moc"
