@@ -42,6 +42,8 @@ int RunSet(const Options& options);
 int RunUnset(const Options& options);
 int RunAdd(const Options& options);
 int RunRemove(const Options& options);
+// Completion candidates, one per line: the arguments after "__complete" (Complete.cpp).
+int RunComplete(const QStringList& arguments);
 
 // Prints why a document cannot be used (it could not be read, or the library refused it)
 // and returns the exit status; Success when it can be used.

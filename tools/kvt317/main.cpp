@@ -301,6 +301,9 @@ int Run(const QStringList& arguments)
         Out() << "kvt317 " << KVT317XML_VERSION_STRING << '\n';
         return Success;
     }
+    // Asked by the shell's completion (kvt317.bash), not by people: it lists no help.
+    if (name == QLatin1String("__complete"))
+        return RunComplete(arguments.mid(2));
     const CommandInfo* command = nullptr;
     for (const CommandInfo& candidate : Commands())
         if (name == QLatin1String(candidate.name))

@@ -42,7 +42,7 @@ fi
 # ---- bash completion
 completion="$work/moved/share/bash-completion/completions/kvt317"
 complete_words() {
-    bash -c 'source "$1"; shift; COMP_WORDS=("$@"); COMP_CWORD=$(($# - 1)); _kvt317
+    bash -c 'source "$1"; shift; COMP_WORDS=("$@"); COMP_CWORD=$(($# - 1)); _kvt317 "$1"
              printf "%s\n" "${COMPREPLY[@]}"' completion "$completion" "$@"
 }
 run "complete commands" 0 complete_words kvt317 c
@@ -73,6 +73,67 @@ KVT317SettingsDetail
 TEXT
 run "complete files" 0 complete_words kvt317 show examples/bearing-settings.x
 out <<<"examples/bearing-settings.xml"
+run "complete a value after '='" 0 complete_words kvt317 show --format = j
+out <<<"json"
+run "complete values right after '='" 0 complete_words kvt317 diff a.xml --by =
+out <<'TEXT'
+position
+name
+TEXT
+run "complete a path's first member" 0 complete_words "$installed" get examples/settings.xml KVT
+out <<<"KVT317SettingsDetail["
+run "complete a list's positions" 0 \
+    complete_words "$installed" set examples/settings.xml "KVT317SettingsDetail["
+out <<'TEXT'
+KVT317SettingsDetail[*].
+KVT317SettingsDetail[1].
+KVT317SettingsDetail[2].
+KVT317SettingsDetail[3].
+TEXT
+run "complete members after a quoted Name" 0 \
+    complete_words "$installed" unset examples/settings.xml 'KVT317SettingsDetail[Name="a.b"].A'
+out <<'TEXT'
+KVT317SettingsDetail[Name="a.b"].AntennaPol
+KVT317SettingsDetail[Name="a.b"].AntPreAmp
+KVT317SettingsDetail[Name="a.b"].AverageMode
+KVT317SettingsDetail[Name="a.b"].AttSelect
+KVT317SettingsDetail[Name="a.b"].AttenuationHoldValue
+KVT317SettingsDetail[Name="a.b"].AttenuationHoldTime
+TEXT
+run "complete a nested record's members" 0 \
+    complete_words "$installed" get examples/settings.xml KVT317SettingsDetail[2].FrequencyRange.
+out <<'TEXT'
+KVT317SettingsDetail[2].FrequencyRange.StartFrequency
+KVT317SettingsDetail[2].FrequencyRange.StopFrequency
+TEXT
+run "complete an enumeration's names" 0 \
+    complete_words "$installed" set examples/settings.xml KVT317SettingsDetail[1].DF_Alt ""
+out <<'TEXT'
+AUTO
+WATSONWATT
+CORRELATION
+SUPERRESOLUTION
+VECTORMATCHING
+TEXT
+run "complete a name with a blank" 0 \
+    complete_words "$installed" set examples/settings.xml --wait 3 \
+    KVT317SettingsDetail[1].Threshold 12 KVT317SettingsDetail[1].BandwidthDF 12.5
+out <<'TEXT'
+12.50\ Hz
+12.5\ kHz
+TEXT
+run "complete a new detail's members" 0 complete_words "$installed" add examples/settings.xml Fr
+out <<<"FrequencyRange."
+run "complete a new detail's values" 0 \
+    complete_words "$installed" add examples/settings.xml AverageMode ""
+out <<'TEXT'
+OFF
+GATE
+NORM
+TEXT
+run "no paths in what is no document" 0 \
+    complete_words "$installed" get examples/CMakeLists.txt ""
+out <<<""
 
 # ---- the README: each "$ " line of a console block, in order, in one directory that holds
 # the examples, with the installed tool on the PATH; the lines after it are its output
