@@ -11,9 +11,17 @@
 #include <QStringList>
 #include <QVector>
 
+#include <chrono>
 #include <memory>
 
 namespace bench {
+
+using Clock = std::chrono::steady_clock;
+
+inline double Seconds(Clock::duration duration)
+{
+    return std::chrono::duration<double>(duration).count();
+}
 
 struct PlainRange {
     double start = 0;

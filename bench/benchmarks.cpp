@@ -20,13 +20,9 @@
 
 namespace {
 
-using Clock = std::chrono::steady_clock;
+using bench::Clock;
+using bench::Seconds;
 using KVT317XML::KVT317_Settings;
-
-double Seconds(Clock::duration duration)
-{
-    return std::chrono::duration<double>(duration).count();
-}
 
 template <class Operation> Clock::duration Time(const Operation& operation)
 {

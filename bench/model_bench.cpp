@@ -12,14 +12,10 @@
 
 namespace {
 
-using Clock = std::chrono::steady_clock;
+using bench::Clock;
+using bench::Seconds;
 using KVT317XML::KVT317_Settings;
 using KVT317XML::SettingsModel;
-
-double Seconds(Clock::duration duration)
-{
-    return std::chrono::duration<double>(duration).count();
-}
 
 std::unique_ptr<KVT317_Settings> Loaded(const bench::Document& document)
 {

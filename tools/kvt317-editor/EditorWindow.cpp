@@ -1,4 +1,5 @@
 #include "EditorWindow.h"
+#include "JsonDocument.h"
 
 #include "CellDelegate.h"
 #include "Commands.h"
@@ -197,7 +198,9 @@ void EditorWindow::UpdateTitle()
 
 bool EditorWindow::Open(const QString& path)
 {
-    KVT317XML::LoadedDocument document = KVT317XML::LoadSettingsDocument(path);
+    const bool json = IsJsonDocument(path);
+    KVT317XML::LoadedDocument document =
+        json ? LoadJsonDocument(path) : KVT317XML::LoadSettingsDocument(path);
     if (!document.record) {
         showError(document.error);
         return false;
@@ -205,13 +208,16 @@ bool EditorWindow::Open(const QString& path)
     m_undo->clear();
     m_path = QFileInfo(path).absoluteFilePath();
     m_form = document.form;
+    m_json = json;
     m_model.SetDocument(std::move(document.record), std::move(document.findings));
     for (QAction* action : m_rowActions)
         action->setEnabled(m_model.HasRowList());
     m_undo->setClean();
     UpdateTitle();
     statusBar()->showMessage(
-        tr("%1: %2 document").arg(QFileInfo(path).fileName(), KVT317XML::DocumentFormName(m_form)));
+        tr("%1: %2 document")
+            .arg(QFileInfo(path).fileName(),
+                 m_json ? QStringLiteral("JSON") : KVT317XML::DocumentFormName(m_form)));
     if (m_proxy->rowCount() > 0)
         m_table->setCurrentIndex(m_proxy->index(0, 0));
     return true;
@@ -237,8 +243,12 @@ bool EditorWindow::SaveAs(const QString& path)
         reasons.append(KVT317XML::FindingLine(finding));
     if (!reasons.isEmpty() && !confirmLossySave(reasons))
         return false;
-    if (!KVT317XML::SaveSettingsDocument(*m_model.Document(), path, m_form)) {
-        showError(tr("%1 could not be saved; the file is as it was.").arg(path));
+    QString fault;
+    const bool saved = m_json ? SaveJsonDocument(*m_model.Document(), path, &fault)
+                              : KVT317XML::SaveSettingsDocument(*m_model.Document(), path, m_form);
+    if (!saved) {
+        showError(fault.isEmpty() ? tr("%1 could not be saved; the file is as it was.").arg(path)
+                                  : tr("%1; the file is as it was.").arg(fault));
         return false;
     }
     m_path = QFileInfo(path).absoluteFilePath();
@@ -252,9 +262,9 @@ void EditorWindow::OpenDialog()
 {
     if (!MaybeSave())
         return;
-    const QString path =
-        QFileDialog::getOpenFileName(this, tr("Open settings"), QString(),
-                                     tr("Settings documents (*.xml *.bin *.binz);;All files (*)"));
+    const QString path = QFileDialog::getOpenFileName(
+        this, tr("Open settings"), QString(),
+        tr("Settings documents (*.xml *.json *.bin *.binz);;All files (*)"));
     if (!path.isEmpty())
         Open(path);
 }

@@ -74,5 +74,6 @@ private:
     QUndoStack* m_undo = nullptr;
     QString m_path;
     KVT317XML::DocumentForm m_form = KVT317XML::DocumentForm::Xml;
+    bool m_json = false; // a JSON document, which is kvt317's own form
     QList<QAction*> m_rowActions;
 };

@@ -154,8 +154,8 @@ bool IsBlank(char c)
 
 const QByteArray Utf8Mark("\xEF\xBB\xBF");
 
-// The form by the first byte that is not white space: '<' XML, '{' or '[' JSON; the
-// compressed form by its marker; anything else is taken as a binary frame.
+} // namespace
+
 Form DetectForm(const QByteArray& bytes)
 {
     if (bytes.startsWith("\xFF\xFE") || bytes.startsWith("\xFE\xFF"))
@@ -171,6 +171,8 @@ Form DetectForm(const QByteArray& bytes)
         return Form::Json;
     return Form::Binary;
 }
+
+namespace {
 
 bool IsEmpty(const QByteArray& bytes)
 {

@@ -40,6 +40,10 @@ struct Document {
     bool analysed = false;
 };
 
+// The form of a document by its first bytes: '<' (after blanks or a byte-order mark) XML,
+// '{' or '[' JSON, "KVTZ" compressed binary; anything else is taken as a binary frame.
+Form DetectForm(const QByteArray& bytes);
+
 // Reads and loads one input. A file that cannot be read leaves readable false.
 std::unique_ptr<Document> LoadDocument(const QString& path);
 

@@ -116,6 +116,37 @@ const QByteArray Faulty = "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n"
                           "  </KVT317SettingsDetail>\n"
                           "</KVT317_Settings>\n";
 
+// kvt317's JSON form of one detail, with a key no record has.
+const QByteArray JsonWithColour = "{\n"
+                                  "  \"KVT317_Settings\": {\n"
+                                  "    \"KVT317SettingsDetail\": [\n"
+                                  "      {\n"
+                                  "        \"Name\": \"VHF airband\",\n"
+                                  "        \"index\": 1,\n"
+                                  "        \"AntennaPol\": \"VERT\",\n"
+                                  "        \"AntPreAmp\": \"ON\",\n"
+                                  "        \"AverageMode\": \"NORM\",\n"
+                                  "        \"BandwidthDF\": \"25.0 kHz\",\n"
+                                  "        \"BlockAveragingTime\": 100,\n"
+                                  "        \"DF_Alt\": \"CORRELATION\",\n"
+                                  "        \"FrequencyRange\": {\n"
+                                  "          \"StartFrequency\": 118000000.00,\n"
+                                  "          \"StopFrequency\": 137000000.00\n"
+                                  "        },\n"
+                                  "        \"Real_Time_Bandwidth\": \"20 MHz\",\n"
+                                  "        \"ScanMemoryID\": 10,\n"
+                                  "        \"Colour\": \"blue\",\n"
+                                  "        \"DFPan_Selectivity\": \"NARROW\",\n"
+                                  "        \"Threshold\": 10,\n"
+                                  "        \"StopTime\": \"2026-11-30T18:00:00,000Z\",\n"
+                                  "        \"AttSelect\": \"AUTO\",\n"
+                                  "        \"AttenuationHoldValue\": 12.50,\n"
+                                  "        \"AttenuationHoldTime\": 250.00\n"
+                                  "      }\n"
+                                  "    ]\n"
+                                  "  }\n"
+                                  "}\n";
+
 QByteArray ReadAll(const QString& path)
 {
     QFile file(path);
@@ -177,6 +208,7 @@ private slots:
     void editUndoRedoAddRemoveSave();
     void aRefusedSaveLeavesTheFile();
     void findingsSelectTheirCells();
+    void jsonDocuments();
     void duplicateMoveResetFilterAndClose();
     void screenshots();
 };
@@ -307,6 +339,52 @@ void EditorTest::findingsSelectTheirCells()
     QCOMPARE(current.row(), 0);
     QCOMPARE(window.Table()->model()->headerData(current.column(), Qt::Horizontal).toString(),
              QStringLiteral("Threshold"));
+}
+
+void EditorTest::jsonDocuments()
+{
+    QTemporaryDir dir;
+    const QString path = dir.filePath(QStringLiteral("settings.json"));
+    QVERIFY(WriteAll(path, JsonWithColour));
+    EditorWindow window;
+    Show(window);
+    QVERIFY(window.Open(path));
+    QTableView& table = *window.Table();
+    QCOMPARE(table.model()->rowCount(), 1);
+    QCOMPARE(Shown(table, 0, QStringLiteral("Name")), QStringLiteral("VHF airband"));
+    QTreeWidget& findings = *window.Diagnostics();
+    QCOMPARE(findings.topLevelItemCount(), 1);
+    QCOMPARE(findings.topLevelItem(0)->text(1), QStringLiteral("19"));
+    QCOMPARE(findings.topLevelItem(0)->text(2), QStringLiteral("9"));
+    QCOMPARE(findings.topLevelItem(0)->text(5),
+             QStringLiteral("unknown member 'Colour' (ignored)"));
+
+    table.setFocus();
+    table.setCurrentIndex(table.model()->index(0, ColumnNamed(*table.model(), "Threshold")));
+    QTest::keyClick(&table, Qt::Key_F2);
+    auto* spin = table.findChild<QSpinBox*>(QStringLiteral("integerEditor"));
+    QVERIFY(spin);
+    QTest::keyClick(spin, Qt::Key_A, Qt::ControlModifier);
+    QTest::keyClicks(spin, QStringLiteral("25"));
+    Commit(spin);
+
+    // Saving drops the unknown key: the editor asks first, and a refusal writes nothing.
+    QStringList asked;
+    bool answer = false;
+    window.confirmLossySave = [&asked, &answer](const QStringList& reasons) {
+        asked = reasons;
+        return answer;
+    };
+    Trigger(window, "save");
+    QCOMPARE(asked, QStringList({"line 19, column 9: unknown member 'Colour' (ignored)"}));
+    QCOMPARE(ReadAll(path), JsonWithColour);
+    answer = true;
+    Trigger(window, "save");
+    QVERIFY(!window.isWindowModified());
+    QByteArray expected = JsonWithColour;
+    expected.replace("        \"Colour\": \"blue\",\n", "");
+    expected.replace("\"Threshold\": 10,", "\"Threshold\": 25,");
+    QCOMPARE(ReadAll(path), expected);
 }
 
 void EditorTest::duplicateMoveResetFilterAndClose()
