@@ -266,14 +266,19 @@ protected:
     class REPORTBASE_EXPORT ReportingAs
     {
     public:
+        /// Names @p validate and @p logger as what @p record reports with until this object
+        /// is destroyed. @p logger must outlive this object.
         ReportingAs(const IRGObject& record, bool validate, const std::shared_ptr<Logger>& logger);
+        /// Puts back what the record reported with before.
         ~ReportingAs();
         ReportingAs(const ReportingAs&) = delete;
         ReportingAs& operator=(const ReportingAs&) = delete;
 
         /// The switch and logger the record reports with in the current call, if named.
         static const ReportingAs* For(const IRGObject& record) noexcept;
+        /// The switch the record reports with in this call.
         bool Validate() const noexcept { return m_validate; }
+        /// The logger the record reports to in this call.
         const std::shared_ptr<Logger>& ReportLogger() const noexcept { return m_logger; }
 
     private:
