@@ -20,6 +20,18 @@ void RecordAccess::KeepSettings(Record& copy, const Record& source)
     copy.m_down = source.m_down;
 }
 
+void RecordAccess::KeepSettings(Record& copy, const Record& source, quint8 keep)
+{
+    static_assert(int(KeepValidate) == int(Record::DownValidate) &&
+                      int(KeepLogger) == int(Record::DownLogger),
+                  "a setting kept is the setting handed down");
+    if (keep & KeepValidate)
+        copy.IRGObject::SetValidate(source.CurrentValidate());
+    if ((keep & KeepLogger) && copy.CurrentLogger() != source.CurrentLogger())
+        copy.IRGObject::SetLogger(source.OwnLogger());
+    copy.m_down = source.m_down;
+}
+
 // ---- Switch and logger -------------------------------------------------------------------
 
 void Record::SetValidate(bool validate) const
@@ -119,7 +131,8 @@ void Record::SettleChildren(bool deep) const
             hand(RecordAt(row, slot, 0));
             continue;
         }
-        row.list->detach(slot, pending != DownBoth);
+        // The copies keep only what is not handed to them next.
+        row.list->detach(slot, static_cast<quint8>(DownBoth & ~pending));
         const int size = row.list->size(slot);
         for (int i = 0; i < size; ++i)
             hand(row.list->mutableItem(slot, i));

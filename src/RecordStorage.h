@@ -88,9 +88,13 @@ struct RecordAccess {
     static void Share(Record& target, const Record& source);
     // A child of a storage block that has none of its own: read like a fresh one.
     static void MakeVirgin(Record& child);
+    // Which of its source's settings a copy made inside the engine keeps.
+    enum : quint8 { KeepValidate = 1, KeepLogger = 2, KeepBoth = 3 };
     // A copy made inside the engine (a storage block or a list copied before a write) reads
     // the switch and logger its source read: copying is never seen.
     static void KeepSettings(Record& copy, const Record& source);
+    // The same for the settings in `keep` only: the caller hands the others down at once.
+    static void KeepSettings(Record& copy, const Record& source, quint8 keep);
 };
 
 // Operations on a list slot of one item type.
@@ -98,9 +102,9 @@ struct ListOps {
     int (*size)(const void* slot);
     const Record& (*item)(const void* slot, int index);
     Record& (*mutableItem)(void* slot, int index); // the items must be detached
-    // Copies the items when they are shared; each copy reads the switch and logger of its
-    // source unless `keep` is false (the caller hands its own down at once).
-    void (*detach)(void* slot, bool keep);
+    // Copies the items when they are shared; each copy keeps the settings of its source
+    // that `keep` names (RecordAccess::KeepBoth...), the caller handing down the others.
+    void (*detach)(void* slot, quint8 keep);
     bool (*shared)(const void* slot);
     Record& (*emplace)(void* slot); // a default item at the end
     void (*popBack)(void* slot);
@@ -219,7 +223,7 @@ inline const void* SlotOf(const StorageBlock& block, const MemberRow& row)
 // The items of a list are about to be written: shared ones are copied first.
 inline void DetachItems(const MemberRow& row, void* slot)
 {
-    row.list->detach(slot, true);
+    row.list->detach(slot, RecordAccess::KeepBoth);
 }
 
 // The base's default logger, which a record copy holds.
@@ -298,7 +302,7 @@ template <class T> const ListOps& ListOpsOf()
             return static_cast<const Slot*>(s)->items.at(i);
         },
         [](void* s, int i) -> Record& { return static_cast<Slot*>(s)->items[i]; },
-        [](void* s, bool keep) {
+        [](void* s, quint8 keep) {
             QVector<T>& items = static_cast<Slot*>(s)->items;
             if (items.isDetached())
                 return;
@@ -308,8 +312,13 @@ template <class T> const ListOps& ListOpsOf()
             }
             const QVector<T> sources = items;
             items.detach();
+            if (keep == RecordAccess::KeepBoth) {
+                for (int i = 0; i < items.size(); ++i)
+                    RecordAccess::KeepSettings(items[i], sources.at(i));
+                return;
+            }
             for (int i = 0; i < items.size(); ++i)
-                RecordAccess::KeepSettings(items[i], sources.at(i));
+                RecordAccess::KeepSettings(items[i], sources.at(i), keep);
         },
         [](const void* s) { return !static_cast<const Slot*>(s)->items.isDetached(); },
         [](void* s) -> Record& {

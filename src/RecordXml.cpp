@@ -245,7 +245,7 @@ void Record::AssignFromText(int bit, const QString& text)
 Record& Record::BeginItem(const MemberRow& row)
 {
     void* slot = reinterpret_cast<char*>(&MutableStorage()) + row.valueOffset;
-    row.list->detach(slot, true);
+    row.list->detach(slot, RecordAccess::KeepBoth);
     Record& item = row.list->emplace(slot);
     item.SetValidate(GetValidate());
     item.SetLogger(GetLogger());
