@@ -145,7 +145,9 @@ void Record::SetBinary(QDataStream& stream, int length)
         qint32 payload = 0;
         stream >> tag >> payload;
         remaining -= 8 + static_cast<qint64>(payload);
-        const MemberDescription* member = m_type.description.FindTag(static_cast<quint32>(tag));
+        const int found = m_type.BitOfTag(static_cast<quint32>(tag));
+        const MemberDescription* member =
+            found < 0 ? nullptr : &m_type.description.members[static_cast<std::size_t>(found)];
         if (!member) {
             if (context)
                 context->UnknownEntry(at, static_cast<quint32>(tag), payload);

@@ -91,6 +91,7 @@ void FinishRecordType(RecordType& type, StorageBlock* values, DefaultsBlock* def
 {
     if (type.rows.size() > 32)
         qFatal("%s: a record has at most 32 members", qPrintable(type.description.name));
+    std::fill(std::begin(type.bitsByTag), std::end(type.bitsByTag), qint8(-1));
     for (std::size_t i = 0; i < type.rows.size(); ++i) {
         MemberRow& row = type.rows[i];
         if (row.description.bit != static_cast<int>(i))
@@ -110,6 +111,13 @@ void FinishRecordType(RecordType& type, StorageBlock* values, DefaultsBlock* def
         const quint32 flag = Flag(row.description.bit);
         type.valueOffsets[i] = row.valueOffset;
         type.tags[i] = row.description.tag;
+        // A tag given twice keeps its first member, as the member order would find it.
+        if (type.BitOfTag(row.description.tag) < 0) {
+            quint32 slot = row.description.tag & 63;
+            while (type.bitsByTag[slot] >= 0)
+                slot = (slot + 1) & 63;
+            type.bitsByTag[slot] = static_cast<qint8>(i);
+        }
         switch (kind) {
         case MemberKind::Enumeration:
             type.enumerationFlags |= flag;
