@@ -464,6 +464,23 @@ TEST(FrequencyRangeBinary, UnknownTagIsSkipped)
     EXPECT_TRUE(log.lines.isEmpty());
 }
 
+// Tags whose low bits are those of StopFrequency's tag (0x7ADC955A) are still no member.
+TEST(FrequencyRangeBinary, UnknownTagsLikeAMembersTagAreSkipped)
+{
+    LogCapture log;
+    const QByteArray entries = Hex("0000001A 00000001 01"
+                                   "7ADC951A 00000002 0102"
+                                   "7ADC955A 00000008 00000004 392E3530"
+                                   "FADC955A 00000000");
+    FrequencyRange range;
+    range.SetLogger(log.logger);
+    ReadBinary(range, entries, entries.size());
+    EXPECT_FALSE(range.IsStartFrequencySet());
+    EXPECT_TRUE(range.IsStopFrequencySet());
+    EXPECT_EQ(range.GetStopFrequency(), 9.5);
+    EXPECT_TRUE(log.lines.isEmpty());
+}
+
 TEST(FrequencyRangeBinary, LengthZeroReadsNothing)
 {
     LogCapture log;
