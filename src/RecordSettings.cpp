@@ -12,26 +12,6 @@ const REPORTGENERATOR::Logger* DefaultLogger()
     return logger;
 }
 
-void RecordAccess::KeepSettings(Record& copy, const Record& source)
-{
-    copy.IRGObject::SetValidate(source.CurrentValidate());
-    if (copy.CurrentLogger() != source.CurrentLogger())
-        copy.IRGObject::SetLogger(source.OwnLogger());
-    copy.m_down = source.m_down;
-}
-
-void RecordAccess::KeepSettings(Record& copy, const Record& source, quint8 keep)
-{
-    static_assert(int(KeepValidate) == int(Record::DownValidate) &&
-                      int(KeepLogger) == int(Record::DownLogger),
-                  "a setting kept is the setting handed down");
-    if (keep & KeepValidate)
-        copy.IRGObject::SetValidate(source.CurrentValidate());
-    if ((keep & KeepLogger) && copy.CurrentLogger() != source.CurrentLogger())
-        copy.IRGObject::SetLogger(source.OwnLogger());
-    copy.m_down = source.m_down;
-}
-
 // ---- Switch and logger -------------------------------------------------------------------
 
 void Record::SetValidate(bool validate) const

@@ -112,12 +112,9 @@ void FinishRecordType(RecordType& type, StorageBlock* values, DefaultsBlock* def
         type.valueOffsets[i] = row.valueOffset;
         type.tags[i] = row.description.tag;
         // A tag given twice keeps its first member, as the member order would find it.
-        if (type.BitOfTag(row.description.tag) < 0) {
-            quint32 slot = row.description.tag & 63;
-            while (type.bitsByTag[slot] >= 0)
-                slot = (slot + 1) & 63;
-            type.bitsByTag[slot] = static_cast<qint8>(i);
-        }
+        qint8& slot = type.bitsByTag[type.SlotOfTag(row.description.tag)];
+        if (slot < 0)
+            slot = static_cast<qint8>(i);
         switch (kind) {
         case MemberKind::Enumeration:
             type.enumerationFlags |= flag;

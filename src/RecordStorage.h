@@ -88,13 +88,22 @@ struct RecordAccess {
     static void Share(Record& target, const Record& source);
     // A child of a storage block that has none of its own: read like a fresh one.
     static void MakeVirgin(Record& child);
-    // Which of its source's settings a copy made inside the engine keeps.
-    enum : quint8 { KeepValidate = 1, KeepLogger = 2, KeepBoth = 3 };
+    // Which of its source's settings a copy made inside the engine keeps: those a record
+    // hands down to the records it holds.
+    static constexpr quint8 KeepValidate = Record::DownValidate;
+    static constexpr quint8 KeepLogger = Record::DownLogger;
+    static constexpr quint8 KeepBoth = Record::DownBoth;
     // A copy made inside the engine (a storage block or a list copied before a write) reads
-    // the switch and logger its source read: copying is never seen.
-    static void KeepSettings(Record& copy, const Record& source);
-    // The same for the settings in `keep` only: the caller hands the others down at once.
-    static void KeepSettings(Record& copy, const Record& source, quint8 keep);
+    // the switch and logger its source read: copying is never seen. Only the settings in
+    // `keep` are taken; the caller hands the others down at once.
+    static void KeepSettings(Record& copy, const Record& source, quint8 keep = KeepBoth)
+    {
+        if (keep & KeepValidate)
+            copy.IRGObject::SetValidate(source.CurrentValidate());
+        if ((keep & KeepLogger) && copy.CurrentLogger() != source.CurrentLogger())
+            copy.IRGObject::SetLogger(source.OwnLogger());
+        copy.m_down = source.m_down;
+    }
 };
 
 // Operations on a list slot of one item type.
@@ -192,15 +201,16 @@ struct RecordType {
     // The bits of the binary member tags, open-addressed by the tag's low bits (-1: empty), so
     // that reading an entry finds its member in about one probe.
     qint8 bitsByTag[64];
-    int BitOfTag(quint32 tag) const
+    // The slot that holds the tag's bit, or the empty one where it would go.
+    quint32 SlotOfTag(quint32 tag) const
     {
         // At most 32 of the 64 slots are taken: every probe sequence meets an empty one.
-        for (quint32 slot = tag & 63;; slot = (slot + 1) & 63) {
-            const int bit = bitsByTag[slot];
-            if (bit < 0 || tags[bit] == tag)
-                return bit;
-        }
+        quint32 slot = tag & 63;
+        while (bitsByTag[slot] >= 0 && tags[bitsByTag[slot]] != tag)
+            slot = (slot + 1) & 63;
+        return slot;
     }
+    int BitOfTag(quint32 tag) const { return bitsByTag[SlotOfTag(tag)]; }
     std::ptrdiff_t valueOffsets[32] = {};
     QSharedDataPointer<StorageBlock> prototype; // a fresh record's storage
     QSharedDataPointer<StorageBlock> virgin;    // the same, marked as no storage
@@ -324,11 +334,6 @@ template <class T> const ListOps& ListOpsOf()
             }
             const QVector<T> sources = items;
             items.detach();
-            if (keep == RecordAccess::KeepBoth) {
-                for (int i = 0; i < items.size(); ++i)
-                    RecordAccess::KeepSettings(items[i], sources.at(i));
-                return;
-            }
             for (int i = 0; i < items.size(); ++i)
                 RecordAccess::KeepSettings(items[i], sources.at(i), keep);
         },
