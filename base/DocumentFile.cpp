@@ -1,14 +1,23 @@
 #include "DocumentFile.h"
 
+#include <QElapsedTimer>
 #include <QFileInfo>
 #include <QLockFile>
 #include <QSaveFile>
+#include <QThread>
 
+#include <algorithm>
 #include <cerrno>
+#include <cstdlib>
 #include <cstring>
+#include <vector>
 
 #include <fcntl.h>
+#include <grp.h>
+#include <pwd.h>
+#include <sys/file.h>
 #include <sys/stat.h>
+#include <sys/xattr.h>
 #include <unistd.h>
 
 namespace REPORTGENERATOR {
@@ -59,6 +68,111 @@ QString Reason(const QString& qtReason, int error)
     return SystemReason(error ? error : EIO);
 }
 
+// "nobody:nogroup (65534:65534)": names where the system has them, always the numbers.
+QString OwnerText(uid_t uid, gid_t gid)
+{
+    std::vector<char> buffer(16384);
+    QString user = QString::number(uid);
+    struct passwd account {
+    };
+    struct passwd* foundUser = nullptr;
+    if (::getpwuid_r(uid, &account, buffer.data(), buffer.size(), &foundUser) == 0 && foundUser)
+        user = QString::fromLocal8Bit(foundUser->pw_name);
+    QString group = QString::number(gid);
+    struct group entry {
+    };
+    struct group* foundGroup = nullptr;
+    if (::getgrgid_r(gid, &entry, buffer.data(), buffer.size(), &foundGroup) == 0 && foundGroup)
+        group = QString::fromLocal8Bit(foundGroup->gr_name);
+    return QStringLiteral("%1:%2 (%3:%4)").arg(user, group).arg(uid).arg(gid);
+}
+
+// The names of a file's extended attributes; false, with errno, when they cannot be listed.
+// A file system without them has none.
+bool AttributeNames(const char* path, int fd, std::vector<QByteArray>& names)
+{
+    names.clear();
+    for (;;) {
+        const ssize_t size = path ? ::listxattr(path, nullptr, 0) : ::flistxattr(fd, nullptr, 0);
+        if (size < 0)
+            return errno == ENOTSUP;
+        QByteArray list(static_cast<int>(size), Qt::Uninitialized);
+        const ssize_t got = path ? ::listxattr(path, list.data(), list.size())
+                                 : ::flistxattr(fd, list.data(), list.size());
+        if (got < 0 && errno == ERANGE)
+            continue; // it grew meanwhile
+        if (got < 0)
+            return false;
+        for (const QByteArray& name : list.left(static_cast<int>(got)).split('\0'))
+            if (!name.isEmpty())
+                names.push_back(name);
+        return true;
+    }
+}
+
+// An extended attribute's value; false, with errno, when it cannot be read.
+bool AttributeValue(const char* path, int fd, const QByteArray& name, QByteArray& value)
+{
+    for (;;) {
+        const ssize_t size = path ? ::getxattr(path, name.constData(), nullptr, 0)
+                                  : ::fgetxattr(fd, name.constData(), nullptr, 0);
+        if (size < 0)
+            return false;
+        value.resize(static_cast<int>(size));
+        const ssize_t got = path ? ::getxattr(path, name.constData(), value.data(), value.size())
+                                 : ::fgetxattr(fd, name.constData(), value.data(), value.size());
+        if (got < 0 && errno == ERANGE)
+            continue;
+        if (got < 0)
+            return false;
+        value.resize(static_cast<int>(got));
+        return true;
+    }
+}
+
+// Gives the new file at `fd` the extended attributes of the file at `path`, its access
+// control list (system.posix_acl_access) among them, and none that the old one lacks (a
+// directory's default list hands one to every new file). Returns the fault, or empty.
+QString KeepAttributes(const char* path, int fd)
+{
+    const auto fault = [](const QByteArray& name, int error) {
+        return QStringLiteral("its extended attribute '%1' cannot be kept: %2")
+            .arg(QString::fromLatin1(name), SystemReason(error));
+    };
+    std::vector<QByteArray> old;
+    if (!AttributeNames(path, -1, old))
+        return QStringLiteral("its extended attributes cannot be listed: %1")
+            .arg(SystemReason(errno));
+    std::vector<QByteArray> fresh;
+    if (!AttributeNames(nullptr, fd, fresh))
+        return QStringLiteral("the new file's extended attributes cannot be listed: %1")
+            .arg(SystemReason(errno));
+    for (const QByteArray& name : fresh) {
+        if (std::find(old.begin(), old.end(), name) != old.end())
+            continue;
+        if (::fremovexattr(fd, name.constData()) != 0 && errno != ENODATA)
+            return QStringLiteral("the new file's extended attribute '%1' cannot be removed: %2")
+                .arg(QString::fromLatin1(name), SystemReason(errno));
+    }
+    QByteArray value;
+    QByteArray present;
+    for (const QByteArray& name : old) {
+        if (!AttributeValue(path, -1, name, value)) {
+            if (errno == ENODATA)
+                continue; // removed meanwhile
+            return fault(name, errno);
+        }
+        // One the new file has already (a security label) need not be set, which might
+        // take a privilege.
+        if (AttributeValue(nullptr, fd, name, present) && present == value)
+            continue;
+        if (::fsetxattr(fd, name.constData(), value.constData(), static_cast<size_t>(value.size()),
+                        0) != 0)
+            return fault(name, errno);
+    }
+    return QString();
+}
+
 } // namespace
 
 bool WriteDocumentFile(const QString& path, const QByteArray& bytes, QString* fault,
@@ -105,17 +219,20 @@ bool WriteDocumentFile(const QString& path, const QByteArray& bytes, QString* fa
             struct stat now {
             };
             if (warnings && ::fstat(fd, &now) == 0)
-                warnings->append(
-                    QStringLiteral("'%1' could not keep its owner and group %2:%3 (%4); "
-                                   "they are now %5:%6")
-                        .arg(path)
-                        .arg(before.st_uid)
-                        .arg(before.st_gid)
-                        .arg(SystemReason(error))
-                        .arg(now.st_uid)
-                        .arg(now.st_gid));
+                warnings->append(QStringLiteral("'%1' could not keep its owner and group %2: %3; "
+                                                "they are now %4")
+                                     .arg(path, OwnerText(before.st_uid, before.st_gid),
+                                          SystemReason(error), OwnerText(now.st_uid, now.st_gid)));
         }
         ::fchmod(fd, before.st_mode & 07777);
+        // After the mode, which would otherwise narrow the access list's mask; before the
+        // bytes, so that a refusal writes nothing. A file that cannot keep them is not
+        // replaced: it could end up more open than it was.
+        const QString why = KeepAttributes(local.constData(), fd);
+        if (!why.isEmpty()) {
+            file.cancelWriting();
+            return fail(why);
+        }
     }
     const QString why = WriteAll(fd, bytes);
     if (!why.isEmpty()) {
@@ -127,6 +244,132 @@ bool WriteDocumentFile(const QString& path, const QByteArray& bytes, QString* fa
         return fail(Reason(file.errorString(), errno));
     return true;
 }
+
+namespace {
+
+// How often a waiter looks at the lock: soon at first, then every few milliseconds, so that
+// it goes on within a few milliseconds of a release or of its holder's death.
+constexpr int FirstPollMicroseconds = 500;
+constexpr int LastPollMicroseconds = 4000;
+
+// Sets or clears a write lock on one byte of an open file description, or asks whether
+// another description holds one below `end` (from 0): the waiters' tickets.
+bool TicketLock(int fd, short type, off_t start, off_t length, int command)
+{
+    struct flock lock {
+    };
+    lock.l_type = type;
+    lock.l_whence = SEEK_SET;
+    lock.l_start = start;
+    lock.l_len = length;
+    if (::fcntl(fd, command, &lock) != 0)
+        return false;
+    return command != F_OFD_GETLK || lock.l_type == F_UNLCK;
+}
+
+} // namespace
+
+// The waiters for a lock take turns, first come first served: each draws a ticket from a
+// queue file beside the lock ("FILE.lock.queue") and holds a lock on the byte at its ticket
+// while it waits; only the waiter whose ticket no living waiter's precedes tries the lock.
+// A waiter that dies lets go of its byte with its file. The last waiter to leave removes the
+// file. Without it a program that released the lock and edits again at once (a loop of
+// edits) would take it again before the others had looked.
+class DocumentLock::Queue
+{
+public:
+    explicit Queue(const QString& lockFileName)
+        : m_path(QFile::encodeName(lockFileName + QStringLiteral(".queue")))
+    {
+    }
+    ~Queue() { Leave(); }
+    Queue(const Queue&) = delete;
+    Queue& operator=(const Queue&) = delete;
+
+    // Whether there are waiters; a new comer joins them rather than try the lock before
+    // them.
+    bool Exists() const { return ::access(m_path.constData(), F_OK) == 0; }
+
+    // Draws a ticket; false where no queue can be kept (the waiter then tries the lock as
+    // often as the others).
+    bool Join()
+    {
+        for (int attempt = 0; attempt < 100 && m_fd < 0; ++attempt) {
+            const int fd = ::open(m_path.constData(), O_RDWR | O_CREAT | O_CLOEXEC, 0666);
+            if (fd < 0)
+                return false;
+            if (!Exclusive(fd)) {
+                ::close(fd);
+                continue; // removed by the last waiter meanwhile: a new one is made
+            }
+            // The next ticket is kept in the file; with no waiter left, numbers start again.
+            char text[32] = {};
+            const ssize_t got = ::pread(fd, text, sizeof text - 1, 0);
+            qint64 ticket = got > 0 ? std::strtoll(text, nullptr, 10) : 0;
+            if (ticket < 0 || TicketLock(fd, F_WRLCK, 0, 0, F_OFD_GETLK))
+                ticket = 0;
+            const QByteArray next = QByteArray::number(ticket + 1);
+            const bool drawn = ::ftruncate(fd, 0) == 0 &&
+                               ::pwrite(fd, next.constData(), next.size(), 0) == next.size() &&
+                               TicketLock(fd, F_WRLCK, ticket, 1, F_OFD_SETLK);
+            ::flock(fd, LOCK_UN);
+            if (!drawn) {
+                ::close(fd);
+                return false;
+            }
+            m_fd = fd;
+            m_ticket = ticket;
+        }
+        return m_fd >= 0;
+    }
+
+    // Whether no living waiter came before this one.
+    bool First() const
+    {
+        return m_fd < 0 || m_ticket == 0 || TicketLock(m_fd, F_WRLCK, 0, m_ticket, F_OFD_GETLK);
+    }
+
+    // Gives the ticket back; the last waiter removes the file.
+    void Leave()
+    {
+        if (m_fd < 0)
+            return;
+        if (::flock(m_fd, LOCK_EX) == 0) {
+            TicketLock(m_fd, F_UNLCK, m_ticket, 1, F_OFD_SETLK);
+            if (TicketLock(m_fd, F_WRLCK, 0, 0, F_OFD_GETLK) && Same(m_fd))
+                ::unlink(m_path.constData());
+        }
+        ::close(m_fd);
+        m_fd = -1;
+    }
+
+private:
+    // Takes the file's own lock, which guards the ticket count; false when the file at the
+    // path is no longer the one open.
+    bool Exclusive(int fd) const
+    {
+        if (::flock(fd, LOCK_EX) != 0)
+            return false;
+        if (Same(fd))
+            return true;
+        ::flock(fd, LOCK_UN);
+        return false;
+    }
+
+    bool Same(int fd) const
+    {
+        struct stat open {
+        };
+        struct stat named {
+        };
+        return ::fstat(fd, &open) == 0 && ::stat(m_path.constData(), &named) == 0 &&
+               open.st_dev == named.st_dev && open.st_ino == named.st_ino;
+    }
+
+    QByteArray m_path;
+    int m_fd = -1;
+    qint64 m_ticket = 0;
+};
 
 DocumentLock::DocumentLock(const QString& path)
     : m_path(path)
@@ -150,8 +393,29 @@ bool DocumentLock::Acquire(int milliseconds, QString* fault)
 {
     if (m_lock->isLocked())
         return true;
-    if (m_lock->tryLock(milliseconds < 0 ? 0 : milliseconds))
+    // QLockFile's own wait sleeps ever longer, up to seconds, and favours whoever asks
+    // first after a release: the wait here looks every few milliseconds, in turn.
+    Queue queue(m_lockFileName);
+    if (!queue.Exists() && m_lock->tryLock(0))
         return true;
+    QElapsedTimer timer;
+    timer.start();
+    const bool queued = milliseconds > 0 && queue.Join();
+    int pause = FirstPollMicroseconds;
+    for (;;) {
+        if (!queued || queue.First()) {
+            if (m_lock->tryLock(0))
+                return true;
+            if (m_lock->error() != QLockFile::LockFailedError)
+                break;
+        }
+        const qint64 left = qint64(milliseconds) * 1000 - timer.nsecsElapsed() / 1000;
+        if (left <= 0)
+            break;
+        QThread::usleep(static_cast<unsigned long>(std::min<qint64>(pause, left)));
+        pause = std::min(pause * 2, LastPollMicroseconds);
+    }
+    queue.Leave();
     if (!fault)
         return false;
     qint64 pid = 0;

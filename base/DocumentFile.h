@@ -19,7 +19,9 @@ namespace REPORTGENERATOR {
 /// complete old file. The new file keeps the mode, owner and group of the one it replaces;
 /// where the system does not allow that (an ordinary user cannot give a file to someone
 /// else), the file is written all the same and @p warnings says what changed. A device or a
-/// pipe is written in place. Another hard link to the file keeps the old content.
+/// pipe is written in place. Another hard link to the file keeps the old content. The new
+/// file keeps the old one's extended attributes, its access control list among them; where
+/// one cannot be kept the file is not replaced, and @p fault names the attribute.
 ///
 /// Returns false, with the fault in @p fault ("Cannot write 'f.xml': File too large"), when
 /// the file cannot be written; the fault always gives the operating system's reason.
@@ -32,6 +34,10 @@ REPORTBASE_EXPORT bool WriteDocumentFile(const QString& path, const QByteArray& 
 /// IRGObject::EditFile()) serialise their edits through a lock file beside the document,
 /// named after it with ".lock" added, the way KDE writes its configuration files. A lock left
 /// by a process that died is taken over. The lock is released when the object goes.
+///
+/// Waiters look at the lock every few milliseconds and take turns in the order they came
+/// (through "FILE.lock.queue" beside the lock, there while any wait), so that a program
+/// editing in a loop cannot keep the lock from the others.
 class REPORTBASE_EXPORT DocumentLock
 {
 public:
@@ -55,6 +61,8 @@ public:
     QString LockFileName() const;
 
 private:
+    class Queue;
+
     QString m_path;
     QString m_lockFileName;
     std::unique_ptr<QLockFile> m_lock;

@@ -166,6 +166,9 @@ int RunConvert(const Options& options)
     request.form = form;
     request.level = options.level;
     request.force = options.force;
+    // A document converted in place is edited: the faults it had it keeps.
+    request.edit = lock && QFileInfo(output).canonicalFilePath() ==
+                               QFileInfo(options.arguments.at(0)).canonicalFilePath();
     return WriteChecked(*document, *document->record, request);
 }
 

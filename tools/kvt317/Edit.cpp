@@ -249,6 +249,7 @@ WriteRequest Request(const Document& document, const Options& options)
     request.path = document.path;
     request.form = document.form;
     request.force = options.force;
+    request.edit = true;
     return request;
 }
 

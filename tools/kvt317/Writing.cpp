@@ -4,6 +4,9 @@
 #include "JsonForm.h"
 #include "Output.h"
 
+#include <QHash>
+#include <QRegularExpression>
+
 using namespace KVT317XML;
 
 QByteArray Serialise(const Record& record, Form form, int level)
@@ -108,6 +111,51 @@ qint64 Count(const DiagnosticList& list, const std::function<bool(const Diagnost
     return count;
 }
 
+// Whether writing a diagnostic's document in a form would change or drop what it is about.
+bool Blocks(const Diagnostic& diagnostic)
+{
+    return diagnostic.origin == Diagnostic::Origin::Input ||
+           diagnostic.origin == Diagnostic::Origin::XmlText;
+}
+
+// A fault told apart from others by its record and message, not by its item's position,
+// which a removal moves.
+QString FaultKey(const Diagnostic& diagnostic)
+{
+    static const QRegularExpression position(QStringLiteral("\\[[0-9]+\\]"));
+    return QString(diagnostic.label).replace(position, QStringLiteral("[]")) + QLatin1Char('\n') +
+           diagnostic.message;
+}
+
+// The faults the library finds in an edited record that the input did not have (those of
+// the input that `kept` passes). Returns how many there are, after printing them.
+qint64 PrintNewFaults(const Document& input, const Record& record,
+                      const std::function<bool(const Diagnostic&)>& kept)
+{
+    QHash<QString, qint64> before;
+    for (const DiagnosticList::Entry& entry : input.diagnostics.Sorted())
+        if (kept(*entry.diagnostic))
+            before[FaultKey(*entry.diagnostic)] += 1 + entry.more;
+    DiagnosticList after;
+    {
+        Collector collector(after);
+        ObserveReading observe(collector);
+        record.Check(true);
+    }
+    after.ForEachKept([&record](Diagnostic& diagnostic) { Label(diagnostic, record); });
+    qint64 added = 0;
+    PrintDiagnostics(Err(), input.label, after, [&](const Diagnostic& diagnostic) {
+        qint64& left = before[FaultKey(diagnostic)];
+        if (left > 0) {
+            --left;
+            return false;
+        }
+        ++added;
+        return true;
+    });
+    return added;
+}
+
 } // namespace
 
 int WriteChecked(const Document& input, const Record& record, const WriteRequest& request)
@@ -128,11 +176,24 @@ int WriteChecked(const Document& input, const Record& record, const WriteRequest
     if (back)
         AddChanges(input, record, *back, request.locatable, nullptr, changes);
 
-    PrintDiagnostics(Err(), input.label, input.diagnostics, relevant);
+    // An edit lists what stops it and what it brings; the faults that were there already,
+    // and stay, are counted, not listed on every edit.
+    const auto there = [&](const Diagnostic& diagnostic) {
+        return relevant(diagnostic) && !Blocks(diagnostic);
+    };
+    PrintDiagnostics(Err(), input.label, input.diagnostics, [&](const Diagnostic& diagnostic) {
+        return relevant(diagnostic) && (!request.edit || Blocks(diagnostic));
+    });
     if (request.findings)
         PrintDiagnostics(Err(), input.label, *request.findings);
     PrintDiagnostics(Err(), input.label, changes);
     PrintDiagnostics(Err(), input.label, input.notes);
+    const qint64 added = request.edit ? PrintNewFaults(input, record, there) : 0;
+    const qint64 already = request.edit ? Count(input.diagnostics, there) : 0;
+    if (already > 0)
+        Err() << "kvt317: " << input.label << ": " << Grouped(already)
+              << (already == 1 ? " fault was" : " faults were") << " already there; `kvt317 check "
+              << input.path << "` lists " << (already == 1 ? "it" : "them") << '\n';
 
     const QString output =
         request.path == QLatin1String("-") ? QStringLiteral("<stdout>") : request.path;
@@ -170,5 +231,10 @@ int WriteChecked(const Document& input, const Record& record, const WriteRequest
     }
     if (blocking > 0)
         Err() << "kvt317: " << output << " written as --force asks, with the changes listed\n";
+    if (added > 0) {
+        Err() << "kvt317: " << output << " written; the edit added " << Grouped(added)
+              << (added == 1 ? " fault" : " faults") << '\n';
+        return Faults;
+    }
     return Success;
 }

@@ -32,6 +32,9 @@ struct WriteRequest {
     // changes.
     const KVT317XML::Record* before = nullptr;
     std::function<bool(const QString& path, int bit)> changed;
+    // An edit of the input itself: of the faults the written record has, only those the
+    // edit brought are listed; the ones the input had already are counted in one line.
+    bool edit = false;
 };
 
 // Writes a record read from (or made from) the input, unless that would change anything

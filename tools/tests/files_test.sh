@@ -92,7 +92,7 @@ if [ "$(id -u)" = 0 ]; then
         chown 0:65534 group.xml
         chmod 0664 group.xml
         run "another owner" 0 as_nobody "$tool" set group.xml 'KVT317SettingsDetail[1].Threshold' 12
-        err <<<"kvt317: warning: 'group.xml' could not keep its owner and group 0:65534 (Operation not permitted); they are now 65534:65534"
+        err <<<"kvt317: warning: 'group.xml' could not keep its owner and group root:nogroup (0:65534): Operation not permitted; they are now nobody:nogroup (65534:65534)"
         chmod 0755 "$work"
     fi
 fi
