@@ -1,6 +1,7 @@
 // Locked edits and file writes of the base library: edits from several threads lose nothing,
-// a held lock refuses an edit with its holder named and the file unchanged, the file's form,
-// mode, owner and group are kept, and a failed write gives the system's reason.
+// a held lock refuses an edit with its holder named and the file unchanged, waiters take
+// turns, the file's form, mode, owner, group, extended attributes and access list are kept,
+// and a failed write gives the system's reason.
 
 #include "LogCapture.h"
 #include "TestSupport.h"
@@ -15,7 +16,12 @@
 
 #include <gtest/gtest.h>
 
+#include <chrono>
+#include <memory>
+#include <mutex>
 #include <sys/stat.h>
+#include <sys/wait.h>
+#include <sys/xattr.h>
 #include <thread>
 #include <unistd.h>
 #include <vector>
@@ -169,4 +175,139 @@ TEST(WriteDocumentFile, TheSystemsReason)
                                                     "<x/>", &fault));
     EXPECT_EQ(fault, QStringLiteral("Cannot write '/nonexistent/dir/f.xml': No such file or "
                                     "directory"));
+}
+
+namespace {
+
+QByteArray Attribute(const QString& path, const char* name)
+{
+    QByteArray value(4096, '\0');
+    const ssize_t size =
+        ::getxattr(QFile::encodeName(path).constData(), name, value.data(), value.size());
+    return size < 0 ? QByteArray("(none)") : value.left(static_cast<int>(size));
+}
+
+// An access control list as the system keeps it in system.posix_acl_access: version 2, then
+// entries of tag, permissions and id, all little-endian. This one is "user::rw-,
+// user:65534:r--, group::---, mask::r--, other::---".
+const QByteArray NobodyMayRead("\x02\x00\x00\x00"
+                               "\x01\x00\x06\x00\xff\xff\xff\xff"
+                               "\x02\x00\x04\x00\xfe\xff\x00\x00"
+                               "\x04\x00\x00\x00\xff\xff\xff\xff"
+                               "\x10\x00\x04\x00\xff\xff\xff\xff"
+                               "\x20\x00\x00\x00\xff\xff\xff\xff",
+                               44);
+
+} // namespace
+
+TEST(WriteDocumentFile, KeepsExtendedAttributesAndTheAccessList)
+{
+    QTemporaryDir dir;
+    const QString path = Copy(dir, "settings.xml", "acl.xml");
+    const QByteArray local = QFile::encodeName(path);
+    ASSERT_EQ(::chmod(local.constData(), 0600), 0);
+    if (::setxattr(local.constData(), "user.test", "kept", 4, 0) != 0 ||
+        ::setxattr(local.constData(), "system.posix_acl_access", NobodyMayRead.constData(),
+                   static_cast<size_t>(NobodyMayRead.size()), 0) != 0)
+        GTEST_SKIP() << "the file system of " << dir.path().toStdString()
+                     << " keeps no extended attributes or access lists";
+    QString fault;
+    ASSERT_TRUE(REPORTGENERATOR::WriteDocumentFile(path, "<x/>", &fault)) << fault.toStdString();
+    EXPECT_EQ(Attribute(path, "user.test"), QByteArray("kept"));
+    EXPECT_EQ(Attribute(path, "system.posix_acl_access"), NobodyMayRead);
+    struct stat status {
+    };
+    ASSERT_EQ(::stat(local.constData(), &status), 0);
+    EXPECT_EQ(status.st_mode & 07777, 0640u); // the group bits show the list's mask
+    EXPECT_EQ(Contents(path), QByteArray("<x/>"));
+
+    // The library's saves go the same way.
+    KVT317_Settings settings;
+    ASSERT_TRUE(settings.SetXmlString(QString::fromUtf8(ExampleFile("settings.xml")), true));
+    ASSERT_TRUE(settings.SaveXml(path));
+    ASSERT_TRUE(settings.SaveBinary(path, false));
+    EXPECT_EQ(Attribute(path, "user.test"), QByteArray("kept"));
+    EXPECT_EQ(Attribute(path, "system.posix_acl_access"), NobodyMayRead);
+    EXPECT_EQ(Contents(path), settings.GetBinaryRepresentationAsQByteArray());
+}
+
+TEST(WriteDocumentFile, GivesTheNewFileNoAccessListTheOldOneLacked)
+{
+    QTemporaryDir dir;
+    const QString path = Copy(dir, "settings.xml", "plain.xml");
+    // Every file made in the directory from now on gets the list: the new file would too.
+    if (::setxattr(QFile::encodeName(dir.path()).constData(), "system.posix_acl_default",
+                   NobodyMayRead.constData(), static_cast<size_t>(NobodyMayRead.size()), 0) != 0)
+        GTEST_SKIP() << "the file system of " << dir.path().toStdString()
+                     << " keeps no access lists";
+    QString fault;
+    ASSERT_TRUE(REPORTGENERATOR::WriteDocumentFile(path, "<x/>", &fault)) << fault.toStdString();
+    EXPECT_EQ(Attribute(path, "system.posix_acl_access"), QByteArray("(none)"));
+    EXPECT_EQ(Contents(path), QByteArray("<x/>"));
+}
+
+TEST(WriteDocumentFile, TheOwnerAndGroupNotKeptAreNamed)
+{
+    if (::geteuid() != 0)
+        GTEST_SKIP() << "another owner's file needs root to make";
+    QTemporaryDir dir;
+    ASSERT_EQ(::chmod(QFile::encodeName(dir.path()).constData(), 0777), 0);
+    const QString path = Copy(dir, "settings.xml", "group.xml");
+    const QByteArray local = QFile::encodeName(path);
+    ASSERT_EQ(::chown(local.constData(), 0, 65534), 0);
+    ASSERT_EQ(::chmod(local.constData(), 0666), 0);
+    // As nobody (65534), in a child process, since a process cannot take root back.
+    const pid_t child = fork();
+    if (child == 0) {
+        QString fault;
+        QStringList warnings;
+        const bool ok =
+            ::setgid(65534) == 0 && ::setuid(65534) == 0 &&
+            REPORTGENERATOR::WriteDocumentFile(path, "<x/>", &fault, &warnings) &&
+            warnings ==
+                QStringList(QStringLiteral(
+                                "'%1' could not keep its owner and group root:nogroup (0:65534): "
+                                "Operation not permitted; they are now nobody:nogroup "
+                                "(65534:65534)")
+                                .arg(path));
+        _exit(ok ? 0 : 1);
+    }
+    int status = 0;
+    ASSERT_EQ(waitpid(child, &status, 0), child);
+    EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0);
+    EXPECT_EQ(Contents(path), QByteArray("<x/>"));
+}
+
+TEST(LockedEdit, WaitersTakeTurnsInTheOrderTheyCame)
+{
+    QTemporaryDir dir;
+    const QString path = Copy(dir, "settings.xml", "turns.xml");
+    const QString queue = QFileInfo(path).canonicalFilePath() + QStringLiteral(".lock.queue");
+    auto holder = std::make_unique<DocumentLock>(path);
+    ASSERT_TRUE(holder->Acquire(0));
+    std::mutex mutex;
+    QStringList order;
+    const auto wait = [&](const QString& who) {
+        DocumentLock lock(path);
+        const bool taken = lock.Acquire(5000);
+        const std::lock_guard<std::mutex> guard(mutex);
+        order.append(taken ? who : who + QStringLiteral(" gave up"));
+        std::this_thread::sleep_for(std::chrono::milliseconds(20)); // the edit
+    };
+    std::thread first(wait, QStringLiteral("first"));
+    for (int i = 0; i < 500 && !QFile::exists(queue); ++i)
+        std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    EXPECT_TRUE(QFile::exists(queue));
+    std::this_thread::sleep_for(std::chrono::milliseconds(20));
+    std::thread second(wait, QStringLiteral("second"));
+    std::this_thread::sleep_for(std::chrono::milliseconds(50));
+    // The holder lets go and asks again at once: it comes after those who waited.
+    holder.reset();
+    wait(QStringLiteral("holder again"));
+    first.join();
+    second.join();
+    EXPECT_EQ(order, QStringList({QStringLiteral("first"), QStringLiteral("second"),
+                                  QStringLiteral("holder again")}));
+    EXPECT_FALSE(QFile::exists(queue));
+    EXPECT_FALSE(QFile::exists(QFileInfo(path).canonicalFilePath() + QStringLiteral(".lock")));
 }
