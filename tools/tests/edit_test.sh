@@ -230,4 +230,39 @@ err <<<"kvt317: units.xml: KVT317SettingsDetail[1]: ScanMemoryID takes no unit, 
 run "unknown unit" 2 kvt317 set units-bearing.xml Frequency 121.5mHz
 err <<<"kvt317: units-bearing.xml: Frequency is in Hz, kHz, MHz or GHz, not 'mHz'"
 
+# ---- faults: an edit lists those it brings, and counts those that were there already
+kvt317 convert examples/settings.xml faults.json
+run "a fault brought" 1 kvt317 unset faults.json 'KVT317SettingsDetail[2].AverageMode'
+err <<'TEXT'
+faults.json: error: KVT317SettingsDetail[2] ("Marine VHF"): KVT317SettingsDetail: Please set AverageMode properly.
+kvt317: faults.json written; the edit added 1 fault
+TEXT
+run "faults brought read back" 1 kvt317 get faults.json 'KVT317SettingsDetail[2].AverageMode'
+err <<<"kvt317: faults.json: KVT317SettingsDetail[2].AverageMode is not set"
+run "faults there: set" 0 kvt317 set faults.json 'KVT317SettingsDetail[1].Threshold' 5
+err <<<'kvt317: faults.json: 2 faults were already there; `kvt317 check faults.json` lists them'
+run "faults there: add" 0 kvt317 add faults.json Name 'Added'
+err <<<'kvt317: faults.json: 2 faults were already there; `kvt317 check faults.json` lists them'
+run "another fault brought" 1 kvt317 unset faults.json 'KVT317SettingsDetail[4].ScanMemoryID'
+err <<'TEXT'
+faults.json: error: KVT317SettingsDetail[4] ("Added"): KVT317SettingsDetail: Please set ScanMemoryID properly.
+kvt317: faults.json: 2 faults were already there; `kvt317 check faults.json` lists them
+kvt317: faults.json written; the edit added 1 fault
+TEXT
+run "faults there: convert in place" 0 kvt317 convert faults.json faults.json
+err <<<'kvt317: faults.json: 4 faults were already there; `kvt317 check faults.json` lists them'
+# Items after a removed one move up; their faults were there all the same.
+run "faults there: remove" 0 kvt317 remove faults.json 'KVT317SettingsDetail[1]'
+err <<<'kvt317: faults.json: 4 faults were already there; `kvt317 check faults.json` lists them'
+run "faults removed" 0 kvt317 remove faults.json 'KVT317SettingsDetail[1]'
+err <<<'kvt317: faults.json: 2 faults were already there; `kvt317 check faults.json` lists them'
+# The warning the library gave on reading the incomplete item was there; the file written
+# no longer gives it.
+run "a fault mended" 0 kvt317 set faults.json 'KVT317SettingsDetail[2].ScanMemoryID' 9
+err <<<'kvt317: faults.json: 1 fault was already there; `kvt317 check faults.json` lists it'
+run "nothing there" 0 kvt317 set faults.json 'KVT317SettingsDetail[2].ScanMemoryID' 10
+err </dev/null
+run "no faults left" 0 kvt317 check faults.json
+out <<<"checked 1 file, 0 with faults"
+
 finish
