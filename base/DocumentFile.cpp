@@ -94,8 +94,8 @@ bool AttributeNames(const char* path, int fd, std::vector<QByteArray>& names)
     names.clear();
     for (;;) {
         const ssize_t size = path ? ::listxattr(path, nullptr, 0) : ::flistxattr(fd, nullptr, 0);
-        if (size < 0)
-            return errno == ENOTSUP;
+        if (size <= 0)
+            return size == 0 || errno == ENOTSUP;
         QByteArray list(static_cast<int>(size), Qt::Uninitialized);
         const ssize_t got = path ? ::listxattr(path, list.data(), list.size())
                                  : ::flistxattr(fd, list.data(), list.size());
