@@ -294,13 +294,17 @@ TEST(LockedEdit, WaitersTakeTurnsInTheOrderTheyCame)
         order.append(taken ? who : who + QStringLiteral(" gave up"));
         std::this_thread::sleep_for(std::chrono::milliseconds(20)); // the edit
     };
+    // The queue file keeps the number of the next ticket: "1" once the first waits, "2" once
+    // the second does.
+    const auto waiting = [&queue](const char* next) {
+        for (int i = 0; i < 5000 && Contents(queue) != next; ++i)
+            std::this_thread::sleep_for(std::chrono::milliseconds(1));
+        return Contents(queue);
+    };
     std::thread first(wait, QStringLiteral("first"));
-    for (int i = 0; i < 500 && !QFile::exists(queue); ++i)
-        std::this_thread::sleep_for(std::chrono::milliseconds(1));
-    EXPECT_TRUE(QFile::exists(queue));
-    std::this_thread::sleep_for(std::chrono::milliseconds(20));
+    EXPECT_EQ(waiting("1"), QByteArray("1"));
     std::thread second(wait, QStringLiteral("second"));
-    std::this_thread::sleep_for(std::chrono::milliseconds(50));
+    EXPECT_EQ(waiting("2"), QByteArray("2"));
     // The holder lets go and asks again at once: it comes after those who waited.
     holder.reset();
     wait(QStringLiteral("holder again"));
