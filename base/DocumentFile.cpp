@@ -252,19 +252,30 @@ namespace {
 constexpr int FirstPollMicroseconds = 500;
 constexpr int LastPollMicroseconds = 4000;
 
-// Sets or clears a write lock on one byte of an open file description, or asks whether
-// another description holds one below `end` (from 0): the waiters' tickets.
-bool TicketLock(int fd, short type, off_t start, off_t length, int command)
+// Sets or clears the write lock on the byte at a waiter's ticket; the lock belongs to the
+// open file description, so that threads of one process wait in turn as processes do.
+bool SetTicket(int fd, short type, off_t ticket)
 {
     struct flock lock {
     };
     lock.l_type = type;
     lock.l_whence = SEEK_SET;
-    lock.l_start = start;
-    lock.l_len = length;
-    if (::fcntl(fd, command, &lock) != 0)
-        return false;
-    return command != F_OFD_GETLK || lock.l_type == F_UNLCK;
+    lock.l_start = ticket;
+    lock.l_len = 1;
+    return ::fcntl(fd, F_OFD_SETLK, &lock) == 0;
+}
+
+// Whether no other open file description holds a ticket from `start` on, `length` of them
+// (0: all the rest). Where the system cannot tell, the waiter does not wait for others.
+bool NoTicketHeld(int fd, off_t start, off_t length)
+{
+    struct flock probe {
+    };
+    probe.l_type = F_WRLCK;
+    probe.l_whence = SEEK_SET;
+    probe.l_start = start;
+    probe.l_len = length;
+    return ::fcntl(fd, F_OFD_GETLK, &probe) != 0 || probe.l_type == F_UNLCK;
 }
 
 } // namespace
@@ -305,13 +316,13 @@ public:
             // The next ticket is kept in the file; with no waiter left, numbers start again.
             char text[32] = {};
             const ssize_t got = ::pread(fd, text, sizeof text - 1, 0);
-            qint64 ticket = got > 0 ? std::strtoll(text, nullptr, 10) : 0;
-            if (ticket < 0 || TicketLock(fd, F_WRLCK, 0, 0, F_OFD_GETLK))
+            off_t ticket = got > 0 ? static_cast<off_t>(std::strtoll(text, nullptr, 10)) : 0;
+            if (ticket < 0 || NoTicketHeld(fd, 0, 0))
                 ticket = 0;
             const QByteArray next = QByteArray::number(ticket + 1);
             const bool drawn = ::ftruncate(fd, 0) == 0 &&
                                ::pwrite(fd, next.constData(), next.size(), 0) == next.size() &&
-                               TicketLock(fd, F_WRLCK, ticket, 1, F_OFD_SETLK);
+                               SetTicket(fd, F_WRLCK, ticket);
             ::flock(fd, LOCK_UN);
             if (!drawn) {
                 ::close(fd);
@@ -324,10 +335,7 @@ public:
     }
 
     // Whether no living waiter came before this one.
-    bool First() const
-    {
-        return m_fd < 0 || m_ticket == 0 || TicketLock(m_fd, F_WRLCK, 0, m_ticket, F_OFD_GETLK);
-    }
+    bool First() const { return m_fd < 0 || m_ticket == 0 || NoTicketHeld(m_fd, 0, m_ticket); }
 
     // Gives the ticket back; the last waiter removes the file.
     void Leave()
@@ -335,8 +343,8 @@ public:
         if (m_fd < 0)
             return;
         if (::flock(m_fd, LOCK_EX) == 0) {
-            TicketLock(m_fd, F_UNLCK, m_ticket, 1, F_OFD_SETLK);
-            if (TicketLock(m_fd, F_WRLCK, 0, 0, F_OFD_GETLK) && Same(m_fd))
+            SetTicket(m_fd, F_UNLCK, m_ticket);
+            if (NoTicketHeld(m_fd, 0, 0) && Same(m_fd))
                 ::unlink(m_path.constData());
         }
         ::close(m_fd);
@@ -368,7 +376,7 @@ private:
 
     QByteArray m_path;
     int m_fd = -1;
-    qint64 m_ticket = 0;
+    off_t m_ticket = 0;
 };
 
 DocumentLock::DocumentLock(const QString& path)

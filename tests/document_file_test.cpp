@@ -19,6 +19,7 @@
 #include <chrono>
 #include <memory>
 #include <mutex>
+#include <signal.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <sys/xattr.h>
@@ -314,4 +315,27 @@ TEST(LockedEdit, WaitersTakeTurnsInTheOrderTheyCame)
                                   QStringLiteral("holder again")}));
     EXPECT_FALSE(QFile::exists(queue));
     EXPECT_FALSE(QFile::exists(QFileInfo(path).canonicalFilePath() + QStringLiteral(".lock")));
+}
+
+TEST(LockedEdit, AWaiterThatDiedHoldsNoOneUp)
+{
+    QTemporaryDir dir;
+    const QString path = Copy(dir, "settings.xml", "died.xml");
+    const QString queue = QFileInfo(path).canonicalFilePath() + QStringLiteral(".lock.queue");
+    auto holder = std::make_unique<DocumentLock>(path);
+    ASSERT_TRUE(holder->Acquire(0));
+    const pid_t waiter = fork();
+    if (waiter == 0) {
+        DocumentLock lock(path);
+        _exit(lock.Acquire(60000) ? 0 : 1);
+    }
+    for (int i = 0; i < 5000 && Contents(queue) != "1"; ++i)
+        std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    EXPECT_EQ(Contents(queue), QByteArray("1")); // the dead waiter's ticket was the first
+    ::kill(waiter, SIGKILL);
+    ASSERT_EQ(waitpid(waiter, nullptr, 0), waiter);
+    holder.reset();
+    DocumentLock next(path);
+    EXPECT_TRUE(next.Acquire(1000));
+    EXPECT_FALSE(QFile::exists(queue));
 }
