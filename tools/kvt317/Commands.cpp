@@ -166,9 +166,18 @@ int RunConvert(const Options& options)
     request.form = form;
     request.level = options.level;
     request.force = options.force;
-    // A document converted in place is edited: the faults it had it keeps.
+    // A document converted in place is edited: the faults it had it keeps. One converted
+    // onto another is read too, for the faults that one had already.
     request.edit = lock && QFileInfo(output).canonicalFilePath() ==
                                QFileInfo(options.arguments.at(0)).canonicalFilePath();
+    std::unique_ptr<Document> replaced;
+    if (lock && !request.edit) {
+        replaced = LoadDocument(output);
+        if (replaced->loaded) {
+            Analyse(*replaced, false);
+            request.replaced = replaced.get();
+        }
+    }
     return WriteChecked(*document, *document->record, request);
 }
 

@@ -181,19 +181,37 @@ int WriteChecked(const Document& input, const Record& record, const WriteRequest
     const auto there = [&](const Diagnostic& diagnostic) {
         return relevant(diagnostic) && !Blocks(diagnostic);
     };
+    // A conversion onto another document: the input's faults that one had already.
+    QHash<QString, qint64> replacedFaults;
+    if (request.replaced && !request.edit)
+        for (const DiagnosticList::Entry& entry : request.replaced->diagnostics.Sorted())
+            replacedFaults[FaultKey(*entry.diagnostic)] += 1 + entry.more;
+    qint64 already = 0;
     PrintDiagnostics(Err(), input.label, input.diagnostics, [&](const Diagnostic& diagnostic) {
-        return relevant(diagnostic) && (!request.edit || Blocks(diagnostic));
+        if (!relevant(diagnostic))
+            return false;
+        if (request.edit)
+            return Blocks(diagnostic);
+        qint64* left = Blocks(diagnostic) ? nullptr : &replacedFaults[FaultKey(diagnostic)];
+        if (left && *left > 0) {
+            --*left;
+            ++already;
+            return false;
+        }
+        return true;
     });
     if (request.findings)
         PrintDiagnostics(Err(), input.label, *request.findings);
     PrintDiagnostics(Err(), input.label, changes);
     PrintDiagnostics(Err(), input.label, input.notes);
     const qint64 added = request.edit ? PrintNewFaults(input, record, there) : 0;
-    const qint64 already = request.edit ? Count(input.diagnostics, there) : 0;
+    if (request.edit)
+        already = Count(input.diagnostics, there);
+    const Document& target = request.edit || !request.replaced ? input : *request.replaced;
     if (already > 0)
-        Err() << "kvt317: " << input.label << ": " << Grouped(already)
+        Err() << "kvt317: " << target.label << ": " << Grouped(already)
               << (already == 1 ? " fault was" : " faults were") << " already there; `kvt317 check "
-              << input.path << "` lists " << (already == 1 ? "it" : "them") << '\n';
+              << target.path << "` lists " << (already == 1 ? "it" : "them") << '\n';
 
     const QString output =
         request.path == QLatin1String("-") ? QStringLiteral("<stdout>") : request.path;

@@ -35,6 +35,9 @@ struct WriteRequest {
     // An edit of the input itself: of the faults the written record has, only those the
     // edit brought are listed; the ones the input had already are counted in one line.
     bool edit = false;
+    // The document a conversion replaces, loaded and analysed: the input's faults it had
+    // already are counted in one line, not listed.
+    const Document* replaced = nullptr;
 };
 
 // Writes a record read from (or made from) the input, unless that would change anything

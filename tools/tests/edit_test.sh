@@ -251,6 +251,16 @@ kvt317: faults.json written; the edit added 1 fault
 TEXT
 run "faults there: convert in place" 0 kvt317 convert faults.json faults.json
 err <<<'kvt317: faults.json: 4 faults were already there; `kvt317 check faults.json` lists them'
+# Converted onto another file: listed where that file did not have them yet.
+run "faults converted onto a new file" 0 kvt317 convert faults.json copy.json
+err <<'TEXT'
+faults.json:26:7: warning: KVT317SettingsDetail[2] ("Marine VHF"): KVT317_Settings: Tried to append not completely defined or invalid item KVT317SettingsDetail.
+faults.json:26:7: error: KVT317SettingsDetail[2] ("Marine VHF"): KVT317SettingsDetail: Please set AverageMode properly.
+faults.json:69:7: warning: KVT317SettingsDetail[4] ("Added"): KVT317_Settings: Tried to append not completely defined or invalid item KVT317SettingsDetail.
+faults.json:69:7: error: KVT317SettingsDetail[4] ("Added"): KVT317SettingsDetail: Please set ScanMemoryID properly.
+TEXT
+run "faults converted onto a file that has them" 0 kvt317 convert faults.json copy.json
+err <<<'kvt317: copy.json: 4 faults were already there; `kvt317 check copy.json` lists them'
 # Items after a removed one move up; their faults were there all the same.
 run "faults there: remove" 0 kvt317 remove faults.json 'KVT317SettingsDetail[1]'
 err <<<'kvt317: faults.json: 4 faults were already there; `kvt317 check faults.json` lists them'
