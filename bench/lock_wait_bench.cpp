@@ -1,6 +1,6 @@
 // How soon a program waiting for a document's lock goes on, and whether waiters take turns:
 //
-//   kvt317_lock_wait_bench [TRIALS] [EDITS]
+//   kvt317_lock_wait_bench [TRIALS] [EDITS] [--qt]
 //
 // - release: a holder keeps the lock for 200 ms while another process waits, then lets it
 //   go; measured is the time from just before the release to the waiter's Acquire()
@@ -11,11 +11,14 @@
 //   once after each; measured is the longest run of consecutive edits by one process (1 when
 //   they alternate) and each process's count.
 // - uncontended: taking and releasing a lock nobody else holds.
-// Times are medians and 95th percentiles over TRIALS (20 by default) trials, in ms.
+// Times are medians and 95th percentiles over TRIALS (20 by default) trials, in ms. With --qt
+// every lock is a plain QLockFile waiting with its own tryLock(timeout), for comparison.
 
 #include <DocumentFile.h>
 
 #include <QFile>
+#include <QFileInfo>
+#include <QLockFile>
 #include <QTemporaryDir>
 
 #include <algorithm>
@@ -30,9 +33,29 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-using REPORTGENERATOR::DocumentLock;
-
 namespace {
+
+bool plainQt = false;
+
+// A document's lock, taken as the library takes it or, with --qt, as QLockFile alone would.
+class Lock
+{
+public:
+    explicit Lock(const QString& path)
+        : m_document(path)
+        , m_qt(QFileInfo(path).canonicalFilePath() + QStringLiteral(".lock"))
+    {
+        m_qt.setStaleLockTime(1000);
+    }
+    bool Acquire(int milliseconds)
+    {
+        return plainQt ? m_qt.tryLock(milliseconds) : m_document.Acquire(milliseconds);
+    }
+
+private:
+    REPORTGENERATOR::DocumentLock m_document;
+    QLockFile m_qt;
+};
 
 double Now()
 {
@@ -83,7 +106,7 @@ pid_t Holder(const QString& path, int toParent, double hold)
     const pid_t pid = fork();
     if (pid != 0)
         return pid;
-    auto lock = std::make_unique<DocumentLock>(path);
+    auto lock = std::make_unique<Lock>(path);
     if (!lock->Acquire(10000))
         _exit(1);
     Send(toParent, 0);
@@ -106,7 +129,7 @@ std::vector<double> AfterRelease(const QString& path, int trials)
             return {-1};
         const pid_t holder = Holder(path, channel[1], 200);
         Receive(channel[0]);
-        DocumentLock lock(path);
+        Lock lock(path);
         const bool taken = lock.Acquire(10000);
         const double acquired = Now();
         const double released = Receive(channel[0]);
@@ -129,7 +152,7 @@ std::vector<double> AfterKill(const QString& path, int trials)
         Receive(channel[0]);
         const pid_t waiter = fork();
         if (waiter == 0) {
-            DocumentLock lock(path);
+            Lock lock(path);
             Send(channel[1], lock.Acquire(10000) ? Now() : -1);
             _exit(0);
         }
@@ -157,7 +180,7 @@ void Turns(const QString& path, const QString& logPath, int edits)
             const int fd = open(log.constData(), O_WRONLY | O_CREAT | O_APPEND, 0644);
             const char id = static_cast<char>('A' + p);
             for (int i = 0; i < edits; ++i) {
-                DocumentLock lock(path);
+                Lock lock(path);
                 if (!lock.Acquire(60000) || write(fd, &id, 1) != 1)
                     _exit(1);
                 Sleep(2); // the edit
@@ -192,7 +215,7 @@ std::vector<double> Uncontended(const QString& path, int trials)
     for (int trial = 0; trial < trials; ++trial) {
         const double start = Now();
         {
-            DocumentLock lock(path);
+            Lock lock(path);
             if (!lock.Acquire(0))
                 return {-1};
         }
@@ -207,6 +230,7 @@ int main(int argc, char** argv)
 {
     const int trials = argc > 1 ? std::max(1, std::atoi(argv[1])) : 20;
     const int edits = argc > 2 ? std::max(1, std::atoi(argv[2])) : 30;
+    plainQt = argc > 3 && QByteArray(argv[3]) == "--qt";
     QTemporaryDir dir;
     const QString path = dir.filePath(QStringLiteral("settings.xml"));
     QFile file(path);
