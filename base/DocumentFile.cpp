@@ -319,7 +319,7 @@ public:
             off_t ticket = got > 0 ? static_cast<off_t>(std::strtoll(text, nullptr, 10)) : 0;
             if (ticket < 0 || NoTicketHeld(fd, 0, 0))
                 ticket = 0;
-            const QByteArray next = QByteArray::number(ticket + 1);
+            const QByteArray next = QByteArray::number(static_cast<qint64>(ticket) + 1);
             const bool drawn = ::ftruncate(fd, 0) == 0 &&
                                ::pwrite(fd, next.constData(), next.size(), 0) == next.size() &&
                                SetTicket(fd, F_WRLCK, ticket);
