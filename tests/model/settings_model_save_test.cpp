@@ -257,3 +257,45 @@ TEST_F(Model, ADocumentWithFaultsIsSavedOnlyWhenTheCallerAccepts)
             << column;
     }
 }
+
+TEST_F(Model, ALoadedValueIsShownAsASaveWritesIt)
+{
+    QTemporaryDir dir;
+    const QString path = WriteFile(dir, "extra.xml",
+                                   "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n"
+                                   "<KVT317_Settings>\n"
+                                   "  <KVT317SettingsDetail Name=\"one\" index=\"1\">\n"
+                                   "    <AntennaPol>VERT</AntennaPol>\n"
+                                   "    <AttenuationHoldTime>474.691</AttenuationHoldTime>\n"
+                                   "    <StopTime>2026-11-30T18:00:00.5</StopTime>\n"
+                                   "  </KVT317SettingsDetail>\n"
+                                   "</KVT317_Settings>\n");
+    auto watched = Load(nullptr, path);
+    const SettingsModel& model = watched->model;
+    const QModelIndex hold = model.index(0, ColumnNamed(model, "AttenuationHoldTime"));
+    EXPECT_EQ(model.data(hold).toString(), QStringLiteral("474.69 ms"));
+    EXPECT_EQ(model.data(hold, Qt::EditRole), QVariant(474.69f));
+    EXPECT_EQ(model.data(hold, SettingsModel::FindingsRole).toStringList(),
+              QStringList({"line 5, column 5: AttenuationHoldTime: '474.691' keeps 2 decimals "
+                           "(written as 474.69)"}));
+    const QModelIndex stop = model.index(0, ColumnNamed(model, "StopTime"));
+    EXPECT_EQ(model.data(stop).toString(), QStringLiteral("2026-11-30T18:00:00,500Z"));
+    // Members the file leaves out are always written: set, at the value a save gives them,
+    // with the check's word that the document lacks them; a member without a usable value
+    // also with what loading it back would say.
+    const QModelIndex threshold = model.index(0, ColumnNamed(model, "Threshold"));
+    EXPECT_EQ(model.data(threshold).toString(), QString::fromUtf8("20 dB\u00B5V"));
+    EXPECT_EQ(model.data(threshold, SettingsModel::IsSetRole), QVariant(true));
+    EXPECT_EQ(model.data(threshold, SettingsModel::FindingsRole).toStringList(),
+              QStringList({"KVT317SettingsDetail: Please set Threshold properly."}));
+    const QModelIndex average = model.index(0, ColumnNamed(model, "AverageMode"));
+    EXPECT_EQ(model.data(average).toString(), QStringLiteral("(invalid)"));
+    EXPECT_EQ(model.data(average, SettingsModel::FindingsRole).toStringList(),
+              QStringList({"KVT317SettingsDetail: Please set AverageMode properly.",
+                           "enum is not valid "
+                           "(classname=KVT317SettingsDetail,membername=m_averageMode)"}));
+    // The frequency range the detail does not hold is not written: unset.
+    const QModelIndex start = model.index(0, ColumnNamed(model, "StartFrequency"));
+    EXPECT_EQ(model.data(start).toString(), QStringLiteral("(unset)"));
+    EXPECT_EQ(model.data(start, SettingsModel::IsSetRole), QVariant(false));
+}
