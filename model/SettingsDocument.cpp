@@ -238,7 +238,9 @@ bool SaveSettingsDocument(const Record& record, const QString& path, DocumentFor
     }
     for (const ReadFinding& finding : recheck.Findings())
         AddFault(out.faults, finding);
-    const std::unique_ptr<Record> shown = DocumentAsSaved(record);
+    // What the model shows: the document as the binary form, which keeps every text as it
+    // is, gives it back.
+    const std::unique_ptr<Record> shown = DocumentAsSaved(record, DocumentForm::Binary);
     if (!shown || !back->Equals(*shown)) {
         out.error = QStringLiteral("the document as written would load back other than it is "
                                    "shown");

@@ -35,7 +35,8 @@ struct KVT317XMLMODEL_EXPORT LoadedDocument {
 /// ('<' after blanks or a byte-order mark: XML; "KVTZ": compressed; anything else: binary)
 /// and its record type by its root element or frame tag, and loads it through the library
 /// (LoadXml(), LoadBinary()) with an observer, so that every finding is kept. The record is
-/// loaded with validation off, so that a faulty document can be shown and mended.
+/// loaded with validation off, so that a faulty document can be shown and mended, and with
+/// its logger silenced: what the library says while it loads is in the findings.
 KVT317XMLMODEL_EXPORT LoadedDocument LoadSettingsDocument(const QString& path);
 
 /// What a save found, and why it did not save.
@@ -60,7 +61,8 @@ enum class SaveFaults {
 /// memory: written as the library writes it and loaded back. The save is refused, leaving the
 /// file as it was, when the library refuses the document (a report that raises with
 /// validation on, a character the form cannot carry), when the document as written does not
-/// load back or loads back other than DocumentAsSaved() shows it, and, unless @p faults is
+/// load back or loads back other than the binary form's DocumentAsSaved() (what SettingsModel
+/// shows), and, unless @p faults is
 /// SaveFaults::Accept, when the document has faults at level ERROR. The library's reports go
 /// to @p report, never to the record's logger.
 KVT317XMLMODEL_EXPORT bool SaveSettingsDocument(const Record& record, const QString& path,

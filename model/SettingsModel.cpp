@@ -40,13 +40,10 @@ int ListMember(const RecordDescription& type)
 
 SettingsModel::SettingsModel(QObject* parent)
     : QAbstractTableModel(parent)
-    , m_reports(std::make_shared<QStringList>())
+    // Every report of the document arrives as a finding through the model's observers; its
+    // logger drops them, so that none goes to standard error.
+    , m_logger(std::make_shared<REPORTGENERATOR::Logger>(REPORTGENERATOR::Logger::Sink()))
 {
-    // The document's reports come here, never to standard error: the model takes what the
-    // library says as findings, and a refusal's report as its reason.
-    std::shared_ptr<QStringList> reports = m_reports;
-    m_logger = std::make_shared<REPORTGENERATOR::Logger>(
-        [reports](REPORTGENERATOR::LogLevel, const QString& message) { reports->append(message); });
 }
 
 bool SettingsModel::IsCell(const QModelIndex& index) const
@@ -271,7 +268,6 @@ Qt::ItemFlags SettingsModel::flags(const QModelIndex& index) const
 bool SettingsModel::InsertRecord(int row, const Record& item)
 {
     m_refusal.clear();
-    m_reports->clear();
     if (m_listBit < 0 || row < 0 || row > rowCount()) {
         m_refusal = QStringLiteral("no row can go there");
         return false;

@@ -22,7 +22,9 @@ namespace KVT317XML {
 /// row (its XML attributes: Name and index, Name and Index) come first, then the others in
 /// member order. Header data gives the member names.
 ///
-/// A cell shows what a save writes and a load gives back (see DocumentAsSaved()): it is set
+/// A cell shows what a save writes and a load gives back (DocumentAsSaved() in the binary
+/// form, which keeps every text as it is; an XML save that would lose a character is
+/// refused by SaveSettingsDocument()): it is set
 /// where, and only where, a save writes the member (members that are always written are set
 /// even before an edit sets them; the members of a frequency range the detail does not write
 /// are unset), with the value as it is written (decimals, date-times).
@@ -175,7 +177,6 @@ private:
 
     std::unique_ptr<Record> m_document;
     std::shared_ptr<REPORTGENERATOR::Logger> m_logger;
-    std::shared_ptr<QStringList> m_reports; // what the library said since the last operation
     std::vector<Column> m_columns;
     int m_listBit = -1;
     std::vector<RowState> m_rows;

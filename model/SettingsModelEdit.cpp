@@ -96,7 +96,9 @@ void SettingsModel::Refresh(int row)
     // What a save of the row would find, loaded back and checked, beyond what the row's own
     // check says: the fault of a value written that does not read, of a child not written.
     std::vector<ReadFinding> saved;
-    state.view = DocumentAsSaved(*record, DocumentForm::Xml, &saved);
+    // The binary form keeps every text as it is; XML may lose characters in attributes, and
+    // its save is then refused for not loading back as shown.
+    state.view = DocumentAsSaved(*record, DocumentForm::Binary, &saved);
     if (state.view) {
         ReadFindings again;
         {
@@ -231,7 +233,6 @@ bool SettingsModel::Carried(const Record& row, const Column& column, EditKind ki
 bool SettingsModel::Edit(const QModelIndex& index, EditKind kind, const QVariant& value)
 {
     m_refusal.clear();
-    m_reports->clear();
     if (!IsCell(index)) {
         m_refusal = QStringLiteral("no such cell");
         return false;

@@ -4,6 +4,7 @@
 
 #include <KVT317SettingsDetail.h>
 #include <KVT317_Settings.h>
+#include <StartingDetail.h>
 
 #include <QDateTime>
 
@@ -298,4 +299,38 @@ TEST_F(Model, ALoadedValueIsShownAsASaveWritesIt)
     const QModelIndex start = model.index(0, ColumnNamed(model, "StartFrequency"));
     EXPECT_EQ(model.data(start).toString(), QStringLiteral("(unset)"));
     EXPECT_EQ(model.data(start, SettingsModel::IsSetRole), QVariant(false));
+}
+
+TEST_F(Model, ATextOnlyTheBinaryFormCarriesIsSavedInThatFormAlone)
+{
+    QTemporaryDir dir;
+    KVT317_Settings settings;
+    settings.SetLogger(nullptr);
+    KVT317SettingsDetail detail = StartingDetail(1, QStringLiteral("bell\x07"));
+    settings.AppendKVT317SettingsDetail(detail);
+    const QString path = WriteFile(dir, "bell.bin", settings.GetBinaryRepresentationAsQByteArray());
+    auto watched = Load(nullptr, path);
+    SettingsModel& model = watched->model;
+    EXPECT_EQ(model.data(model.index(0, 0)).toString(), QStringLiteral("bell\x07"));
+    EXPECT_EQ(model.data(model.index(0, 0), SettingsModel::FindingsRole).toStringList(),
+              QStringList({"offset 24: Name: holds U+0007, which XML cannot carry"}));
+
+    // XML would lose the character: not saved, even when faults are accepted.
+    SaveReport report;
+    const QString xml = dir.filePath("bell.xml");
+    EXPECT_FALSE(SaveSettingsDocument(*model.Document(), xml, DocumentForm::Xml, &report,
+                                      SaveFaults::Accept));
+    EXPECT_EQ(report.error,
+              QStringLiteral("the document as written would load back other than it is shown"));
+    EXPECT_FALSE(QFile::exists(xml));
+    // The binary form keeps it, and says so when read: a fault the caller must accept.
+    const QString copy = dir.filePath("copy.bin");
+    EXPECT_FALSE(SaveSettingsDocument(*model.Document(), copy, DocumentForm::Binary, &report));
+    EXPECT_EQ(report.error, QStringLiteral("the document has 1 fault(s); the first: Name: holds "
+                                           "U+0007, which XML cannot carry"));
+    EXPECT_FALSE(QFile::exists(copy));
+    EXPECT_TRUE(SaveSettingsDocument(*model.Document(), copy, DocumentForm::Binary, &report,
+                                     SaveFaults::Accept))
+        << qPrintable(report.error);
+    EXPECT_EQ(ReadAll(copy), ReadAll(path));
 }
