@@ -155,6 +155,54 @@ bool SameCell(const QVariant& a, const QVariant& b)
     return a == b;
 }
 
+const int CellRoles[] = {Qt::DisplayRole,
+                         Qt::EditRole,
+                         Qt::ToolTipRole,
+                         SettingsModel::IsSetRole,
+                         SettingsModel::DefaultRole,
+                         SettingsModel::FindingsRole,
+                         SettingsModel::FaultRole};
+
+// Every cell in every role an edit can change, row by row.
+std::vector<QVariant> Cells(const SettingsModel& model)
+{
+    std::vector<QVariant> cells;
+    for (int row = 0; row < model.rowCount(); ++row)
+        for (int column = 0; column < model.columnCount(); ++column)
+            for (int role : CellRoles)
+                cells.push_back(model.data(model.index(row, column), role));
+    return cells;
+}
+
+// The cells whose data differ between two snapshots of the same rows, and their roles, that
+// no dataChanged() signal named; "row,column role" each.
+QStringList Unsignalled(const SettingsModel& model, const std::vector<QVariant>& before,
+                        const std::vector<QVariant>& after, const QSignalSpy& spy)
+{
+    QStringList missing;
+    const size_t roles = std::size(CellRoles);
+    for (size_t at = 0; at < before.size(); ++at) {
+        if (SameCell(before[at], after[at]))
+            continue;
+        const int cell = static_cast<int>(at / roles);
+        const int row = cell / model.columnCount();
+        const int column = cell % model.columnCount();
+        const int role = CellRoles[at % roles];
+        bool named = false;
+        for (const QList<QVariant>& signal : spy) {
+            const QModelIndex from = signal.at(0).value<QModelIndex>();
+            const QModelIndex to = signal.at(1).value<QModelIndex>();
+            const QVector<int> signalled = signal.at(2).value<QVector<int>>();
+            named = named ||
+                    (from.row() <= row && row <= to.row() && from.column() <= column &&
+                     column <= to.column() && (signalled.isEmpty() || signalled.contains(role)));
+        }
+        if (!named)
+            missing.append(QStringLiteral("%1,%2 %3").arg(row).arg(column).arg(role));
+    }
+    return missing;
+}
+
 } // namespace
 
 TEST_F(Model, RandomOperationsKeepTheDocumentAsShownAndSaved)
@@ -178,9 +226,23 @@ TEST_F(Model, RandomOperationsKeepTheDocumentAsShownAndSaved)
         QStringList done_;
         for (int step = random.Between(1, 25); step > 0; --step) {
             const QByteArray before = Bytes(model);
+            const std::vector<QVariant> cellsBefore = Cells(model);
+            QSignalSpy changed(&model, &QAbstractItemModel::dataChanged);
+            QSignalSpy inserted(&model, &QAbstractItemModel::rowsInserted);
+            QSignalSpy removed(&model, &QAbstractItemModel::rowsRemoved);
+            QSignalSpy moved(&model, &QAbstractItemModel::rowsMoved);
             QString what;
             if (Operate(random, model, what)) {
                 ++done;
+                // Every cell whose data changed in any role is signalled.
+                if (inserted.isEmpty() && removed.isEmpty() && moved.isEmpty()) {
+                    const QStringList missing =
+                        Unsignalled(model, cellsBefore, Cells(model), changed);
+                    ASSERT_TRUE(missing.isEmpty())
+                        << "sequence " << sequence << ": " << qPrintable(what)
+                        << " changed without dataChanged: "
+                        << qPrintable(missing.join(QStringLiteral("; ")));
+                }
             } else {
                 ++refused;
                 ASSERT_EQ(Bytes(model).toStdString(), before.toStdString())
