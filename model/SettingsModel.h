@@ -23,11 +23,11 @@ namespace KVT317XML {
 /// member order. Header data gives the member names.
 ///
 /// A cell shows what a save writes and a load gives back (DocumentAsSaved() in the binary
-/// form, which keeps every text as it is; an XML save that would lose a character is
-/// refused by SaveSettingsDocument()): it is set
-/// where, and only where, a save writes the member (members that are always written are set
-/// even before an edit sets them; the members of a frequency range the detail does not write
-/// are unset), with the value as it is written (decimals, date-times).
+/// form, which keeps every text as it is; an XML save that would lose a character is refused
+/// by SaveSettingsDocument()): it is set where, and only where, a save writes the member
+/// (members that are always written are set even before an edit sets them; the members of a
+/// frequency range the detail does not write are unset), with the value as it is written
+/// (decimals, date-times).
 ///
 /// Values are written through the member tables (Record::SetMemberValue(),
 /// Record::ResetMember()), with the document's validation switch. Every edit is tried on a
@@ -55,7 +55,7 @@ public:
     /// it, see ShownMemberValue()), Qt::EditRole (a QVariant of the member's natural type,
     /// see Record::MemberValue()) and Qt::ToolTipRole (the cell's findings, a line each).
     enum Role {
-        IsSetRole = Qt::UserRole + 1, ///< bool: whether the member is set; false unsets it
+        IsSetRole = Qt::UserRole + 1, ///< bool: whether a save writes the member; false unsets it
         DefaultRole,                  ///< the member's default, as Qt::EditRole gives values
         DisplayNamesRole,             ///< QStringList: an enumeration's names as shown (GetGUIXs())
         NamesRole,                    ///< QStringList: an enumeration's names
