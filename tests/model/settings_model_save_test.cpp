@@ -181,6 +181,30 @@ TEST_F(Model, AChangeSignalsEveryCellWhoseDataChangedInAnyRole)
     EXPECT_FALSE(model.setData(hold, 474.691f));
     EXPECT_EQ(changed.count(), 0);
     EXPECT_EQ(model.data(hold, Qt::EditRole), QVariant(474.69f));
+
+    // A member the file left out is shown set at the value a save writes; setting it to
+    // that value changes its findings alone, and the signal names those roles.
+    QTemporaryDir dir;
+    const QString path = WriteFile(dir, "short.xml",
+                                   "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n"
+                                   "<KVT317_Settings>\n"
+                                   "  <KVT317SettingsDetail Name=\"one\" index=\"1\">\n"
+                                   "    <AntennaPol>VERT</AntennaPol>\n"
+                                   "  </KVT317SettingsDetail>\n"
+                                   "</KVT317_Settings>\n");
+    auto shortOne = Load(nullptr, path);
+    SettingsModel& other = shortOne->model;
+    const QModelIndex threshold = other.index(0, ColumnNamed(other, "Threshold"));
+    EXPECT_EQ(other.data(threshold, SettingsModel::FaultRole), QVariant(0));
+    QSignalSpy signalled(&other, &QAbstractItemModel::dataChanged);
+    EXPECT_TRUE(other.setData(threshold, true, SettingsModel::IsSetRole));
+    ASSERT_EQ(signalled.count(), 1);
+    EXPECT_EQ(signalled.at(0).at(0).value<QModelIndex>(), threshold);
+    EXPECT_EQ(
+        signalled.at(0).at(2).value<QVector<int>>(),
+        QVector<int>({Qt::ToolTipRole, SettingsModel::FindingsRole, SettingsModel::FaultRole}));
+    EXPECT_EQ(other.data(threshold).toString(), QString::fromUtf8("20 dB\u00B5V"));
+    EXPECT_EQ(other.data(threshold, SettingsModel::FaultRole), QVariant(-1));
 }
 
 TEST_F(Model, AnEmptiedDocumentIsNotSavedOverItsFile)
