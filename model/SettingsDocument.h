@@ -35,12 +35,50 @@ struct KVT317XMLMODEL_EXPORT LoadedDocument {
 /// ('<' after blanks or a byte-order mark: XML; "KVTZ": compressed; anything else: binary)
 /// and its record type by its root element or frame tag, and loads it through the library
 /// (LoadXml(), LoadBinary()) with an observer, so that every finding is kept. The record is
-/// loaded with validation off, so that a faulty document can be shown and mended.
+/// loaded with validation off, so that a faulty document can be shown and mended, and with
+/// its logger silenced: what the library says while it loads is in the findings.
 KVT317XMLMODEL_EXPORT LoadedDocument LoadSettingsDocument(const QString& path);
 
-/// Saves a document in @p form, atomically (SaveXml(), SaveBinary()): the file is replaced
-/// only once the whole document is written. False, leaving the file as it was, on failure.
+/// What a save found, and why it did not save.
+struct KVT317XMLMODEL_EXPORT SaveReport {
+    /// The document's faults at level ERROR: those of its Check(), and those the document as
+    /// written would show when loaded back.
+    std::vector<ReadFinding> faults;
+    /// Why nothing was saved; empty after a save.
+    QString error;
+};
+
+/// Whether a document with faults may be saved.
+enum class SaveFaults {
+    Refuse, ///< a document with faults at level ERROR is not saved
+    Accept  ///< it is saved all the same, as long as it loads back as it is shown
+};
+
+/// Saves a document in @p form through the library's own SaveXml() and SaveBinary(),
+/// atomically: the file is replaced only once the whole document is written.
+///
+/// Before anything is written the document is checked (Check()) and its form is tried in
+/// memory: written as the library writes it and loaded back. The save is refused, leaving the
+/// file as it was, when the library refuses the document (a report that raises with
+/// validation on, a character the form cannot carry), when the document as written does not
+/// load back or loads back other than the binary form's DocumentAsSaved() (what SettingsModel
+/// shows), and, unless @p faults is
+/// SaveFaults::Accept, when the document has faults at level ERROR. The library's reports go
+/// to @p report, never to the record's logger.
 KVT317XMLMODEL_EXPORT bool SaveSettingsDocument(const Record& record, const QString& path,
-                                                DocumentForm form);
+                                                DocumentForm form, SaveReport* report = nullptr,
+                                                SaveFaults faults = SaveFaults::Refuse);
+
+/// A copy of a record of any type, validation switch included; its logger is the default.
+KVT317XMLMODEL_EXPORT std::unique_ptr<Record> CopyRecord(const Record& record);
+
+/// The record as a save in @p form without validation writes it and a load gives it back:
+/// members that are always written come back set, a child record that is not set comes back
+/// without data, values come back at the decimals written. What the load found goes to
+/// @p findings (positions in the written document left out). Null, with a DocumentFault
+/// finding, when the document as written does not load.
+KVT317XMLMODEL_EXPORT std::unique_ptr<Record>
+DocumentAsSaved(const Record& record, DocumentForm form = DocumentForm::Xml,
+                std::vector<ReadFinding>* findings = nullptr);
 
 } // namespace KVT317XML

@@ -1,6 +1,8 @@
 #include "SettingsModel.h"
 
+#include <KVT317_Settings.h>
 #include <MemberDisplay.h>
+#include <StartingDetail.h>
 
 #include <QDateTime>
 
@@ -25,12 +27,6 @@ QString FindingLine(const ReadFinding& finding)
 
 namespace {
 
-bool SameFinding(const ReadFinding& a, const ReadFinding& b)
-{
-    return a.level == b.level && a.kind == b.kind && a.member == b.member &&
-           a.message == b.message && a.path == b.path;
-}
-
 // The list member of a document root, or -1.
 int ListMember(const RecordDescription& type)
 {
@@ -44,6 +40,9 @@ int ListMember(const RecordDescription& type)
 
 SettingsModel::SettingsModel(QObject* parent)
     : QAbstractTableModel(parent)
+    // Every report of the document arrives as a finding through the model's observers; its
+    // logger drops them, so that none goes to standard error.
+    , m_logger(std::make_shared<REPORTGENERATOR::Logger>(REPORTGENERATOR::Logger::Sink()))
 {
 }
 
@@ -66,18 +65,23 @@ void SettingsModel::SetDocument(std::unique_ptr<Record> document,
     m_documentCheck.clear();
     m_listBit = -1;
     if (m_document) {
+        m_document->SetLogger(m_logger);
         const RecordDescription& rootType = m_document->GetDescription();
         m_listBit = ListMember(rootType);
         const RecordDescription& rowType =
             m_listBit >= 0 ? *rootType.members.at(static_cast<size_t>(m_listBit)).nested()
                            : rootType;
+        // The members that identify a row first.
+        for (const MemberDescription& member : rowType.members)
+            if (member.attribute)
+                m_columns.push_back(Column{-1, &rowType, &member});
         for (const MemberDescription& member : rowType.members) {
             if (member.kind == MemberKind::Record) {
                 const RecordDescription& child = *member.nested();
                 for (const MemberDescription& inner : child.members)
                     if (inner.kind != MemberKind::Record && inner.kind != MemberKind::RecordList)
                         m_columns.push_back(Column{member.bit, &child, &inner});
-            } else if (member.kind != MemberKind::RecordList) {
+            } else if (member.kind != MemberKind::RecordList && !member.attribute) {
                 m_columns.push_back(Column{-1, &rowType, &member});
             }
         }
@@ -96,7 +100,9 @@ void SettingsModel::SetDocument(std::unique_ptr<Record> document,
                 m_documentRead.push_back(std::move(finding));
             }
         }
-        CheckDocument();
+        for (int row = 0; row < rowCount(); ++row)
+            Refresh(row);
+        CheckRoot();
     }
     endResetModel();
 }
@@ -142,10 +148,22 @@ const Record* SettingsModel::CellRecord(int row, const Column& column) const
     return record && column.childBit >= 0 ? record->Child(column.childBit) : record;
 }
 
-Record* SettingsModel::MutableCellRecord(int row, const Column& column)
+const Record* SettingsModel::ShownRecord(int row, const Column& column) const
 {
-    Record* record = MutableRowRecord(row);
-    return record && column.childBit >= 0 ? record->MutableChild(column.childBit) : record;
+    const RowState& state = m_rows[static_cast<size_t>(row)];
+    // Without a view (the row as written does not load) the record itself is shown; its
+    // findings say why.
+    const Record* record = state.view ? state.view.get() : RowRecord(row);
+    return column.childBit >= 0 ? record->Child(column.childBit) : record;
+}
+
+bool SettingsModel::ShownSet(int row, const Column& column) const
+{
+    const RowState& state = m_rows[static_cast<size_t>(row)];
+    const Record* record = state.view ? state.view.get() : RowRecord(row);
+    if (column.childBit >= 0 && !record->IsMemberSet(column.childBit))
+        return false; // a child the row does not write
+    return ShownRecord(row, column)->IsMemberSet(column.member->bit);
 }
 
 const MemberDescription* SettingsModel::ColumnMember(int column) const
@@ -160,173 +178,6 @@ const RecordDescription* SettingsModel::ColumnRecordType(int column) const
                                                  : nullptr;
 }
 
-std::vector<SettingsModel::Located> SettingsModel::CheckRow(int row) const
-{
-    std::vector<Located> located;
-    const Record* record = RowRecord(row);
-    if (!record)
-        return located;
-    ReadFindings findings;
-    {
-        ObserveReading observe(findings);
-        record->Check(true);
-    }
-    for (const ReadFinding& finding : findings.Findings())
-        located.push_back(Located{LocateColumn(finding.path, 0, finding.member), finding});
-    return located;
-}
-
-void SettingsModel::CheckDocument()
-{
-    m_documentCheck.clear();
-    if (!m_document)
-        return;
-    for (int row = 0; row < rowCount(); ++row)
-        m_rows[static_cast<size_t>(row)].check = CheckRow(row);
-    CheckRoot();
-}
-
-void SettingsModel::CheckRoot()
-{
-    m_documentCheck.clear();
-    // The root's only member is its list: what its own check says about the document as a
-    // whole, beyond the rows checked one by one, concerns an empty or unset list.
-    if (m_listBit < 0 ||
-        (m_document->IsMemberSet(m_listBit) && m_document->ListSize(m_listBit) > 0))
-        return;
-    ReadFindings findings;
-    {
-        ObserveReading observe(findings);
-        m_document->Check(true);
-    }
-    for (const ReadFinding& finding : findings.Findings())
-        if (finding.path.isEmpty())
-            m_documentCheck.push_back(finding);
-}
-
-void SettingsModel::Recheck(int row, QVector<int>& changedColumns)
-{
-    std::vector<Located> now = CheckRow(row);
-    std::vector<Located>& before = m_rows[static_cast<size_t>(row)].check;
-    // A cell changes when the list of its findings does.
-    auto ofColumn = [](const std::vector<Located>& list, int column) {
-        std::vector<const ReadFinding*> found;
-        for (const Located& entry : list)
-            if (entry.column == column)
-                found.push_back(&entry.finding);
-        return found;
-    };
-    QVector<int> touched;
-    for (const Located& entry : before)
-        touched.append(entry.column);
-    for (const Located& entry : now)
-        touched.append(entry.column);
-    for (int column : touched) {
-        if (changedColumns.contains(column))
-            continue;
-        const auto a = ofColumn(before, column);
-        const auto b = ofColumn(now, column);
-        const bool same =
-            a.size() == b.size() && std::equal(a.begin(), a.end(), b.begin(),
-                                               [](const ReadFinding* x, const ReadFinding* y) {
-                                                   return SameFinding(*x, *y);
-                                               });
-        if (!same)
-            changedColumns.append(column);
-    }
-    before = std::move(now);
-}
-
-void SettingsModel::EmitChanged(int row, const QVector<int>& columns)
-{
-    for (int column : columns) {
-        if (column < 0)
-            continue;
-        const QModelIndex cell = index(row, column);
-        emit dataChanged(cell, cell);
-    }
-    if (columns.contains(-1)) // findings about the row's record as a whole: its header
-        emit headerDataChanged(Qt::Vertical, row, row);
-}
-
-template <class Change> bool SettingsModel::ChangeCell(const QModelIndex& index, Change change)
-{
-    if (!IsCell(index))
-        return false;
-    const int row = index.row();
-    const Column& column = m_columns[static_cast<size_t>(index.column())];
-    const int bit = column.member->bit;
-    const Record* current = CellRecord(row, column);
-    const bool wasSet = current->IsMemberSet(bit);
-    const QVariant was = current->MemberValue(bit);
-    const QString wasText = current->MemberText(bit);
-    Record* record = MutableCellRecord(row, column);
-    bool stored = false;
-    try {
-        stored = change(*record, bit);
-    } catch (const std::exception&) {
-        stored = false;
-    }
-    if (!stored) {
-        // Refused: whatever the library kept goes back.
-        if (record->IsMemberSet(bit) != wasSet || record->MemberText(bit) != wasText) {
-            const bool validate = record->GetValidate();
-            record->SetValidate(false);
-            if (wasSet)
-                record->SetMemberValue(bit, was);
-            else
-                record->ResetMember(bit);
-            record->SetValidate(validate);
-        }
-        return false;
-    }
-    QVector<int> changed;
-    if (record->IsMemberSet(bit) != wasSet || record->MemberText(bit) != wasText)
-        changed.append(index.column());
-    // The cell's read findings no longer describe its value.
-    std::vector<Located>& read = m_rows[static_cast<size_t>(row)].read;
-    const auto before = read.size();
-    read.erase(
-        std::remove_if(read.begin(), read.end(),
-                       [&index](const Located& entry) { return entry.column == index.column(); }),
-        read.end());
-    if (read.size() != before && !changed.contains(index.column()))
-        changed.append(index.column());
-    Recheck(row, changed);
-    EmitChanged(row, changed);
-    return true;
-}
-
-bool SettingsModel::SetToDefault(const QModelIndex& index)
-{
-    return ChangeCell(index, [](Record& record, int bit) {
-        return record.SetMemberValue(bit, record.MemberDefault(bit));
-    });
-}
-
-bool SettingsModel::Unset(const QModelIndex& index)
-{
-    return ChangeCell(index, [](Record& record, int bit) {
-        record.ResetMember(bit);
-        return true;
-    });
-}
-
-bool SettingsModel::setData(const QModelIndex& index, const QVariant& value, int role)
-{
-    if (role == IsSetRole) {
-        if (value.toBool())
-            return ChangeCell(index, [](Record& record, int bit) {
-                return record.SetMemberValue(bit, record.MemberValue(bit));
-            });
-        return Unset(index);
-    }
-    if (role != Qt::EditRole)
-        return false;
-    return ChangeCell(
-        index, [&value](Record& record, int bit) { return record.SetMemberValue(bit, value); });
-}
-
 int SettingsModel::rowCount(const QModelIndex& parent) const
 {
     if (parent.isValid() || !m_document)
@@ -339,55 +190,27 @@ int SettingsModel::columnCount(const QModelIndex& parent) const
     return parent.isValid() ? 0 : static_cast<int>(m_columns.size());
 }
 
-QStringList SettingsModel::CellFindings(int row, int column) const
-{
-    QStringList lines;
-    const RowFindings& findings = m_rows[static_cast<size_t>(row)];
-    for (const Located& entry : findings.read)
-        if (entry.column == column)
-            lines.append(FindingLine(entry.finding));
-    for (const Located& entry : findings.check)
-        if (entry.column == column)
-            lines.append(FindingLine(entry.finding));
-    return lines;
-}
-
-int SettingsModel::CellFault(int row, int column) const
-{
-    int fault = -1;
-    const RowFindings& findings = m_rows[static_cast<size_t>(row)];
-    auto consider = [&fault, column](const Located& entry) {
-        if (entry.column != column)
-            return;
-        const int level = static_cast<int>(entry.finding.level);
-        if (fault < 0 || level < fault)
-            fault = level;
-    };
-    std::for_each(findings.read.begin(), findings.read.end(), consider);
-    std::for_each(findings.check.begin(), findings.check.end(), consider);
-    return fault;
-}
-
 QVariant SettingsModel::data(const QModelIndex& index, int role) const
 {
     if (!IsCell(index))
         return QVariant();
     const Column& column = m_columns[static_cast<size_t>(index.column())];
-    const Record* record = CellRecord(index.row(), column);
+    const Record* shown = ShownRecord(index.row(), column);
     const MemberDescription& member = *column.member;
     switch (role) {
     case Qt::DisplayRole:
-        return ShownMemberValue(*record, member);
+        return ShownSet(index.row(), column) ? ShownMemberValue(*shown, member)
+                                             : QStringLiteral("(unset)");
     case Qt::EditRole:
-        return record->MemberValue(member.bit);
+        return shown->MemberValue(member.bit);
     case Qt::ToolTipRole: {
         const QStringList lines = CellFindings(index.row(), index.column());
         return lines.isEmpty() ? QVariant() : QVariant(lines.join(QLatin1Char('\n')));
     }
     case IsSetRole:
-        return record->IsMemberSet(member.bit);
+        return ShownSet(index.row(), column);
     case DefaultRole:
-        return record->MemberDefault(member.bit);
+        return CellRecord(index.row(), column)->MemberDefault(member.bit);
     case DisplayNamesRole:
         return member.kind == MemberKind::Enumeration
                    ? QVariant(MemberDisplayNames(*column.record, member))
@@ -444,24 +267,35 @@ Qt::ItemFlags SettingsModel::flags(const QModelIndex& index) const
 
 bool SettingsModel::InsertRecord(int row, const Record& item)
 {
-    if (m_listBit < 0 || row < 0 || row > rowCount())
+    m_refusal.clear();
+    if (m_listBit < 0 || row < 0 || row > rowCount()) {
+        m_refusal = QStringLiteral("no row can go there");
         return false;
+    }
     if (&item.GetDescription() !=
-        m_document->GetDescription().members.at(static_cast<size_t>(m_listBit)).nested())
+        m_document->GetDescription().members.at(static_cast<size_t>(m_listBit)).nested()) {
+        m_refusal = QStringLiteral("a %1 is no item of the list").arg(item.GetDescription().name);
         return false;
+    }
     // The list's append refuses an incomplete item with validation on; it is not inserted.
-    if (m_document->GetValidate() && !item.HasData())
+    if (m_document->GetValidate() && !item.HasData()) {
+        m_refusal = QStringLiteral("%1: Tried to append not completely defined or invalid item "
+                                   "%2.")
+                        .arg(m_document->GetObjectName(), item.GetDescription().name);
         return false;
+    }
     beginInsertRows(QModelIndex(), row, row);
     bool inserted = false;
     try {
+        ObserveReading quiet([](const ReadFinding&) {});
         inserted = m_document->InsertListItem(m_listBit, row, item);
-    } catch (const std::exception&) {
+    } catch (const std::exception& refused) {
+        m_refusal = QString::fromUtf8(refused.what());
         inserted = false;
     }
     if (inserted) {
-        m_rows.insert(m_rows.begin() + row, RowFindings());
-        m_rows[static_cast<size_t>(row)].check = CheckRow(row);
+        m_rows.insert(m_rows.begin() + row, RowState());
+        Refresh(row);
     }
     endInsertRows();
     CheckRoot();
@@ -472,16 +306,25 @@ bool SettingsModel::insertRows(int row, int count, const QModelIndex& parent)
 {
     if (parent.isValid() || m_listBit < 0 || count < 1 || row < 0 || row > rowCount())
         return false;
-    std::unique_ptr<Record> item = m_document->NewMemberRecord(m_listBit);
-    item->ResetToDefault();
-    for (int i = 0; i < count; ++i)
-        if (!InsertRecord(row + i, *item))
+    const auto* settings = dynamic_cast<const KVT317_Settings*>(m_document.get());
+    for (int i = 0; i < count; ++i) {
+        bool inserted = false;
+        if (settings) {
+            inserted = InsertRecord(row + i, NextSettingsDetail(*settings));
+        } else {
+            std::unique_ptr<Record> item = m_document->NewMemberRecord(m_listBit);
+            item->ResetToDefault();
+            inserted = InsertRecord(row + i, *item);
+        }
+        if (!inserted)
             return false;
+    }
     return true;
 }
 
 bool SettingsModel::removeRows(int row, int count, const QModelIndex& parent)
 {
+    m_refusal.clear();
     if (parent.isValid() || m_listBit < 0 || count < 1 || row < 0 || row + count > rowCount())
         return false;
     beginRemoveRows(QModelIndex(), row, row + count - 1);
@@ -496,6 +339,7 @@ bool SettingsModel::removeRows(int row, int count, const QModelIndex& parent)
 bool SettingsModel::moveRows(const QModelIndex& sourceParent, int sourceRow, int count,
                              const QModelIndex& destinationParent, int destinationChild)
 {
+    m_refusal.clear();
     if (sourceParent.isValid() || destinationParent.isValid() || m_listBit < 0 || count < 1 ||
         sourceRow < 0 || sourceRow + count > rowCount() || destinationChild < 0 ||
         destinationChild > rowCount() ||
@@ -538,7 +382,7 @@ std::vector<SettingsModel::CellFinding> SettingsModel::Findings() const
 std::vector<ReadFinding> SettingsModel::StandingReadFindings() const
 {
     std::vector<ReadFinding> standing = m_documentRead;
-    for (const RowFindings& row : m_rows)
+    for (const RowState& row : m_rows)
         for (const Located& entry : row.read)
             standing.push_back(entry.finding);
     return standing;

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "KVT317XmlModelExport.h"
+#include "SettingsDocument.h"
 
 #include <ReadObserver.h>
 #include <Record.h>
@@ -17,20 +18,34 @@ namespace KVT317XML {
 ///
 /// For a KVT317_Settings document a row per KVT317SettingsDetail and a column per member of
 /// the detail, the members of its FrequencyRange in columns of their own; for a
-/// BearingSettings document one row with a column per member. Header data gives the member
-/// names.
+/// BearingSettings document one row with a column per member. The members that identify a
+/// row (its XML attributes: Name and index, Name and Index) come first, then the others in
+/// member order. Header data gives the member names.
 ///
-/// Values are read and written through the member tables (Record::MemberValue(),
-/// Record::SetMemberValue(), Record::ResetMember()), so every edit is checked and reported
-/// exactly as the typed setters do it, with the document's validation switch and logger. A
-/// value the library refuses (one that does not convert, or one that raises with validation
-/// on) is not stored, and setData() returns false.
+/// A cell shows what a save writes and a load gives back (DocumentAsSaved() in the binary
+/// form, which keeps every text as it is; an XML save that would lose a character is refused
+/// by SaveSettingsDocument()): it is set where, and only where, a save writes the member
+/// (members that are always written are set even before an edit sets them; the members of a
+/// frequency range the detail does not write are unset), with the value as it is written
+/// (decimals, date-times).
 ///
-/// Each cell carries its findings: the located findings of the load that gave the document
-/// (until the cell is edited) and the messages of the record's Check(), redone for a row
-/// whenever it changes. A change emits dataChanged() for exactly the cells whose data
-/// changed. Findings about a row's record as a whole are those of its vertical header
-/// (Qt::ToolTipRole, FindingsRole, FaultRole).
+/// Values are written through the member tables (Record::SetMemberValue(),
+/// Record::ResetMember()), with the document's validation switch. Every edit is tried on a
+/// copy of the row first: one that the library refuses (a value that does not convert, a
+/// report, one that raises with validation on), or whose result a save in XML or in the
+/// binary form would not give back as it is (more decimals than the member keeps, a
+/// date-time outside the years the text form carries, a character XML cannot carry, an
+/// enumerator outside the names, a null text, the unset of a member that is always written)
+/// leaves the document as it was, byte for byte; setData() returns false and LastRefusal()
+/// says why.
+///
+/// The document reports to a logger of the model's own, never to standard error; what the
+/// library says arrives as findings. Each cell carries its findings: the located findings of
+/// the load that gave the document (until the cell is edited), the messages of the row's
+/// Check(), and what a save of the row would find when loaded back and checked. They are
+/// redone for a row whenever it changes. A change emits dataChanged() for exactly the cells
+/// whose data changed in any role. Findings about a row's record as a whole are those of its
+/// vertical header (Qt::ToolTipRole, FindingsRole, FaultRole).
 class KVT317XMLMODEL_EXPORT SettingsModel : public QAbstractTableModel
 {
     Q_OBJECT
@@ -40,7 +55,7 @@ public:
     /// it, see ShownMemberValue()), Qt::EditRole (a QVariant of the member's natural type,
     /// see Record::MemberValue()) and Qt::ToolTipRole (the cell's findings, a line each).
     enum Role {
-        IsSetRole = Qt::UserRole + 1, ///< bool: whether the member is set; false unsets it
+        IsSetRole = Qt::UserRole + 1, ///< bool: whether a save writes the member; false unsets it
         DefaultRole,                  ///< the member's default, as Qt::EditRole gives values
         DisplayNamesRole,             ///< QStringList: an enumeration's names as shown (GetGUIXs())
         NamesRole,                    ///< QStringList: an enumeration's names
@@ -89,6 +104,8 @@ public:
     /// Inserts a copy of @p item at @p row, under the rule of the list's append (with
     /// validation on an incomplete item is refused). False when nothing was inserted.
     bool InsertRecord(int row, const Record& item);
+    /// Why the last edit, insertion or move was refused; empty after one that was done.
+    QString LastRefusal() const { return m_refusal; }
 
     /// Every finding, the document's first, then row by row, each row's read findings
     /// before its check findings.
@@ -111,7 +128,8 @@ public:
     /// Qt::EditRole: sets the member (see Record::SetMemberValue()); IsSetRole false: unsets
     /// it. False, changing nothing, when the library refuses the value.
     bool setData(const QModelIndex& index, const QVariant& value, int role = Qt::EditRole) override;
-    /// Inserts new records, each reset to its defaults.
+    /// Inserts new details, each complete and valid: NextSettingsDetail(), with a name and
+    /// index no other detail uses.
     bool insertRows(int row, int count, const QModelIndex& parent = QModelIndex()) override;
     /// Removes details.
     bool removeRows(int row, int count, const QModelIndex& parent = QModelIndex()) override;
@@ -132,31 +150,39 @@ private:
         int column = -1;
         ReadFinding finding; ///< the finding itself
     };
-    struct RowFindings {
+    struct RowState {
         std::vector<Located> read;
-        std::vector<Located> check;
+        std::vector<Located> check;   // the row's Check(), and what its save would find
+        std::unique_ptr<Record> view; // the row as a save writes it and a load gives it back
     };
+    enum class EditKind { Value, Default, Unset };
+    using Snapshot = std::vector<QVariant>;
 
     bool IsCell(const QModelIndex& index) const;
     Record* MutableRowRecord(int row);
     const Record* CellRecord(int row, const Column& column) const;
-    Record* MutableCellRecord(int row, const Column& column);
+    const Record* ShownRecord(int row, const Column& column) const;
+    bool ShownSet(int row, const Column& column) const;
     int LocateColumn(const ReadPath& path, int from, const MemberDescription* member) const;
-    std::vector<Located> CheckRow(int row) const;
-    void CheckDocument();
+    void Refresh(int row);
     void CheckRoot();
-    void Recheck(int row, QVector<int>& changedColumns);
-    void EmitChanged(int row, const QVector<int>& columns);
-    template <class Change> bool ChangeCell(const QModelIndex& index, Change change);
+    bool Edit(const QModelIndex& index, EditKind kind, const QVariant& value);
+    bool Apply(Record& row, const Column& column, EditKind kind, const QVariant& value,
+               QString& why) const;
+    bool Carried(const Record& row, const Column& column, EditKind kind, QString& why) const;
+    Snapshot Snap(int row) const;
+    void EmitChanged(int row, const Snapshot& before);
     QStringList CellFindings(int row, int column) const;
     int CellFault(int row, int column) const;
 
     std::unique_ptr<Record> m_document;
+    std::shared_ptr<REPORTGENERATOR::Logger> m_logger;
     std::vector<Column> m_columns;
     int m_listBit = -1;
-    std::vector<RowFindings> m_rows;
+    std::vector<RowState> m_rows;
     std::vector<ReadFinding> m_documentRead;
     std::vector<ReadFinding> m_documentCheck;
+    QString m_refusal;
 };
 
 /// A finding in one line: "line L, column C: message" for XML, "offset N: message" for the

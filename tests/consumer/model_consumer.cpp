@@ -16,7 +16,7 @@ int main()
                            true);
     KVT317XML::SettingsModel model;
     model.SetDocument(std::move(settings));
-    const QModelIndex stop = model.index(0, 7);
+    const QModelIndex stop = model.index(0, 9); // after Name, index and seven members
     const QString before = model.data(stop).toString();
     const bool edited = model.setData(stop, 162025000.0);
     const QString after = model.data(stop).toString();

@@ -7,6 +7,8 @@
 #include <SettingsDocument.h>
 #include <SettingsModel.h>
 
+#include "ModelTestSupport.h"
+
 #include <QAbstractItemModelTester>
 #include <QDateTime>
 #include <QDir>
@@ -20,97 +22,7 @@
 
 using namespace KVT317XML;
 
-// Readable failures.
-QT_BEGIN_NAMESPACE
-inline void PrintTo(const QString& text, std::ostream* out)
-{
-    *out << '"' << text.toStdString() << '"';
-}
-inline void PrintTo(const QStringList& texts, std::ostream* out)
-{
-    *out << '[' << texts.join(QStringLiteral("\", \"")).toStdString() << ']';
-}
-inline void PrintTo(const QVariant& value, std::ostream* out)
-{
-    *out << value.typeName() << ' ' << value.toString().toStdString();
-}
-QT_END_NAMESPACE
-
-namespace {
-
-const QString SourceDir = QStringLiteral(KVT317_SOURCE_DIR);
-
-// A model with its tester; the tester checks every signal the model sends from then on.
-struct Watched {
-    SettingsModel model;
-    QAbstractItemModelTester tester{&model, QAbstractItemModelTester::FailureReportingMode::Fatal};
-};
-
-std::unique_ptr<Watched> Load(Watched* into, const QString& path)
-{
-    std::unique_ptr<Watched> made;
-    if (!into) {
-        made = std::make_unique<Watched>();
-        into = made.get();
-    }
-    LoadedDocument document = LoadSettingsDocument(path);
-    EXPECT_TRUE(document.error.isEmpty()) << qPrintable(document.error);
-    into->model.SetDocument(std::move(document.record), std::move(document.findings));
-    return made;
-}
-
-QString WriteFile(const QTemporaryDir& dir, const QString& name, const QByteArray& bytes)
-{
-    const QString path = dir.filePath(name);
-    QFile file(path);
-    EXPECT_TRUE(file.open(QIODevice::WriteOnly));
-    file.write(bytes);
-    return path;
-}
-
-// Every cell in every role, so that the tester and the model's own checks see them all.
-void ReadEveryCell(const SettingsModel& model)
-{
-    const QList<int> roles = model.roleNames().keys();
-    for (int row = 0; row < model.rowCount(); ++row)
-        for (int column = 0; column < model.columnCount(); ++column)
-            for (int role : roles)
-                (void)model.data(model.index(row, column), role);
-}
-
-// The cells a dataChanged spy saw, as "row,column" for each cell of each signal.
-QStringList ChangedCells(const QSignalSpy& spy)
-{
-    QStringList cells;
-    for (const QList<QVariant>& signal : spy) {
-        const QModelIndex from = signal.at(0).value<QModelIndex>();
-        const QModelIndex to = signal.at(1).value<QModelIndex>();
-        for (int row = from.row(); row <= to.row(); ++row)
-            for (int column = from.column(); column <= to.column(); ++column)
-                cells.append(QStringLiteral("%1,%2").arg(row).arg(column));
-    }
-    return cells;
-}
-
-QStringList Column(const SettingsModel& model, int column, int role = Qt::DisplayRole)
-{
-    QStringList values;
-    for (int row = 0; row < model.rowCount(); ++row)
-        values.append(model.data(model.index(row, column), role).toString());
-    return values;
-}
-
-int ColumnNamed(const SettingsModel& model, const QString& name)
-{
-    for (int column = 0; column < model.columnCount(); ++column)
-        if (model.headerData(column, Qt::Horizontal).toString() == name)
-            return column;
-    return -1;
-}
-
-} // namespace
-
-TEST(SettingsModel, EveryTestDocumentPassesTheTester)
+TEST_F(Model, EveryTestDocumentPassesTheTester)
 {
     QStringList paths;
     for (const QString& name : QDir(SourceDir + QStringLiteral("/examples"))
@@ -133,7 +45,7 @@ TEST(SettingsModel, EveryTestDocumentPassesTheTester)
     EXPECT_GE(shown, 6);
 }
 
-TEST(SettingsModel, ShowsTheExampleRowByDetail)
+TEST_F(Model, ShowsTheExampleRowByDetail)
 {
     auto watched = Load(nullptr, SourceDir + QStringLiteral("/examples/settings.xml"));
     const SettingsModel& model = watched->model;
@@ -142,10 +54,12 @@ TEST(SettingsModel, ShowsTheExampleRowByDetail)
     for (int column = 0; column < model.columnCount(); ++column)
         headers.append(model.headerData(column, Qt::Horizontal).toString());
     EXPECT_EQ(headers.join(QLatin1Char(' ')),
-              QStringLiteral("AntennaPol AntPreAmp AverageMode BandwidthDF BlockAveragingTime "
-                             "DF_Alt StartFrequency StopFrequency Real_Time_Bandwidth "
-                             "ScanMemoryID DFPan_Selectivity Threshold StopTime AttSelect "
-                             "AttenuationHoldValue AttenuationHoldTime Name index"));
+              QStringLiteral("Name index AntennaPol AntPreAmp AverageMode BandwidthDF "
+                             "BlockAveragingTime DF_Alt StartFrequency StopFrequency "
+                             "Real_Time_Bandwidth ScanMemoryID DFPan_Selectivity Threshold "
+                             "StopTime AttSelect AttenuationHoldValue AttenuationHoldTime"));
+    EXPECT_EQ(ColumnNamed(model, "Name"), 0);
+    EXPECT_EQ(ColumnNamed(model, "index"), 1);
     EXPECT_EQ(Column(model, ColumnNamed(model, "Name")),
               QStringList({"VHF airband", "Marine VHF", "UHF survey"}));
     EXPECT_EQ(Column(model, ColumnNamed(model, "StopFrequency")),
@@ -186,7 +100,7 @@ TEST(SettingsModel, ShowsTheExampleRowByDetail)
     EXPECT_EQ(roles.value(SettingsModel::FindingsRole), QByteArray("findings"));
 }
 
-TEST(SettingsModel, ABearingDocumentIsOneRow)
+TEST_F(Model, ABearingDocumentIsOneRow)
 {
     auto watched = Load(nullptr, SourceDir + QStringLiteral("/examples/bearing-settings.xml"));
     const SettingsModel& model = watched->model;
@@ -213,7 +127,7 @@ TEST(SettingsModel, ABearingDocumentIsOneRow)
     ReadEveryCell(model);
 }
 
-TEST(SettingsModel, AnEditChangesExactlyItsCell)
+TEST_F(Model, AnEditChangesExactlyItsCell)
 {
     auto watched = Load(nullptr, SourceDir + QStringLiteral("/examples/settings.xml"));
     SettingsModel& model = watched->model;
@@ -244,7 +158,7 @@ TEST(SettingsModel, AnEditChangesExactlyItsCell)
     ReadEveryCell(model);
 }
 
-TEST(SettingsModel, ARefusedValueIsNotStored)
+TEST_F(Model, ARefusedValueIsNotStored)
 {
     auto watched = Load(nullptr, SourceDir + QStringLiteral("/examples/settings.xml"));
     SettingsModel& model = watched->model;
@@ -264,7 +178,7 @@ TEST(SettingsModel, ARefusedValueIsNotStored)
     EXPECT_EQ(changed.count(), 0);
 }
 
-TEST(SettingsModel, ACellGoesBackToItsDefaultOrToUnset)
+TEST_F(Model, ACellGoesBackToItsDefaultOrToUnset)
 {
     auto watched = Load(nullptr, SourceDir + QStringLiteral("/examples/settings.xml"));
     SettingsModel& model = watched->model;
@@ -282,20 +196,22 @@ TEST(SettingsModel, ACellGoesBackToItsDefaultOrToUnset)
     EXPECT_EQ(model.data(name, SettingsModel::IsSetRole), QVariant(false));
     EXPECT_EQ(ChangedCells(changed), QStringList({QStringLiteral("0,%1").arg(name.column())}));
 
-    // A required member unset: its check finding appears in its cell alone.
+    // A required member is saved whether set or not: it cannot be unset, and the document
+    // stays as it was.
     changed.clear();
     const QModelIndex scan = model.index(2, ColumnNamed(model, "ScanMemoryID"));
-    EXPECT_TRUE(model.Unset(scan));
-    EXPECT_EQ(model.data(scan).toString(), QStringLiteral("(unset)"));
-    EXPECT_EQ(ChangedCells(changed), QStringList({QStringLiteral("2,%1").arg(scan.column())}));
-    EXPECT_EQ(model.data(scan, SettingsModel::FaultRole), QVariant(0));
-    EXPECT_EQ(model.data(scan, Qt::ToolTipRole).toString(),
-              QStringLiteral("KVT317SettingsDetail: Please set ScanMemoryID properly."));
-    EXPECT_EQ(model.data(model.index(2, 0), Qt::ToolTipRole), QVariant());
+    const QByteArray before = model.Document()->GetXmlString().toUtf8();
+    EXPECT_FALSE(model.Unset(scan));
+    EXPECT_EQ(model.LastRefusal(),
+              QStringLiteral("ScanMemoryID is always saved; it cannot be unset"));
+    EXPECT_EQ(model.data(scan).toString(), QStringLiteral("30"));
+    EXPECT_EQ(model.data(scan, SettingsModel::IsSetRole), QVariant(true));
+    EXPECT_EQ(changed.count(), 0);
+    EXPECT_EQ(model.Document()->GetXmlString().toUtf8(), before);
     ReadEveryCell(model);
 }
 
-TEST(SettingsModel, RowsAreInsertedRemovedAndMoved)
+TEST_F(Model, RowsAreInsertedRemovedAndMoved)
 {
     auto watched = Load(nullptr, SourceDir + QStringLiteral("/examples/settings.xml"));
     SettingsModel& model = watched->model;
@@ -303,7 +219,7 @@ TEST(SettingsModel, RowsAreInsertedRemovedAndMoved)
     EXPECT_TRUE(model.insertRows(1, 2));
     EXPECT_EQ(model.rowCount(), 5);
     EXPECT_EQ(Column(model, name),
-              QStringList({"VHF airband", "(unset)", "(unset)", "Marine VHF", "UHF survey"}));
+              QStringList({"VHF airband", "Setting 4", "Setting 5", "Marine VHF", "UHF survey"}));
     EXPECT_EQ(model.data(model.index(1, ColumnNamed(model, "Threshold"))).toString(),
               QString::fromUtf8("20 dB\u00B5V"));
     EXPECT_TRUE(model.removeRows(1, 2));
@@ -329,7 +245,7 @@ TEST(SettingsModel, RowsAreInsertedRemovedAndMoved)
     EXPECT_EQ(Column(model, name), QStringList({"VHF airband", "Marine VHF", "UHF survey"}));
 }
 
-TEST(SettingsModel, CellsCarryTheirLocatedFindings)
+TEST_F(Model, CellsCarryTheirLocatedFindings)
 {
     QTemporaryDir dir;
     const QString path = WriteFile(dir, "faulty.xml",
