@@ -8,6 +8,7 @@
 #include <DocumentFile.h>
 #include <KVT317_Settings.h>
 #include <Logger.h>
+#include <RGException.h>
 
 #include <QAction>
 #include <QCryptographicHash>
@@ -261,27 +262,36 @@ EditorWindow::Written EditorWindow::WriteThroughEdit(const QString& path, QByteA
     }));
     bool changed = false;
     QByteArray expected;
-    const bool done = scratch->EditFile(
-        path,
-        [&](REPORTGENERATOR::IRGObject&) {
-            QByteArray bytes;
-            const QByteArray digest = DiskDigest(path, &bytes);
-            if (digest != m_diskDigest) {
+    bool done = false;
+    // A report raised inside the edit leaves the file untouched; the editor says why.
+    try {
+        done = scratch->EditFile(
+            path,
+            [&](REPORTGENERATOR::IRGObject&) {
+                QByteArray bytes;
+                const QByteArray digest = DiskDigest(path, &bytes);
+                if (digest != m_diskDigest) {
+                    tried = true;
+                    changed = true;
+                    seen = digest;
+                    return false;
+                }
+                // The edit saves in the file's form; a file in another form is left to the
+                // direct write, which keeps the editor's.
+                if (!InForm(bytes, false, m_form) || !CopyDocument(document, *scratch))
+                    return false;
                 tried = true;
-                changed = true;
-                seen = digest;
-                return false;
-            }
-            // The edit saves in the file's form; a file in another form is left to the
-            // direct write, which keeps the editor's.
-            if (!InForm(bytes, false, m_form) || !CopyDocument(document, *scratch))
-                return false;
-            tried = true;
-            expected = SavedBytes(*scratch, m_form);
-            saving = true;
-            return true;
-        },
-        lockWait);
+                expected = SavedBytes(*scratch, m_form);
+                saving = true;
+                return true;
+            },
+            lockWait);
+    } catch (const REPORTGENERATOR::RGException& exception) {
+        saveReports.emplace_back(static_cast<int>(LogLevel::Error), exception.GetMessage());
+        tried = true;
+        changed = false;
+        done = false;
+    }
     scratch->SetLogger(nullptr);
     for (const auto& report : saveReports)
         m_pending.push_back(report);

@@ -167,7 +167,9 @@ private slots:
     void anOutsideChangeIsKeptOverUnsavedEdits();
     void aSaveAfterAnOutsideChangeAsks();
     void aLockedFileIsNotSaved();
+    void aToolEditIsNotOverwritten();
     void reportsGoToThePanel();
+    void binaryFormsAreKept();
     void versionAndHelp();
 
 private:
@@ -327,6 +329,32 @@ QStringList PanelLines(const QTreeWidget& findings)
     return lines;
 }
 
+void EditorDiskTest::aToolEditIsNotOverwritten()
+{
+    EditorWindow window;
+    QList<Asked> asked;
+    QList<Choice> answers = {Choice::Cancel, Choice::KeepMine};
+    Answer(window, asked, answers);
+    QVERIFY(window.Open(m_path));
+    QVERIFY(EditLevelThreshold(window, -80));
+
+    // `kvt317 set` between the editor's load and its save.
+    QProcess tool;
+    tool.start(
+        QStringLiteral(KVT317_TOOL_PROGRAM),
+        {QStringLiteral("set"), m_path, QStringLiteral("AngleSamples"), QStringLiteral("720")});
+    QVERIFY(tool.waitForFinished(10000));
+    QCOMPARE(tool.exitCode(), 0);
+    QCOMPARE(ReadAll(m_path), Outside);
+
+    QVERIFY(!window.Save());
+    QCOMPARE(asked, QList<Asked>({Asked{NoticedBy::Save, true}}));
+    QCOMPARE(ReadAll(m_path), Outside);
+    QVERIFY(window.Save());
+    QCOMPARE(asked.size(), 2);
+    QCOMPARE(ReadAll(m_path), Mine);
+}
+
 void EditorDiskTest::reportsGoToThePanel()
 {
     // DFMode "Sideways" is no name of the enumeration: its setter reports while the
@@ -374,6 +402,46 @@ void EditorDiskTest::reportsGoToThePanel()
              QByteArray(Mine).replace("<DFMode>Gate</DFMode>", "<DFMode></DFMode>"));
     // Nothing reached the default logger's output.
     QCOMPARE(defaultLoggerLines, QStringList());
+}
+
+void EditorDiskTest::binaryFormsAreKept()
+{
+    const QString source = QStringLiteral(KVT317_SOURCE_DIR "/examples/");
+    const QString binary = m_dir.filePath(QStringLiteral("bearing.bin"));
+    QFile::remove(binary);
+    QVERIFY(QFile::copy(source + QStringLiteral("bearing-settings.bin"), binary));
+    EditorWindow window;
+    QList<Asked> asked;
+    QList<Choice> answers;
+    Answer(window, asked, answers);
+    QVERIFY(window.Open(binary));
+    QVERIFY(EditLevelThreshold(window, -80));
+    QVERIFY(window.Save());
+    // LevelThreshold is a 32-bit big-endian entry: -95 becomes -80, and nothing else changes.
+    QByteArray expected = ReadAll(source + QStringLiteral("bearing-settings.bin"));
+    QCOMPARE(expected.count(QByteArray::fromHex("ffffffa1")), 1);
+    expected.replace(QByteArray::fromHex("ffffffa1"), QByteArray::fromHex("ffffffb0"));
+    QCOMPARE(ReadAll(binary), expected);
+    // The editor knows the bytes it wrote: its own save is no change on disk.
+    QTest::qWait(300);
+    QCOMPARE(asked.size(), 0);
+
+    const QString compressed = m_dir.filePath(QStringLiteral("settings.binz"));
+    QFile::remove(compressed);
+    QVERIFY(QFile::copy(source + QStringLiteral("settings.binz"), compressed));
+    QVERIFY(QFile::setPermissions(compressed, QFile::ReadOwner | QFile::WriteOwner));
+    QVERIFY(window.Open(compressed));
+    const int threshold = ColumnNamed(window.Model(), QStringLiteral("Threshold"));
+    QVERIFY(threshold >= 0);
+    window.UndoStack()->push(new SetCellCommand(window.Model(), 0, threshold,
+                                                SetCellCommand::Change::Value, QVariant(33)));
+    QVERIFY(window.Save());
+    QVERIFY(ReadAll(compressed).startsWith("KVTZ"));
+    QTest::qWait(300);
+    QCOMPARE(asked.size(), 0);
+    EditorWindow again;
+    QVERIFY(again.Open(compressed));
+    QCOMPARE(again.Model().index(0, threshold).data(Qt::EditRole), QVariant(33));
 }
 
 void EditorDiskTest::versionAndHelp()
