@@ -326,7 +326,6 @@ EditorWindow::Written EditorWindow::WriteDirect(const QString& path, bool compar
         return Written::Changed;
     }
     const Record& document = *m_model.Document();
-    const size_t before = m_pending.size();
     QByteArray bytes;
     bool saved = false;
     QStringList errors;
@@ -339,11 +338,24 @@ EditorWindow::Written EditorWindow::WriteDirect(const QString& path, bool compar
         if (!saved)
             errors.append(fault);
     } else {
-        bytes = SavedBytes(document, m_form);
-        saved = KVT317XML::SaveSettingsDocument(document, path, m_form);
-        for (size_t i = before; i < m_pending.size(); ++i)
-            if (m_pending[i].first == static_cast<int>(LogLevel::Error))
-                errors.append(m_pending[i].second);
+        // A copy saves, so that the save's reports are the editor's to show, whatever
+        // logger the document has.
+        std::unique_ptr<Record> copy = KVT317XML::NewRecord(document.GetDescription());
+        copy->SetValidate(false);
+        copy->SetLogger(std::make_shared<Logger>([&](LogLevel level, const QString& message) {
+            m_pending.emplace_back(static_cast<int>(level), message);
+            if (level == LogLevel::Error)
+                errors.append(message);
+        }));
+        if (CopyDocument(document, *copy)) {
+            bytes = SavedBytes(*copy, m_form);
+            try {
+                saved = KVT317XML::SaveSettingsDocument(*copy, path, m_form);
+            } catch (const REPORTGENERATOR::RGException& exception) {
+                errors.append(exception.GetMessage());
+            }
+        }
+        copy->SetLogger(nullptr);
     }
     if (!saved) {
         ShowReports(errors, path);

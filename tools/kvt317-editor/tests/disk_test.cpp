@@ -425,6 +425,12 @@ void EditorDiskTest::binaryFormsAreKept()
     // The editor knows the bytes it wrote: its own save is no change on disk.
     QTest::qWait(300);
     QCOMPARE(asked.size(), 0);
+    // Saved as a new file, under the same lock, in the same form.
+    const QString copy = m_dir.filePath(QStringLiteral("copy.bin"));
+    QFile::remove(copy);
+    QVERIFY(window.SaveAs(copy));
+    QCOMPARE(ReadAll(copy), expected);
+    QCOMPARE(window.FilePath(), copy);
 
     const QString compressed = m_dir.filePath(QStringLiteral("settings.binz"));
     QFile::remove(compressed);
