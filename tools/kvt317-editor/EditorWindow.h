@@ -36,9 +36,12 @@ public:
 
     // Opens a document file; false, with the reason shown, when it cannot be loaded.
     bool Open(const QString& path);
-    // Saves in the document's own form; a save that would change what the file holds beyond
-    // the edits asks first. False when nothing was saved.
+    // Saves in the document's own form, holding the file's lock; a save that would change
+    // what the file holds beyond the edits asks first, and so does one that would write over
+    // a change made on disk since the editor read or wrote the file. False when nothing was
+    // saved (the lock held by another program, a refusal, the library's refusal).
     bool Save();
+    // Saves to @p path (Save() when it is the open file), then edits that file.
     bool SaveAs(const QString& path);
 
     KVT317XML::SettingsModel& Model() { return m_model; }
