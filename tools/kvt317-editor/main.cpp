@@ -23,11 +23,12 @@ void Describe(QCommandLineParser& parser)
                                  QStringLiteral("[file]"));
 }
 
-// Whether the arguments only ask for help or the version, which need no display.
+// Whether the arguments ask for help or the version, which need no display. (--help-all
+// lists the options of QApplication as well, which only QApplication knows.)
 bool OnlyAsks(int argc, char* argv[])
 {
     for (int i = 1; i < argc; ++i)
-        for (const char* option : {"-h", "--help", "-?", "--help-all", "-v", "--version"})
+        for (const char* option : {"-h", "--help", "-?", "-v", "--version"})
             if (std::strcmp(argv[i], option) == 0)
                 return true;
     return false;
