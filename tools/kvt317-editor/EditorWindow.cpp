@@ -160,9 +160,10 @@ EditorWindow::EditorWindow(QWidget* parent)
 
 EditorWindow::~EditorWindow()
 {
+    // The document's logger reports to this window, and the commands refer to the model.
     if (m_model.Document())
-        m_model.Document()->SetLogger(nullptr); // its sink reports to this window
-    m_undo->clear();                            // the commands refer to the model
+        m_model.Document()->SetLogger(nullptr);
+    m_undo->clear();
 }
 
 void EditorWindow::BuildActions()
