@@ -375,13 +375,23 @@ void EditorWindow::ShowReports(const QStringList& errors, const QString& path)
 void EditorWindow::Watch()
 {
     // A save replaces the file by renaming a new one onto it, and the watch ends with the
-    // old file: it is taken up again for the new one.
-    const QStringList watched = m_watcher->files();
-    for (const QString& file : watched)
+    // old file: it is taken up again for the new one. The directory is watched as well, for
+    // a file removed and written anew.
+    const QString directory = m_path.isEmpty() ? QString() : QFileInfo(m_path).absolutePath();
+    const QStringList files = m_watcher->files();
+    for (const QString& file : files)
         if (file != m_path)
             m_watcher->removePath(file);
-    if (!m_path.isEmpty() && !m_watcher->files().contains(m_path) && QFileInfo::exists(m_path))
+    const QStringList directories = m_watcher->directories();
+    for (const QString& watched : directories)
+        if (watched != directory)
+            m_watcher->removePath(watched);
+    if (m_path.isEmpty())
+        return;
+    if (!m_watcher->files().contains(m_path) && QFileInfo::exists(m_path))
         m_watcher->addPath(m_path);
+    if (!m_watcher->directories().contains(directory) && QFileInfo::exists(directory))
+        m_watcher->addPath(directory);
 }
 
 void EditorWindow::DiskChanged()
@@ -399,6 +409,15 @@ void EditorWindow::CheckDisk()
     const QByteArray digest = DiskDigest(m_path);
     if (digest == m_diskDigest)
         return; // the editor's own save, or the same content written again
+    if (!QFileInfo::exists(m_path)) {
+        // Nothing to reload and nothing to lose: a save writes the file again.
+        m_diskDigest = digest;
+        m_undo->resetClean();
+        UpdateTitle();
+        statusBar()->showMessage(tr("%1 was removed or renamed on disk; saving writes it again")
+                                     .arg(QFileInfo(m_path).fileName()));
+        return;
+    }
     m_asking = true;
     const DiskChoice choice = askChangedOnDisk(NoticedBy::Watcher, !m_undo->isClean());
     m_asking = false;

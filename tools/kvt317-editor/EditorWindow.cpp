@@ -151,6 +151,7 @@ EditorWindow::EditorWindow(QWidget* parent)
     m_diskTimer->setSingleShot(true);
     m_diskTimer->setInterval(100);
     connect(m_watcher, &QFileSystemWatcher::fileChanged, this, &EditorWindow::DiskChanged);
+    connect(m_watcher, &QFileSystemWatcher::directoryChanged, this, &EditorWindow::DiskChanged);
     connect(m_diskTimer, &QTimer::timeout, this, &EditorWindow::CheckDisk);
 
     BuildActions();

@@ -166,6 +166,7 @@ private slots:
     void anOutsideChangeIsReloaded();
     void anOutsideChangeIsKeptOverUnsavedEdits();
     void aSaveAfterAnOutsideChangeAsks();
+    void aRemovedFileIsWrittenAgain();
     void aLockedFileIsNotSaved();
     void aToolEditIsNotOverwritten();
     void reportsGoToThePanel();
@@ -286,6 +287,32 @@ void EditorDiskTest::aSaveAfterAnOutsideChangeAsks()
     QCOMPARE(Value(window, QStringLiteral("AngleSamples")), QVariant(720));
     QCOMPARE(Value(window, QStringLiteral("LevelThreshold")), QVariant(-95));
     QVERIFY(!window.isWindowModified());
+}
+
+void EditorDiskTest::aRemovedFileIsWrittenAgain()
+{
+    EditorWindow window;
+    QList<Asked> asked;
+    QList<Choice> answers = {Choice::Reload};
+    Answer(window, asked, answers);
+    QVERIFY(window.Open(m_path));
+
+    // Removed: nothing to ask, but the file no longer holds what the editor shows.
+    QVERIFY(QFile::remove(m_path));
+    QTRY_VERIFY_WITH_TIMEOUT(window.isWindowModified(), 5000);
+    QCOMPARE(asked.size(), 0);
+    QVERIFY(window.Save());
+    QCOMPARE(ReadAll(m_path), Original);
+    QCOMPARE(asked.size(), 0);
+
+    // Removed and written anew by another program: that is a change.
+    QTest::qWait(300);
+    QVERIFY(QFile::remove(m_path));
+    QVERIFY(WriteInPlace(m_path, Outside));
+    QTRY_COMPARE_WITH_TIMEOUT(asked.size(), 1, 5000);
+    QCOMPARE(asked.at(0), (Asked{NoticedBy::Watcher, false}));
+    QCOMPARE(Value(window, QStringLiteral("AngleSamples")), QVariant(720));
+    QCOMPARE(ReadAll(m_path), Outside);
 }
 
 void EditorDiskTest::aLockedFileIsNotSaved()
