@@ -70,6 +70,8 @@ InsertDetailCommand::InsertDetailCommand(SettingsModel& model, int row,
     , m_row(row)
     , m_detail(detail)
 {
+    // A copy reports to the default logger; it reports, like the document, to its panel.
+    m_detail.SetLogger(model.Document()->GetLogger());
     setText(text);
 }
 
@@ -88,6 +90,7 @@ RemoveDetailCommand::RemoveDetailCommand(SettingsModel& model, int row)
     , m_row(row)
     , m_detail(*static_cast<const KVT317SettingsDetail*>(model.RowRecord(row)))
 {
+    m_detail.SetLogger(model.Document()->GetLogger());
     setText(QCoreApplication::translate("EditorWindow", "Remove detail %1").arg(row + 1));
 }
 

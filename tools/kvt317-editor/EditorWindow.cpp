@@ -13,14 +13,18 @@
 #include <QDockWidget>
 #include <QFileDialog>
 #include <QFileInfo>
+#include <QFileSystemWatcher>
 #include <QHeaderView>
 #include <QLabel>
 #include <QLineEdit>
 #include <QMenuBar>
 #include <QMessageBox>
+#include <QPushButton>
+#include <QSet>
 #include <QSortFilterProxyModel>
 #include <QStatusBar>
 #include <QTableView>
+#include <QTimer>
 #include <QToolBar>
 #include <QTreeWidget>
 #include <QUndoStack>
@@ -116,6 +120,39 @@ EditorWindow::EditorWindow(QWidget* parent)
     showError = [this](const QString& message) {
         QMessageBox::critical(this, tr("kvt317-editor"), message);
     };
+    askChangedOnDisk = [this](NoticedBy noticedBy, bool unsavedEdits) {
+        const QString name = QFileInfo(m_path).fileName();
+        QMessageBox box(QMessageBox::Warning, tr("File changed on disk"),
+                        noticedBy == NoticedBy::Save
+                            ? tr("%1 was changed on disk by another program since the editor "
+                                 "read it. Saving now would overwrite that change.")
+                                  .arg(name)
+                            : tr("%1 was changed on disk by another program.").arg(name),
+                        QMessageBox::NoButton, this);
+        QPushButton* reload =
+            box.addButton(unsavedEdits ? tr("Reload, discarding my edits") : tr("Reload"),
+                          QMessageBox::DestructiveRole);
+        QPushButton* keep = box.addButton(
+            noticedBy == NoticedBy::Save ? tr("Overwrite with my version") : tr("Keep my version"),
+            QMessageBox::AcceptRole);
+        QPushButton* cancel =
+            noticedBy == NoticedBy::Save ? box.addButton(QMessageBox::Cancel) : nullptr;
+        box.setDefaultButton(cancel ? cancel : keep);
+        box.exec();
+        if (box.clickedButton() == reload)
+            return DiskChoice::Reload;
+        if (box.clickedButton() == keep)
+            return DiskChoice::KeepMine;
+        return cancel ? DiskChoice::Cancel : DiskChoice::KeepMine;
+    };
+
+    m_watcher = new QFileSystemWatcher(this);
+    m_diskTimer = new QTimer(this);
+    m_diskTimer->setSingleShot(true);
+    m_diskTimer->setInterval(100);
+    connect(m_watcher, &QFileSystemWatcher::fileChanged, this, &EditorWindow::DiskChanged);
+    connect(m_watcher, &QFileSystemWatcher::directoryChanged, this, &EditorWindow::DiskChanged);
+    connect(m_diskTimer, &QTimer::timeout, this, &EditorWindow::CheckDisk);
 
     BuildActions();
     UpdateTitle();
@@ -124,7 +161,10 @@ EditorWindow::EditorWindow(QWidget* parent)
 
 EditorWindow::~EditorWindow()
 {
-    m_undo->clear(); // the commands refer to the model
+    // The document's logger reports to this window, and the commands refer to the model.
+    if (m_model.Document())
+        m_model.Document()->SetLogger(nullptr);
+    m_undo->clear();
 }
 
 void EditorWindow::BuildActions()
@@ -194,68 +234,6 @@ void EditorWindow::UpdateTitle()
     const QString name = m_path.isEmpty() ? tr("untitled") : QFileInfo(m_path).fileName();
     setWindowTitle(QStringLiteral("%1[*] \u2014 kvt317-editor").arg(name));
     setWindowModified(!m_undo->isClean());
-}
-
-bool EditorWindow::Open(const QString& path)
-{
-    const bool json = IsJsonDocument(path);
-    KVT317XML::LoadedDocument document =
-        json ? LoadJsonDocument(path) : KVT317XML::LoadSettingsDocument(path);
-    if (!document.record) {
-        showError(document.error);
-        return false;
-    }
-    m_undo->clear();
-    m_path = QFileInfo(path).absoluteFilePath();
-    m_form = document.form;
-    m_json = json;
-    m_model.SetDocument(std::move(document.record), std::move(document.findings));
-    for (QAction* action : m_rowActions)
-        action->setEnabled(m_model.HasRowList());
-    m_undo->setClean();
-    UpdateTitle();
-    statusBar()->showMessage(
-        tr("%1: %2 document")
-            .arg(QFileInfo(path).fileName(),
-                 m_json ? QStringLiteral("JSON") : KVT317XML::DocumentFormName(m_form)));
-    if (m_proxy->rowCount() > 0)
-        m_table->setCurrentIndex(m_proxy->index(0, 0));
-    return true;
-}
-
-bool EditorWindow::Save()
-{
-    if (m_path.isEmpty()) {
-        SaveAsDialog();
-        return !isWindowModified();
-    }
-    return SaveAs(m_path);
-}
-
-bool EditorWindow::SaveAs(const QString& path)
-{
-    if (!m_model.Document())
-        return false;
-    // The file is to hold what the editor shows: what the load took in silence, and no edit
-    // has replaced, would be changed by saving.
-    QStringList reasons;
-    for (const KVT317XML::ReadFinding& finding : m_model.StandingReadFindings())
-        reasons.append(KVT317XML::FindingLine(finding));
-    if (!reasons.isEmpty() && !confirmLossySave(reasons))
-        return false;
-    QString fault;
-    const bool saved = m_json ? SaveJsonDocument(*m_model.Document(), path, &fault)
-                              : KVT317XML::SaveSettingsDocument(*m_model.Document(), path, m_form);
-    if (!saved) {
-        showError(fault.isEmpty() ? tr("%1 could not be saved; the file is as it was.").arg(path)
-                                  : tr("%1; the file is as it was.").arg(fault));
-        return false;
-    }
-    m_path = QFileInfo(path).absoluteFilePath();
-    m_undo->setClean();
-    UpdateTitle();
-    statusBar()->showMessage(tr("Saved %1").arg(QFileInfo(path).fileName()));
-    return true;
 }
 
 void EditorWindow::OpenDialog()
@@ -403,6 +381,23 @@ void EditorWindow::UpdateDiagnostics()
         item->setText(MessageColumn, finding.message);
         item->setData(0, RowData, entry.row);
         item->setData(0, ColumnData, entry.column);
+        items.append(item);
+    }
+    // The library's own reports, besides: those that a finding already carries are not
+    // repeated (a check's reports arrive here too).
+    QSet<QString> shown;
+    for (const SettingsModel::CellFinding& entry : m_model.Findings())
+        shown.insert(entry.finding.message);
+    for (const auto& report : m_pending)
+        if (!shown.contains(report.second))
+            m_reports.push_back(report);
+    m_pending.clear();
+    for (const auto& report : m_reports) {
+        auto* item = new QTreeWidgetItem;
+        item->setText(LevelColumn, levels.value(report.first));
+        item->setText(MessageColumn, report.second);
+        item->setData(0, RowData, -1);
+        item->setData(0, ColumnData, -1);
         items.append(item);
     }
     m_diagnostics->addTopLevelItems(items);

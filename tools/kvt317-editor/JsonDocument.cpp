@@ -60,3 +60,23 @@ bool SaveJsonDocument(const Record& record, const QString& path, QString* fault)
 {
     return REPORTGENERATOR::WriteDocumentFile(path, DocumentJson(record), fault);
 }
+
+QByteArray JsonDocumentBytes(const Record& record)
+{
+    return DocumentJson(record);
+}
+
+bool InForm(const QByteArray& bytes, bool json, DocumentForm form)
+{
+    switch (DetectForm(bytes)) {
+    case Form::Json:
+        return json;
+    case Form::Xml:
+        return !json && form == DocumentForm::Xml;
+    case Form::Binary:
+        return !json && form == DocumentForm::Binary;
+    case Form::Compressed:
+        return !json && form == DocumentForm::Compressed;
+    }
+    return false;
+}

@@ -1,5 +1,6 @@
 // kvt317-editor driven through its widgets, under the offscreen platform.
 
+#include "Commands.h"
 #include "EditorWindow.h"
 
 #include <QAction>
@@ -8,12 +9,15 @@
 #include <QDir>
 #include <QDockWidget>
 #include <QFile>
+#include <QFileInfo>
 #include <QHeaderView>
 #include <QLineEdit>
 #include <QListView>
+#include <QLockFile>
 #include <QMessageBox>
 #include <QPainter>
 #include <QSpinBox>
+#include <QSysInfo>
 #include <QTableView>
 #include <QTemporaryDir>
 #include <QTest>
@@ -170,11 +174,11 @@ int ColumnNamed(const QAbstractItemModel& model, const QString& name)
 }
 
 // Shows the window and makes it the active one, so that editors keep the keyboard focus.
-void Show(EditorWindow& window)
+bool Show(EditorWindow& window)
 {
     window.show();
     QApplication::setActiveWindow(&window);
-    QVERIFY(QTest::qWaitForWindowActive(&window));
+    return QTest::qWaitForWindowActive(&window);
 }
 
 // Return in an editor: the delegate commits the value once the editor has taken the key.
@@ -184,12 +188,14 @@ void Commit(QWidget* editor)
     QCoreApplication::processEvents();
 }
 
-void Trigger(EditorWindow& window, const char* name)
+// Triggers the named action; false when there is none or it is disabled.
+bool Trigger(EditorWindow& window, const char* name)
 {
     QAction* action = window.findChild<QAction*>(QString::fromLatin1(name));
-    QVERIFY2(action, name);
-    QVERIFY2(action->isEnabled(), name);
+    if (!action || !action->isEnabled())
+        return false;
     action->trigger();
+    return true;
 }
 
 QString Shown(const QTableView& table, int row, const QString& member)
@@ -219,7 +225,7 @@ void EditorTest::editUndoRedoAddRemoveSave()
     const QString path = dir.filePath(QStringLiteral("settings.xml"));
     QVERIFY(QFile::copy(SourceDir + QStringLiteral("/examples/settings.xml"), path));
     EditorWindow window;
-    Show(window);
+    QVERIFY(Show(window));
     QVERIFY(window.Open(path));
     QCOMPARE(window.windowTitle(), QString::fromUtf8("settings.xml[*] \u2014 kvt317-editor"));
     QVERIFY(!window.isWindowModified());
@@ -241,10 +247,10 @@ void EditorTest::editUndoRedoAddRemoveSave()
     QCOMPARE(Shown(table, 1, QStringLiteral("Threshold")), QString::fromUtf8("25 dB\u00B5V"));
     QVERIFY(window.isWindowModified());
 
-    Trigger(window, "undo");
+    QVERIFY2(Trigger(window, "undo"), "undo");
     QCOMPARE(Shown(table, 1, QStringLiteral("Threshold")), QString::fromUtf8("15 dB\u00B5V"));
     QVERIFY(!window.isWindowModified());
-    Trigger(window, "redo");
+    QVERIFY2(Trigger(window, "redo"), "redo");
     QCOMPARE(Shown(table, 1, QStringLiteral("Threshold")), QString::fromUtf8("25 dB\u00B5V"));
 
     // AntennaPol of the first detail, the next name in its combo box.
@@ -260,15 +266,15 @@ void EditorTest::editUndoRedoAddRemoveSave()
 
     // A detail added after the last, then removed.
     table.setCurrentIndex(model.index(2, 0));
-    Trigger(window, "addDetail");
+    QVERIFY2(Trigger(window, "addDetail"), "addDetail");
     QCOMPARE(model.rowCount(), 4);
     QCOMPARE(Shown(table, 3, QStringLiteral("Threshold")), QString::fromUtf8("20 dB\u00B5V"));
     QCOMPARE(table.currentIndex().row(), 3);
-    Trigger(window, "removeDetail");
+    QVERIFY2(Trigger(window, "removeDetail"), "removeDetail");
     QCOMPARE(model.rowCount(), 3);
     QCOMPARE(window.UndoStack()->count(), 4);
 
-    Trigger(window, "save");
+    QVERIFY2(Trigger(window, "save"), "save");
     QVERIFY(!window.isWindowModified());
     QCOMPARE(ReadAll(path), EditedExample);
 }
@@ -279,7 +285,7 @@ void EditorTest::aRefusedSaveLeavesTheFile()
     const QString path = dir.filePath(QStringLiteral("faulty.xml"));
     QVERIFY(WriteAll(path, Faulty));
     EditorWindow window;
-    Show(window);
+    QVERIFY(Show(window));
     QVERIFY(window.Open(path));
     QTableView& table = *window.Table();
     QStringList asked;
@@ -297,7 +303,7 @@ void EditorTest::aRefusedSaveLeavesTheFile()
     Commit(combo);
     QCOMPARE(Shown(table, 0, QStringLiteral("AntennaPol")), QStringLiteral("HOR"));
 
-    Trigger(window, "save");
+    QVERIFY2(Trigger(window, "save"), "save");
     QCOMPARE(asked, QStringList(
                         {"line 16, column 5: unknown element 'Colour' (ignored)",
                          "line 18, column 5: Threshold: 'ten' is not a whole number (read as 0)"}));
@@ -305,7 +311,7 @@ void EditorTest::aRefusedSaveLeavesTheFile()
     QVERIFY(window.isWindowModified());
 
     answer = true;
-    Trigger(window, "save");
+    QVERIFY2(Trigger(window, "save"), "save");
     QVERIFY(!window.isWindowModified());
     QVERIFY(ReadAll(path) != Faulty);
     QVERIFY(!ReadAll(path).contains("Colour"));
@@ -317,7 +323,7 @@ void EditorTest::findingsSelectTheirCells()
     const QString path = dir.filePath(QStringLiteral("faulty.xml"));
     QVERIFY(WriteAll(path, Faulty));
     EditorWindow window;
-    Show(window);
+    QVERIFY(Show(window));
     QVERIFY(window.Open(path));
     QTreeWidget& findings = *window.Diagnostics();
     QStringList lines;
@@ -347,7 +353,7 @@ void EditorTest::jsonDocuments()
     const QString path = dir.filePath(QStringLiteral("settings.json"));
     QVERIFY(WriteAll(path, JsonWithColour));
     EditorWindow window;
-    Show(window);
+    QVERIFY(Show(window));
     QVERIFY(window.Open(path));
     QTableView& table = *window.Table();
     QCOMPARE(table.model()->rowCount(), 1);
@@ -375,16 +381,48 @@ void EditorTest::jsonDocuments()
         asked = reasons;
         return answer;
     };
-    Trigger(window, "save");
+    QVERIFY2(Trigger(window, "save"), "save");
     QCOMPARE(asked, QStringList({"line 19, column 9: unknown member 'Colour' (ignored)"}));
     QCOMPARE(ReadAll(path), JsonWithColour);
     answer = true;
-    Trigger(window, "save");
+    QVERIFY2(Trigger(window, "save"), "save");
     QVERIFY(!window.isWindowModified());
     QByteArray expected = JsonWithColour;
     expected.replace("        \"Colour\": \"blue\",\n", "");
     expected.replace("\"Threshold\": 10,", "\"Threshold\": 25,");
     QCOMPARE(ReadAll(path), expected);
+
+    // A JSON save takes the lock the other forms take, and never writes over a change on disk.
+    QStringList errors;
+    window.showError = [&errors](const QString& message) { errors.append(message); };
+    QList<EditorWindow::NoticedBy> noticed;
+    window.askChangedOnDisk = [&noticed](EditorWindow::NoticedBy by, bool) {
+        noticed.append(by);
+        return EditorWindow::DiskChoice::Cancel;
+    };
+    window.lockWait = 50;
+    window.UndoStack()->push(new SetCellCommand(window.Model(), 0,
+                                                ColumnNamed(window.Model(), "Threshold"),
+                                                SetCellCommand::Change::Value, QVariant(30)));
+    QVERIFY(window.isWindowModified());
+    {
+        QLockFile lock(path + QStringLiteral(".lock"));
+        QVERIFY(lock.tryLock(0));
+        QVERIFY(!window.Save());
+    }
+    QCOMPARE(
+        errors,
+        QStringList(QStringLiteral("Cannot lock '%1': it is being edited by process %2 (%3) "
+                                   "on %4; waited 50 ms; the file is as it was.")
+                        .arg(QFileInfo(path).canonicalFilePath())
+                        .arg(QCoreApplication::applicationPid())
+                        .arg(QCoreApplication::applicationName(), QSysInfo::machineHostName())));
+    QCOMPARE(ReadAll(path), expected);
+    QVERIFY(WriteAll(path, JsonWithColour));
+    QVERIFY(!window.Save());
+    QCOMPARE(noticed, QList<EditorWindow::NoticedBy>({EditorWindow::NoticedBy::Save}));
+    QCOMPARE(ReadAll(path), JsonWithColour);
+    QVERIFY(window.isWindowModified());
 }
 
 void EditorTest::duplicateMoveResetFilterAndClose()
@@ -393,7 +431,7 @@ void EditorTest::duplicateMoveResetFilterAndClose()
     const QString path = dir.filePath(QStringLiteral("settings.xml"));
     QVERIFY(QFile::copy(SourceDir + QStringLiteral("/examples/settings.xml"), path));
     EditorWindow window;
-    Show(window);
+    QVERIFY(Show(window));
     QVERIFY(window.Open(path));
     QTableView& table = *window.Table();
     const QAbstractItemModel& model = *table.model();
@@ -405,23 +443,23 @@ void EditorTest::duplicateMoveResetFilterAndClose()
     };
     table.setFocus();
     table.setCurrentIndex(model.index(0, ColumnNamed(model, QStringLiteral("Name"))));
-    Trigger(window, "duplicateDetail");
+    QVERIFY2(Trigger(window, "duplicateDetail"), "duplicateDetail");
     QCOMPARE(names(), QStringList({"VHF airband", "VHF airband", "Marine VHF", "UHF survey"}));
-    Trigger(window, "moveDown");
-    Trigger(window, "moveDown");
+    QVERIFY2(Trigger(window, "moveDown"), "moveDown");
+    QVERIFY2(Trigger(window, "moveDown"), "moveDown");
     QCOMPARE(names(), QStringList({"VHF airband", "Marine VHF", "UHF survey", "VHF airband"}));
     QCOMPARE(table.currentIndex().row(), 3);
-    Trigger(window, "unset");
+    QVERIFY2(Trigger(window, "unset"), "unset");
     QCOMPARE(names(), QStringList({"VHF airband", "Marine VHF", "UHF survey", "(unset)"}));
     table.setCurrentIndex(model.index(1, ColumnNamed(model, QStringLiteral("Threshold"))));
-    Trigger(window, "resetDefault");
+    QVERIFY2(Trigger(window, "resetDefault"), "resetDefault");
     QCOMPARE(Shown(table, 1, QStringLiteral("Threshold")), QString::fromUtf8("20 dB\u00B5V"));
     for (int i = 0; i < 5; ++i)
-        Trigger(window, "undo");
+        QVERIFY2(Trigger(window, "undo"), "undo");
     QCOMPARE(names(), QStringList({"VHF airband", "Marine VHF", "UHF survey"}));
     QCOMPARE(Shown(table, 1, QStringLiteral("Threshold")), QString::fromUtf8("15 dB\u00B5V"));
     QVERIFY(!window.isWindowModified());
-    Trigger(window, "redo");
+    QVERIFY2(Trigger(window, "redo"), "redo");
 
     // The filter keeps the details whose name holds the text.
     auto* filter = window.findChild<QLineEdit*>(QStringLiteral("filter"));
@@ -457,7 +495,7 @@ void EditorTest::screenshots()
     QVERIFY(QDir().mkpath(into));
     EditorWindow window;
     window.resize(1280, 520);
-    Show(window);
+    QVERIFY(Show(window));
     QVERIFY(window.Open(SourceDir + QStringLiteral("/examples/settings.xml")));
     QTableView& table = *window.Table();
     table.setFocus();

@@ -1,0 +1,443 @@
+// The editor's file: opening, saving under the document's lock, and noticing changes made
+// on disk by other programs. A save never writes over a change the user was not told of.
+
+#include "EditorWindow.h"
+#include "JsonDocument.h"
+
+#include <BearingSettings.h>
+#include <DocumentFile.h>
+#include <KVT317_Settings.h>
+#include <Logger.h>
+#include <RGException.h>
+
+#include <QAction>
+#include <QCryptographicHash>
+#include <QFile>
+#include <QFileInfo>
+#include <QFileSystemWatcher>
+#include <QPointer>
+#include <QSortFilterProxyModel>
+#include <QStatusBar>
+#include <QTableView>
+#include <QThread>
+#include <QTimer>
+#include <QUndoStack>
+
+#include <cstdio>
+#include <cstring>
+
+using KVT317XML::DocumentForm;
+using KVT317XML::Record;
+using REPORTGENERATOR::DocumentLock;
+using REPORTGENERATOR::Logger;
+using REPORTGENERATOR::LogLevel;
+
+namespace {
+
+QByteArray Digest(const QByteArray& bytes)
+{
+    return QCryptographicHash::hash(bytes, QCryptographicHash::Sha256);
+}
+
+// The digest of what the file holds; "missing" (no digest's length) when it cannot be read.
+QByteArray DiskDigest(const QString& path, QByteArray* content = nullptr)
+{
+    QFile file(path);
+    if (!file.open(QIODevice::ReadOnly))
+        return QByteArrayLiteral("missing");
+    const QByteArray bytes = file.readAll();
+    if (content)
+        *content = bytes;
+    return Digest(bytes);
+}
+
+// The bytes the library's save writes for a record in a form (SaveXml(), SaveBinary()).
+QByteArray SavedBytes(const Record& record, DocumentForm form)
+{
+    switch (form) {
+    case DocumentForm::Xml:
+        return record.GetXmlString().toUtf8();
+    case DocumentForm::Binary:
+        return record.GetBinaryRepresentationAsQByteArray();
+    case DocumentForm::Compressed:
+        return record.GetCompressedBinaryRepresentationAsQByteArray(-1);
+    }
+    return QByteArray();
+}
+
+// Makes @p to hold exactly what @p from holds; its switch and logger stay.
+bool CopyDocument(const Record& from, Record& to)
+{
+    using KVT317XML::BearingSettings;
+    using KVT317XML::KVT317_Settings;
+    auto* settings = dynamic_cast<KVT317_Settings*>(&to);
+    auto* sourceSettings = dynamic_cast<const KVT317_Settings*>(&from);
+    if (settings && sourceSettings) {
+        *settings = *sourceSettings;
+        return true;
+    }
+    auto* bearing = dynamic_cast<BearingSettings*>(&to);
+    auto* sourceBearing = dynamic_cast<const BearingSettings*>(&from);
+    if (bearing && sourceBearing) {
+        *bearing = *sourceBearing;
+        return true;
+    }
+    return false;
+}
+
+// The window that receives what the library's default logger says: records that the
+// editor does not hand its logger (copies, fresh details) report there.
+QPointer<EditorWindow> reportWindow;
+QtMessageHandler previousHandler = nullptr;
+
+void RouteReports(QtMsgType type, const QMessageLogContext& context, const QString& message)
+{
+    EditorWindow* window = reportWindow.data();
+    if (window && context.category && std::strcmp(context.category, "reportbase") == 0 &&
+        QThread::currentThread() == window->thread()) {
+        const LogLevel level = type == QtInfoMsg || type == QtDebugMsg ? LogLevel::Info
+                               : type == QtWarningMsg                  ? LogLevel::Warning
+                                                                       : LogLevel::Error;
+        window->TakeReport(static_cast<int>(level), message);
+        return;
+    }
+    if (previousHandler)
+        previousHandler(type, context, message);
+    else
+        std::fprintf(stderr, "%s\n", qPrintable(qFormatLogMessage(type, context, message)));
+}
+
+} // namespace
+
+std::shared_ptr<Logger> EditorWindow::NewDocumentLogger()
+{
+    QPointer<EditorWindow> window(this);
+    return std::make_shared<Logger>([window](LogLevel level, const QString& message) {
+        if (window)
+            window->TakeReport(static_cast<int>(level), message);
+    });
+}
+
+void EditorWindow::TakeReport(int level, const QString& message)
+{
+    // A load's reports are its findings already.
+    if (!m_loading)
+        m_pending.emplace_back(level, message);
+}
+
+bool EditorWindow::Open(const QString& path)
+{
+    // Read before the load: should the file change in between, the editor takes the older
+    // content for what it has shown, and the change is noticed rather than overwritten.
+    const QByteArray digest = DiskDigest(path);
+    const bool json = IsJsonDocument(path);
+    static const bool routed = [] {
+        previousHandler = qInstallMessageHandler(RouteReports);
+        return true;
+    }();
+    (void)routed;
+    reportWindow = this;
+    m_loading = true;
+    KVT317XML::LoadedDocument document =
+        json ? LoadJsonDocument(path) : KVT317XML::LoadSettingsDocument(path);
+    m_loading = false;
+    if (!document.record) {
+        showError(document.error);
+        return false;
+    }
+    m_undo->clear();
+    m_path = QFileInfo(path).absoluteFilePath();
+    m_form = document.form;
+    m_json = json;
+    m_diskDigest = digest;
+    m_pending.clear();
+    m_reports.clear();
+    m_logger = NewDocumentLogger();
+    document.record->SetLogger(m_logger);
+    m_model.SetDocument(std::move(document.record), std::move(document.findings));
+    for (QAction* action : m_rowActions)
+        action->setEnabled(m_model.HasRowList());
+    m_undo->setClean();
+    UpdateTitle();
+    statusBar()->showMessage(
+        tr("%1: %2 document")
+            .arg(QFileInfo(path).fileName(),
+                 m_json ? QStringLiteral("JSON") : KVT317XML::DocumentFormName(m_form)));
+    if (m_proxy->rowCount() > 0)
+        m_table->setCurrentIndex(m_proxy->index(0, 0));
+    Watch();
+    return true;
+}
+
+bool EditorWindow::Save()
+{
+    if (m_path.isEmpty()) {
+        SaveAsDialog();
+        return !isWindowModified();
+    }
+    return SaveAs(m_path);
+}
+
+bool EditorWindow::SaveAs(const QString& path)
+{
+    if (!m_model.Document())
+        return false;
+    // The file is to hold what the editor shows: what the load took in silence, and no edit
+    // has replaced, would be changed by saving.
+    QStringList reasons;
+    for (const KVT317XML::ReadFinding& finding : m_model.StandingReadFindings())
+        reasons.append(KVT317XML::FindingLine(finding));
+    if (!reasons.isEmpty() && !confirmLossySave(reasons))
+        return false;
+    const QString target = QFileInfo(path).absoluteFilePath();
+    // Another file, chosen in the save dialog, is replaced as the dialog confirmed; the open
+    // one only while it holds what the editor last read, wrote or told of.
+    const bool compare = target == m_path;
+    for (;;) {
+        QByteArray seen;
+        const Written written = WriteLocked(target, compare, seen);
+        UpdateDiagnostics();
+        if (written == Written::Yes)
+            break;
+        if (written == Written::Refused)
+            return false;
+        m_asking = true;
+        const DiskChoice choice = askChangedOnDisk(NoticedBy::Save, !m_undo->isClean());
+        m_asking = false;
+        if (choice == DiskChoice::Reload) {
+            Open(m_path);
+            return false;
+        }
+        if (choice == DiskChoice::Cancel) {
+            statusBar()->showMessage(
+                tr("Not saved: %1 changed on disk").arg(QFileInfo(path).fileName()));
+            return false;
+        }
+        // The change was told of: written over now, unless it changes once more first.
+        m_diskDigest = seen;
+    }
+    m_path = target;
+    m_undo->setClean();
+    UpdateTitle();
+    Watch();
+    statusBar()->showMessage(tr("Saved %1").arg(QFileInfo(path).fileName()));
+    return true;
+}
+
+EditorWindow::Written EditorWindow::WriteLocked(const QString& path, bool compare, QByteArray& seen)
+{
+    // XML and binary documents go through the library's locked edit; JSON, a new file, and
+    // a file the edit cannot load (another form now, or no document at all) under the same
+    // lock, taken directly.
+    if (!m_json && compare && QFileInfo::exists(path)) {
+        bool tried = false;
+        const Written written = WriteThroughEdit(path, seen, tried);
+        if (tried || written != Written::Refused)
+            return written;
+        DocumentLock probe(path);
+        if (!probe.Acquire(0)) {
+            ShowReports(m_lastErrors, path);
+            return Written::Refused;
+        }
+    }
+    return WriteDirect(path, compare, seen, lockWait);
+}
+
+EditorWindow::Written EditorWindow::WriteThroughEdit(const QString& path, QByteArray& seen,
+                                                     bool& tried)
+{
+    const Record& document = *m_model.Document();
+    std::unique_ptr<Record> scratch = KVT317XML::NewRecord(document.GetDescription());
+    scratch->SetValidate(false);
+    bool saving = false;
+    m_lastErrors.clear();
+    std::vector<std::pair<int, QString>> saveReports;
+    // What the file's load says is known already (it holds what the editor read); what the
+    // save says is the editor's to show.
+    scratch->SetLogger(std::make_shared<Logger>([&](LogLevel level, const QString& message) {
+        if (saving)
+            saveReports.emplace_back(static_cast<int>(level), message);
+        else if (level == LogLevel::Error)
+            m_lastErrors.append(message);
+    }));
+    bool changed = false;
+    QByteArray expected;
+    bool done = false;
+    // A report raised inside the edit leaves the file untouched; the editor says why.
+    try {
+        done = scratch->EditFile(
+            path,
+            [&](REPORTGENERATOR::IRGObject&) {
+                QByteArray bytes;
+                const QByteArray digest = DiskDigest(path, &bytes);
+                if (digest != m_diskDigest) {
+                    tried = true;
+                    changed = true;
+                    seen = digest;
+                    return false;
+                }
+                // The edit saves in the file's form; a file in another form is left to the
+                // direct write, which keeps the editor's.
+                if (!InForm(bytes, false, m_form) || !CopyDocument(document, *scratch))
+                    return false;
+                tried = true;
+                expected = SavedBytes(*scratch, m_form);
+                saving = true;
+                return true;
+            },
+            lockWait);
+    } catch (const REPORTGENERATOR::RGException& exception) {
+        saveReports.emplace_back(static_cast<int>(LogLevel::Error), exception.GetMessage());
+        tried = true;
+        changed = false;
+        done = false;
+    }
+    scratch->SetLogger(nullptr);
+    for (const auto& report : saveReports)
+        m_pending.push_back(report);
+    if (done) {
+        m_diskDigest = Digest(expected);
+        return Written::Yes;
+    }
+    if (changed)
+        return Written::Changed;
+    if (tried) {
+        QStringList errors;
+        for (const auto& report : saveReports)
+            if (report.first == static_cast<int>(LogLevel::Error))
+                errors.append(report.second);
+        ShowReports(errors, path);
+    }
+    return Written::Refused;
+}
+
+EditorWindow::Written EditorWindow::WriteDirect(const QString& path, bool compare, QByteArray& seen,
+                                                int wait)
+{
+    DocumentLock lock(path);
+    QString fault;
+    if (!lock.Acquire(wait, &fault)) {
+        ShowReports({fault}, path);
+        return Written::Refused;
+    }
+    const QByteArray digest = DiskDigest(path);
+    if (compare && digest != m_diskDigest) {
+        seen = digest;
+        return Written::Changed;
+    }
+    const Record& document = *m_model.Document();
+    QByteArray bytes;
+    bool saved = false;
+    QStringList errors;
+    if (m_json) {
+        bytes = JsonDocumentBytes(document);
+        QStringList warnings;
+        saved = REPORTGENERATOR::WriteDocumentFile(path, bytes, &fault, &warnings);
+        for (const QString& warning : warnings)
+            m_pending.emplace_back(static_cast<int>(LogLevel::Warning), warning);
+        if (!saved)
+            errors.append(fault);
+    } else {
+        // A copy saves, so that the save's reports are the editor's to show, whatever
+        // logger the document has.
+        std::unique_ptr<Record> copy = KVT317XML::NewRecord(document.GetDescription());
+        copy->SetValidate(false);
+        copy->SetLogger(std::make_shared<Logger>([&](LogLevel level, const QString& message) {
+            m_pending.emplace_back(static_cast<int>(level), message);
+            if (level == LogLevel::Error)
+                errors.append(message);
+        }));
+        if (CopyDocument(document, *copy)) {
+            bytes = SavedBytes(*copy, m_form);
+            try {
+                saved = KVT317XML::SaveSettingsDocument(*copy, path, m_form);
+            } catch (const REPORTGENERATOR::RGException& exception) {
+                errors.append(exception.GetMessage());
+            }
+        }
+        copy->SetLogger(nullptr);
+    }
+    if (!saved) {
+        ShowReports(errors, path);
+        return Written::Refused;
+    }
+    m_diskDigest = Digest(bytes);
+    return Written::Yes;
+}
+
+void EditorWindow::ShowReports(const QStringList& errors, const QString& path)
+{
+    showError(errors.isEmpty()
+                  ? tr("%1 could not be saved; the file is as it was.").arg(path)
+                  : tr("%1; the file is as it was.").arg(errors.join(QLatin1Char('\n'))));
+}
+
+void EditorWindow::Watch()
+{
+    // A save replaces the file by renaming a new one onto it, and the watch ends with the
+    // old file: it is taken up again for the new one. The directory is watched as well, for
+    // a file removed and written anew.
+    const QString directory = m_path.isEmpty() ? QString() : QFileInfo(m_path).absolutePath();
+    const QStringList files = m_watcher->files();
+    for (const QString& file : files)
+        if (file != m_path)
+            m_watcher->removePath(file);
+    const QStringList directories = m_watcher->directories();
+    for (const QString& watched : directories)
+        if (watched != directory)
+            m_watcher->removePath(watched);
+    if (m_path.isEmpty())
+        return;
+    if (!m_watcher->files().contains(m_path) && QFileInfo::exists(m_path))
+        m_watcher->addPath(m_path);
+    if (!m_watcher->directories().contains(directory) && QFileInfo::exists(directory))
+        m_watcher->addPath(directory);
+}
+
+void EditorWindow::DiskChanged()
+{
+    Watch();
+    // Writers that replace the file in steps are let finish first.
+    m_diskTimer->start();
+}
+
+void EditorWindow::CheckDisk()
+{
+    Watch();
+    if (m_path.isEmpty() || !m_model.Document() || m_asking)
+        return;
+    const QByteArray digest = DiskDigest(m_path);
+    if (digest == m_diskDigest)
+        return; // the editor's own save, or the same content written again
+    if (!QFileInfo::exists(m_path)) {
+        // Nothing to reload and nothing to lose: a save writes the file again.
+        m_diskDigest = digest;
+        m_undo->resetClean();
+        UpdateTitle();
+        statusBar()->showMessage(tr("%1 was removed or renamed on disk; saving writes it again")
+                                     .arg(QFileInfo(m_path).fileName()));
+        return;
+    }
+    m_asking = true;
+    const DiskChoice choice = askChangedOnDisk(NoticedBy::Watcher, !m_undo->isClean());
+    m_asking = false;
+    switch (choice) {
+    case DiskChoice::Reload:
+        Open(m_path);
+        return;
+    case DiskChoice::KeepMine:
+        // The change was told of: a save writes over it. The file no longer holds what the
+        // editor shows, so the document counts as modified.
+        m_diskDigest = digest;
+        m_undo->resetClean();
+        UpdateTitle();
+        statusBar()->showMessage(
+            tr("%1 changed on disk; kept the editor's version").arg(QFileInfo(m_path).fileName()));
+        break;
+    case DiskChoice::Cancel:
+        break;
+    }
+    // It may have changed again while the question was open.
+    if (DiskDigest(m_path) != m_diskDigest && choice == DiskChoice::KeepMine)
+        m_diskTimer->start();
+}
