@@ -277,7 +277,8 @@ private:
         const REPORTGENERATOR::Logger* heldLogger = nullptr;
     };
     void PassDown() const; // the held records read this record's switch and logger
-    void Settle();         // the same, and they hold them: for writing operations
+    void MarkPending() const;
+    void Settle(); // the same, and they hold them: for writing operations
     void Follow() const;
     void SettleChildren(bool deep) const; // before a held record is handed out
     bool OwnsChildren() const;

@@ -184,8 +184,10 @@ void Record::SetBinary(QDataStream& stream, int length)
                 context->Entry(*member, at, static_cast<quint32>(tag), payload, QString());
             void* value = reinterpret_cast<char*>(&MutableStorage()) + row.valueOffset;
             {
-                const ReadContext::Scope child(context, *member->nested(), bit, -1);
-                RecordAt(row, value, 0).SetBinary(stream, payload);
+                const ReadContext::Scope nested(context, *member->nested(), bit, -1);
+                Record& child = RecordAt(row, value, 0);
+                const ReportingAs as = Reporting(child);
+                child.SetBinary(stream, payload);
             }
             MarkSet(bit);
             break;
@@ -269,6 +271,7 @@ void Record::ReadListEntry(const MemberRow& row, QDataStream& stream, int payloa
             const ReadContext::Scope scope(
                 context, *row.description.nested(), row.description.bit,
                 row.list->size(reinterpret_cast<char*>(&MutableStorage()) + row.valueOffset) - 1);
+            const ReportingAs as = Reporting(item);
             item.SetBinary(stream, itemLength);
         } catch (...) {
             row.list->popBack(reinterpret_cast<char*>(&MutableStorage()) + row.valueOffset);

@@ -148,7 +148,9 @@ void Record::ProcessXmlStartElement(QXmlStreamReader& reader)
                 void* value = reinterpret_cast<char*>(&MutableStorage()) + row.valueOffset;
                 {
                     const ReadContext::Scope scope(context, *member.nested(), bit, -1);
-                    RecordAt(row, value, 0).ProcessXml(reader);
+                    Record& child = RecordAt(row, value, 0);
+                    const ReportingAs as = Reporting(child);
+                    child.ProcessXml(reader);
                 }
                 MarkSet(bit);
                 return;
@@ -161,6 +163,7 @@ void Record::ProcessXmlStartElement(QXmlStreamReader& reader)
                                                      row.valueOffset) -
                                       1;
                     const ReadContext::Scope scope(context, *member.nested(), bit, index);
+                    const ReportingAs as = Reporting(item);
                     item.ProcessXml(reader);
                 } catch (...) {
                     row.list->popBack(reinterpret_cast<char*>(&MutableStorage()) + row.valueOffset);
