@@ -97,4 +97,55 @@ void XmlText::WriteAttribute(QXmlStreamWriter& writer, const QString& name, cons
     writer.writeAttribute(name, written);
 }
 
+namespace {
+thread_local TextRefusal* t_refusal = nullptr;
+} // namespace
+
+TextRefusal::TextRefusal()
+    : m_outer(t_refusal)
+{
+    t_refusal = this;
+}
+
+TextRefusal::~TextRefusal()
+{
+    t_refusal = m_outer;
+}
+
+TextRefusal* TextRefusal::Current() noexcept
+{
+    return t_refusal;
+}
+
+void TextRefusal::Found(const QString& member, const QString& text, qsizetype position, uint code)
+{
+    if (m_refused)
+        return;
+    m_refused = true;
+    m_path = member;
+    m_code = code;
+    // Characters as people count them: a surrogate pair is one.
+    m_character = 1;
+    int units = 1;
+    for (Index i = 0; i < position; i += units) {
+        CodeAt(text, i, &units);
+        ++m_character;
+    }
+}
+
+void TextRefusal::Within(const QString& step)
+{
+    m_path = step + QLatin1Char('/') + m_path;
+}
+
+QString TextRefusal::Message(const QString& root) const
+{
+    return QStringLiteral("%1/%2 holds %3 at character %4, a character XML cannot carry; "
+                          "remove or replace it: a text may hold no control character but tab, "
+                          "line feed and carriage return, neither U+FFFE nor U+FFFF, and no "
+                          "surrogate without its pair")
+        .arg(root, m_path, XmlText::CodeName(m_code))
+        .arg(m_character);
+}
+
 } // namespace REPORTGENERATOR

@@ -41,6 +41,27 @@ void EndLength(QDataStream& stream, qint64 start)
     device->seek(end);
 }
 
+// Where a save runs, a text refused inside a held record is placed on the way out of it.
+class Refusal
+{
+public:
+    Refusal()
+        : m_refusal(REPORTGENERATOR::TextRefusal::Current())
+        , m_before(m_refusal && m_refusal->Refused())
+    {
+    }
+    // The step is made only when needed.
+    template <class Step> void Within(const Step& step) const
+    {
+        if (m_refusal && !m_before && m_refusal->Refused())
+            m_refusal->Within(step());
+    }
+
+private:
+    REPORTGENERATOR::TextRefusal* m_refusal;
+    bool m_before;
+};
+
 } // namespace
 
 bool Record::GetBinary(QDataStream& stream, int tag, bool withTag) const
@@ -78,8 +99,10 @@ bool Record::GetBinary(QDataStream& stream, int tag, bool withTag) const
             // A nested record is its own frame, under the member's tag.
             if (set) {
                 const Record& child = RecordAt(row, &block, row.valueOffset);
+                const Refusal refusal;
                 const ReportingAs as = Reporting(child);
                 child.GetBinary(stream, static_cast<int>(row.description.tag), true);
+                refusal.Within([&child] { return child.GetObjectName(); });
             }
         } else if (set || row.description.AlwaysWritten()) {
             WriteMemberEntry(stream, row, block);
@@ -105,13 +128,20 @@ void Record::WriteMemberEntry(QDataStream& stream, const MemberRow& row,
         if (block.isSet & (quint32(1) << member.bit))
             for (int i = 0; i < size; ++i) {
                 const Record& item = row.list->item(slot, i);
+                const Refusal refusal;
                 const ReportingAs as = Reporting(item);
                 item.GetBinary(stream, static_cast<int>(member.tag), false);
+                refusal.Within([&item, i] {
+                    return QStringLiteral("%1[%2]").arg(item.GetObjectName()).arg(i + 1);
+                });
             }
         EndLength(stream, start);
     } else {
-        // Texts, numbers and enumeration names: a byte array of the UTF-8 text.
-        text::WithText(row, block, [&stream](const QString& text) {
+        // Texts, numbers and enumeration names: a byte array of the UTF-8 text. A text that
+        // XML cannot carry is reported as in XML, and refused by a save.
+        text::WithText(row, block, [&](const QString& text) {
+            if (member.kind == MemberKind::Text)
+                ReportUnwritable(member, text);
             const QByteArray bytes = Utf8(text);
             stream << static_cast<qint32>(4 + bytes.size()) << bytes;
         });

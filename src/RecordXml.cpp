@@ -88,12 +88,16 @@ void Record::GetXml(QXmlStreamWriter& writer) const
 }
 
 // A text holding a character that XML 1.0 cannot carry is written without it being able to
-// read back as it was: say so, naming the member and the character.
+// read back as it was: say so, naming the member and the character. A save that is running
+// refuses to write the document.
 void Record::ReportUnwritable(const MemberDescription& member, const QString& text) const
 {
     uint code = 0;
-    if (REPORTGENERATOR::XmlText::FirstUnwritable(text, &code) < 0)
+    const qsizetype at = REPORTGENERATOR::XmlText::FirstUnwritable(text, &code);
+    if (at < 0)
         return;
+    if (REPORTGENERATOR::TextRefusal* refusal = REPORTGENERATOR::TextRefusal::Current())
+        refusal->Found(member.name, text, at, code);
     const ReadContext::Subject subject(ReadContext::Current(), &member);
     Trace(REPORTGENERATOR::LogLevel::Error,
           REPORTGENERATOR::RGException(GetObjectName() + QStringLiteral(": ") + member.name +
