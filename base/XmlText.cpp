@@ -40,9 +40,17 @@ bool XmlText::IsXmlCharacter(uint code)
 
 qsizetype XmlText::FirstUnwritable(const QString& text, uint* code)
 {
-    int units = 1;
-    for (Index i = 0; i < text.size(); i += units) {
-        const uint c = CodeAt(text, i, &units);
+    // Every save tests every text: the common characters cost one comparison each.
+    const QChar* data = text.constData();
+    const Index size = text.size();
+    for (Index i = 0; i < size; ++i) {
+        const uint c = data[i].unicode();
+        if (c >= 0x20 && c < 0xD800)
+            continue;
+        if (QChar::isHighSurrogate(c) && i + 1 < size && data[i + 1].isLowSurrogate()) {
+            ++i; // a pair: U+10000 to U+10FFFF, all of which XML carries
+            continue;
+        }
         if (!IsXmlCharacter(c)) {
             if (code)
                 *code = c;
@@ -98,6 +106,10 @@ void XmlText::WriteAttribute(QXmlStreamWriter& writer, const QString& name, cons
 }
 
 namespace {
+// Read by every record written during a save; the static TLS model makes that one load.
+#if defined(__GNUC__) && defined(__ELF__)
+__attribute__((tls_model("initial-exec")))
+#endif
 thread_local TextRefusal* t_refusal = nullptr;
 } // namespace
 
