@@ -136,6 +136,9 @@ TEST_P(HolderReports, DetailSetBinaryReportsItsRangeLengthErrorToItsLogger)
     EXPECT_THROW(ReadFrame(detail, DetailWithShortRange()), BinaryParsingException);
     EXPECT_EQ(log.lines, QStringList{QLatin1String(LengthError)});
     EXPECT_EQ(detail.GetFrequencyRange().GetStartFrequency(), 1.0);
+    // Handed out, the range holds the detail's settings.
+    EXPECT_EQ(detail.GetFrequencyRange().GetLogger(), log.logger);
+    EXPECT_EQ(detail.GetFrequencyRange().GetValidate(), Validate());
     ExpectNothingElsewhere();
 }
 
@@ -176,7 +179,10 @@ TEST_P(HolderReports, SettingsSetBinaryReportsItsItemsNamesWithItsSwitch)
                                QStringLiteral("WARNING: KVT317_Settings: Tried to append not "
                                               "completely defined or invalid item "
                                               "KVT317SettingsDetail.")}));
-        EXPECT_EQ(settings.GetKVT317SettingsDetail().size(), 1);
+        ASSERT_EQ(settings.GetKVT317SettingsDetail().size(), 1);
+        const Detail& item = settings.GetKVT317SettingsDetail().at(0);
+        EXPECT_EQ(item.GetLogger(), log.logger);
+        EXPECT_EQ(item.GetFrequencyRange().GetLogger(), log.logger);
     }
     ExpectNothingElsewhere();
 }
