@@ -52,11 +52,17 @@ private:
 
 QStringList DefaultLogWatch::s_lines;
 
-// Exposes the protected entry point that the content loop calls.
+// Expose the protected entry point that the content loop calls.
 class OpenSettings : public KVT317_Settings
 {
 public:
     using KVT317_Settings::ProcessXmlStartElement;
+};
+
+class OpenDetail : public Detail
+{
+public:
+    using Detail::ProcessXmlStartElement;
 };
 
 const char* const LengthError = "ERROR: FrequencyRange::SetBinary(...): Length error occurred "
@@ -362,6 +368,30 @@ TEST_P(HolderReports, SettingsProcessXmlStartElementReportsItsItemsToItsLogger)
     else
         settings.ProcessXmlStartElement(reader);
     EXPECT_EQ(log.lines, UnknownNameLines(Validate()));
+    ExpectNothingElsewhere();
+}
+
+TEST_P(HolderReports, DetailProcessXmlStartElementReadsItsRangeWithItsSettings)
+{
+    OpenDetail detail;
+    Own(detail);
+    QXmlStreamReader reader{
+        QStringLiteral("<KVT317SettingsDetail><FrequencyRange><StopFrequency>7</StopFrequency>"
+                       "</FrequencyRange></KVT317SettingsDetail>")};
+    ASSERT_TRUE(reader.readNextStartElement());
+    ASSERT_TRUE(reader.readNextStartElement());
+    detail.ProcessXmlStartElement(reader);
+    EXPECT_EQ(detail.GetFrequencyRange().GetStopFrequency(), 7.0);
+    EXPECT_EQ(detail.GetFrequencyRange().GetLogger(), log.logger);
+    EXPECT_EQ(detail.GetFrequencyRange().GetValidate(), Validate());
+    // Checked now, the range reports to the detail's logger, in its place among the
+    // detail's fourteen unset members.
+    detail.Check(true);
+    ASSERT_EQ(log.lines.size(), 15);
+    EXPECT_EQ(log.lines.at(5),
+              QStringLiteral("ERROR: KVT317SettingsDetail: Please set DF_Alt properly."));
+    EXPECT_EQ(log.lines.at(6),
+              QStringLiteral("ERROR: FrequencyRange: Please set StartFrequency properly."));
     ExpectNothingElsewhere();
 }
 
