@@ -4,6 +4,7 @@
 
 #include <QBuffer>
 #include <QFile>
+#include <QFileDevice>
 #include <QFileInfo>
 #include <QHash>
 #include <QXmlStreamReader>
@@ -306,6 +307,17 @@ private:
 
 thread_local HeldReports* HeldReports::t_current = nullptr;
 
+// A plain frame as a compressed document: the marker, then the deflated frame.
+QByteArray Compressed(const QByteArray& frame, int level)
+{
+    const QByteArray packed = Deflate(frame, level);
+    QByteArray data;
+    QDataStream stream(&data, QIODevice::WriteOnly);
+    DocumentFormat format(stream);
+    stream << CompressedMarker << packed;
+    return data;
+}
+
 } // namespace
 
 namespace {
@@ -549,8 +561,22 @@ bool IRGObject::SaveXml(const QString& path) const
 
 bool IRGObject::SaveBinary(const QString& path, bool compressed, int level) const
 {
-    return WriteFile(path, compressed ? GetCompressedBinaryRepresentationAsQByteArray(level)
-                                      : GetBinaryRepresentationAsQByteArray());
+    const QByteArray document = SavedBinary(path, compressed, level);
+    return !document.isNull() && WriteFile(path, document);
+}
+
+// A saved document must read back as the record holds it, in the binary form as in XML: a
+// text that XML cannot carry refuses the save, with one ERROR saying where it is.
+QByteArray IRGObject::SavedBinary(const QString& target, bool compressed, int level) const
+{
+    const TextRefusal refusal;
+    const QByteArray frame = GetBinaryRepresentationAsQByteArray();
+    if (refusal.Refused()) {
+        ReportDocumentFault(
+            QStringLiteral("Cannot write '%1': %2").arg(target, refusal.Message(GetObjectName())));
+        return QByteArray();
+    }
+    return compressed ? Compressed(frame, level) : frame;
 }
 
 bool IRGObject::WriteFile(const QString& path, const QByteArray& document) const
@@ -676,8 +702,25 @@ void IRGObject::SkipUnknownElement(QXmlStreamReader& reader)
 
 void IRGObject::GetBinaryRepresentation(QDataStream& stream) const
 {
-    const QByteArray frame = GetBinaryRepresentationAsQByteArray();
-    stream.writeRawData(frame.constData(), frame.size());
+    WriteBinaryDocument(stream, false, 0);
+}
+
+// Onto a file the representation is a save, and refuses what SaveBinary() refuses; the
+// stream's status then says that nothing was written.
+void IRGObject::WriteBinaryDocument(QDataStream& stream, bool compressed, int level) const
+{
+    QByteArray document;
+    if (const auto* file = qobject_cast<const QFileDevice*>(stream.device())) {
+        document = SavedBinary(file->fileName(), compressed, level);
+        if (document.isNull()) {
+            stream.setStatus(QDataStream::WriteFailed);
+            return;
+        }
+    } else {
+        document = compressed ? GetCompressedBinaryRepresentationAsQByteArray(level)
+                              : GetBinaryRepresentationAsQByteArray();
+    }
+    stream.writeRawData(document.constData(), document.size());
 }
 
 QByteArray IRGObject::GetBinaryRepresentationAsQByteArray() const
@@ -694,18 +737,12 @@ QByteArray IRGObject::GetBinaryRepresentationAsQByteArray() const
 
 void IRGObject::GetCompressedBinaryRepresentation(QDataStream& stream, int level) const
 {
-    const QByteArray data = GetCompressedBinaryRepresentationAsQByteArray(level);
-    stream.writeRawData(data.constData(), data.size());
+    WriteBinaryDocument(stream, true, level);
 }
 
 QByteArray IRGObject::GetCompressedBinaryRepresentationAsQByteArray(int level) const
 {
-    const QByteArray packed = Deflate(GetBinaryRepresentationAsQByteArray(), level);
-    QByteArray data;
-    QDataStream stream(&data, QIODevice::WriteOnly);
-    DocumentFormat format(stream);
-    stream << CompressedMarker << packed;
-    return data;
+    return Compressed(GetBinaryRepresentationAsQByteArray(), level);
 }
 
 bool IRGObject::SetBinaryRepresentation(QByteArray& data)

@@ -162,12 +162,18 @@ public:
     /// readers refuse; in an attribute value it is left out (see XmlText).
     virtual QString GetXmlString() const;
     /// Writes one frame: the class id (low 32 bits) as tag, the record length and the
-    /// members, big-endian, whatever the stream's own settings.
+    /// members, big-endian, whatever the stream's own settings. Onto a file (a QFileDevice)
+    /// this is a save, and refuses what SaveBinary() refuses: nothing is written, the
+    /// stream's status becomes QDataStream::WriteFailed and one ERROR report says why.
     virtual void GetBinaryRepresentation(QDataStream& stream) const;
-    /// The frame of GetBinaryRepresentation() as a byte array.
+    /// The frame of GetBinaryRepresentation() as a byte array. Returned as written, as
+    /// GetXmlString() is, also when a text holds a character that XML cannot carry: such a
+    /// text is reported (ERROR, naming record, member and character), and an unpaired
+    /// surrogate, which UTF-8 cannot encode, stands as "?".
     virtual QByteArray GetBinaryRepresentationAsQByteArray() const;
     /// Writes the frame compressed with zlib at @p level (-1 for zlib's default, 0 to 9),
-    /// behind a marker that the readers recognise.
+    /// behind a marker that the readers recognise. Onto a file, a save as
+    /// GetBinaryRepresentation() is.
     virtual void GetCompressedBinaryRepresentation(QDataStream& stream, int level) const;
     /// The compressed frame of GetCompressedBinaryRepresentation() as a byte array.
     virtual QByteArray GetCompressedBinaryRepresentationAsQByteArray(int level) const;
@@ -224,7 +230,11 @@ public:
     std::shared_ptr<Logger> GetLogger() const;
 
     /// Writes the record's binary frame to @p path, compressed at @p level when
-    /// @p compressed, as SaveXml() writes XML: atomically, keeping mode, owner and group.
+    /// @p compressed, as SaveXml() writes XML: atomically, keeping mode, owner and group. What
+    /// SaveXml() refuses is refused here too, although the binary form could hold most of
+    /// it: a document that holds a text with a character XML cannot carry is not saved, and
+    /// one ERROR report names the record, member, character and place, and what a text may
+    /// hold (besides the record's own report of the text).
     bool SaveBinary(const QString& path, bool compressed = false, int level = -1) const;
 
     /// One locked edit of a document file: takes the file's DocumentLock (waiting at most
@@ -333,6 +343,10 @@ private:
     void Log(LogLevel level, const QString& message) const;
     // Writes a whole document to a file; reports why not, and what it could not keep.
     bool WriteFile(const QString& path, const QByteArray& document) const;
+    // The binary document for a save to @p target; null, reported, when a text refuses it.
+    QByteArray SavedBinary(const QString& target, bool compressed, int level) const;
+    // The document onto a stream; onto a file as a save.
+    void WriteBinaryDocument(QDataStream& stream, bool compressed, int level) const;
     // Opens the file unless it is open; reports why when it cannot.
     bool OpenForReading(QFile* file) const;
 

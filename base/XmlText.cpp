@@ -40,9 +40,17 @@ bool XmlText::IsXmlCharacter(uint code)
 
 qsizetype XmlText::FirstUnwritable(const QString& text, uint* code)
 {
-    int units = 1;
-    for (Index i = 0; i < text.size(); i += units) {
-        const uint c = CodeAt(text, i, &units);
+    // Every save tests every text: the common characters cost one comparison each.
+    const QChar* data = text.constData();
+    const Index size = text.size();
+    for (Index i = 0; i < size; ++i) {
+        const uint c = data[i].unicode();
+        if (c >= 0x20 && c < 0xD800)
+            continue;
+        if (QChar::isHighSurrogate(c) && i + 1 < size && data[i + 1].isLowSurrogate()) {
+            ++i; // a pair: U+10000 to U+10FFFF, all of which XML carries
+            continue;
+        }
         if (!IsXmlCharacter(c)) {
             if (code)
                 *code = c;
@@ -95,6 +103,61 @@ void XmlText::WriteAttribute(QXmlStreamWriter& writer, const QString& name, cons
             written[i] = QChar(0xFFFF);
     }
     writer.writeAttribute(name, written);
+}
+
+namespace {
+// Read by every record written during a save; the static TLS model makes that one load.
+#if defined(__GNUC__) && defined(__ELF__)
+__attribute__((tls_model("initial-exec")))
+#endif
+thread_local TextRefusal* t_refusal = nullptr;
+} // namespace
+
+TextRefusal::TextRefusal()
+    : m_outer(t_refusal)
+{
+    t_refusal = this;
+}
+
+TextRefusal::~TextRefusal()
+{
+    t_refusal = m_outer;
+}
+
+TextRefusal* TextRefusal::Current() noexcept
+{
+    return t_refusal;
+}
+
+void TextRefusal::Found(const QString& member, const QString& text, qsizetype position, uint code)
+{
+    if (m_refused)
+        return;
+    m_refused = true;
+    m_path = member;
+    m_code = code;
+    // Characters as people count them: a surrogate pair is one.
+    m_character = 1;
+    int units = 1;
+    for (Index i = 0; i < position; i += units) {
+        CodeAt(text, i, &units);
+        ++m_character;
+    }
+}
+
+void TextRefusal::Within(const QString& step)
+{
+    m_path = step + QLatin1Char('/') + m_path;
+}
+
+QString TextRefusal::Message(const QString& root) const
+{
+    return QStringLiteral("%1/%2 holds %3 at character %4, a character XML cannot carry; "
+                          "remove or replace it: a text may hold no control character but tab, "
+                          "line feed and carriage return, neither U+FFFE nor U+FFFF, and no "
+                          "surrogate without its pair")
+        .arg(root, m_path, XmlText::CodeName(m_code))
+        .arg(m_character);
 }
 
 } // namespace REPORTGENERATOR

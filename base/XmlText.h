@@ -50,4 +50,45 @@ public:
     static void WriteAttribute(QXmlStreamWriter& writer, const QString& name, const QString& value);
 };
 
+/// @brief What a whole-document binary save holds against its record: the first text that
+/// XML cannot carry, and where it is.
+///
+/// The binary form would carry such a character (or, for an unpaired surrogate, write "?"
+/// in its place), but every document the library saves must read back as the record holds
+/// it, in either form. A save installs a refusal on its thread for its run; the records tell
+/// it of the texts they write, and the save writes nothing when one was found. XML saves
+/// find such a character in the written document itself.
+class REPORTBASE_EXPORT TextRefusal
+{
+public:
+    /// Installs the refusal on the calling thread; the one before comes back after it.
+    TextRefusal();
+    ~TextRefusal();
+    TextRefusal(const TextRefusal&) = delete;
+    TextRefusal& operator=(const TextRefusal&) = delete;
+
+    /// The refusal of the save running on the calling thread, or null.
+    static TextRefusal* Current() noexcept;
+
+    /// The text of @p member, in the record being written, holds @p code at @p position
+    /// (in code units). Only the first text found counts.
+    void Found(const QString& member, const QString& text, qsizetype position, uint code);
+    /// Whether a text was found.
+    bool Refused() const noexcept { return m_refused; }
+    /// Puts the step that leads to the record holding the text before its path: a record
+    /// that holds another names it after the call that wrote it.
+    void Within(const QString& step);
+    /// Says where the text is and what it may hold, the path led by @p root, the saved
+    /// record's name: "KVT317_Settings/KVT317SettingsDetail[2]/Name holds U+0001 at
+    /// character 3, a character XML cannot carry; ..."
+    QString Message(const QString& root) const;
+
+private:
+    QString m_path;
+    qsizetype m_character = 0;
+    uint m_code = 0;
+    bool m_refused = false;
+    TextRefusal* m_outer;
+};
+
 } // namespace REPORTGENERATOR

@@ -127,10 +127,13 @@ public:
     /// findings of kinds NumberNotRead, UnknownName, ... Child records and lists are left
     /// alone.
     void SetMemberText(int bit, const QString& text);
-    /// Sets the member from a QVariant of its natural type (see MemberValue(); an
-    /// enumeration takes its enumerator as int). Returns false, changing nothing, when the
-    /// value does not convert to that type without loss (1.5 for a whole number, 0.1 as a
-    /// double for a float, any text), and for child records and lists.
+    /// Sets the member from a QVariant whose value converts to the member's type without
+    /// loss: for numbers and enumerations (by enumerator) a value of any integer or
+    /// floating-point type (`long` 9, a `qlonglong` within int's range, 2.0 for a whole
+    /// number), for texts a QString, a QChar or an ASCII `char`. Returns false, changing
+    /// nothing, for a value that would lose (1.5 or an out-of-range number for a whole number,
+    /// 0.1 as a double for a float), for texts given to numbers or numbers to texts, for
+    /// bool, and for child records and lists.
     bool SetMemberValue(int bit, const QVariant& value);
     /// Marks the member unset and puts its default back, as ResetX() does.
     void ResetMember(int bit);
@@ -277,7 +280,8 @@ private:
         const REPORTGENERATOR::Logger* heldLogger = nullptr;
     };
     void PassDown() const; // the held records read this record's switch and logger
-    void Settle();         // the same, and they hold them: for writing operations
+    void MarkPending() const;
+    void Settle(); // the same, and they hold them: for writing operations
     void Follow() const;
     void SettleChildren(bool deep) const; // before a held record is handed out
     bool OwnsChildren() const;

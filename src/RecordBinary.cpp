@@ -41,6 +41,44 @@ void EndLength(QDataStream& stream, qint64 start)
     device->seek(end);
 }
 
+// Whether a text holds only characters from U+0020 up to the surrogates, all of which XML
+// carries: most texts, tested here without a call. The others are looked at closely.
+bool Plain(const QString& text)
+{
+    for (const QChar c : text)
+        if (c.unicode() < 0x20 || c.unicode() >= 0xD800)
+            return false;
+    return true;
+}
+
+// Where a save runs, a text refused inside a held record is placed on the way out of it.
+// Records that hold no texts at any depth are not asked.
+REPORTGENERATOR::TextRefusal* RunningRefusal(const RecordType& held)
+{
+    return held.textFlags || !held.children.empty() ? REPORTGENERATOR::TextRefusal::Current()
+                                                    : nullptr;
+}
+
+class Refusal
+{
+public:
+    explicit Refusal(REPORTGENERATOR::TextRefusal* refusal)
+        : m_refusal(refusal)
+        , m_before(refusal && refusal->Refused())
+    {
+    }
+    // The step is made only when needed.
+    template <class Step> void Within(const Step& step) const
+    {
+        if (m_refusal && !m_before && m_refusal->Refused())
+            m_refusal->Within(step());
+    }
+
+private:
+    REPORTGENERATOR::TextRefusal* m_refusal;
+    bool m_before;
+};
+
 } // namespace
 
 bool Record::GetBinary(QDataStream& stream, int tag, bool withTag) const
@@ -78,8 +116,10 @@ bool Record::GetBinary(QDataStream& stream, int tag, bool withTag) const
             // A nested record is its own frame, under the member's tag.
             if (set) {
                 const Record& child = RecordAt(row, &block, row.valueOffset);
+                const Refusal refusal(RunningRefusal(child.m_type));
                 const ReportingAs as = Reporting(child);
                 child.GetBinary(stream, static_cast<int>(row.description.tag), true);
+                refusal.Within([&child] { return child.GetObjectName(); });
             }
         } else if (set || row.description.AlwaysWritten()) {
             WriteMemberEntry(stream, row, block);
@@ -102,16 +142,25 @@ void Record::WriteMemberEntry(QDataStream& stream, const MemberRow& row,
         const int size = row.list->size(slot);
         const qint64 start = BeginLength(stream);
         stream << qint32(size);
+        REPORTGENERATOR::TextRefusal* const running =
+            size > 0 ? RunningRefusal(row.list->item(slot, 0).m_type) : nullptr;
         if (block.isSet & (quint32(1) << member.bit))
             for (int i = 0; i < size; ++i) {
                 const Record& item = row.list->item(slot, i);
+                const Refusal refusal(running);
                 const ReportingAs as = Reporting(item);
                 item.GetBinary(stream, static_cast<int>(member.tag), false);
+                refusal.Within([&item, i] {
+                    return QStringLiteral("%1[%2]").arg(item.GetObjectName()).arg(i + 1);
+                });
             }
         EndLength(stream, start);
     } else {
-        // Texts, numbers and enumeration names: a byte array of the UTF-8 text.
-        text::WithText(row, block, [&stream](const QString& text) {
+        // Texts, numbers and enumeration names: a byte array of the UTF-8 text. A text that
+        // XML cannot carry is reported as in XML, and refused by a save.
+        text::WithText(row, block, [&](const QString& text) {
+            if (member.kind == MemberKind::Text && !Plain(text))
+                ReportUnwritable(member, text);
             const QByteArray bytes = Utf8(text);
             stream << static_cast<qint32>(4 + bytes.size()) << bytes;
         });
@@ -184,8 +233,10 @@ void Record::SetBinary(QDataStream& stream, int length)
                 context->Entry(*member, at, static_cast<quint32>(tag), payload, QString());
             void* value = reinterpret_cast<char*>(&MutableStorage()) + row.valueOffset;
             {
-                const ReadContext::Scope child(context, *member->nested(), bit, -1);
-                RecordAt(row, value, 0).SetBinary(stream, payload);
+                const ReadContext::Scope nested(context, *member->nested(), bit, -1);
+                Record& child = RecordAt(row, value, 0);
+                const ReportingAs as = Reporting(child);
+                child.SetBinary(stream, payload);
             }
             MarkSet(bit);
             break;
@@ -269,6 +320,7 @@ void Record::ReadListEntry(const MemberRow& row, QDataStream& stream, int payloa
             const ReadContext::Scope scope(
                 context, *row.description.nested(), row.description.bit,
                 row.list->size(reinterpret_cast<char*>(&MutableStorage()) + row.valueOffset) - 1);
+            const ReportingAs as = Reporting(item);
             item.SetBinary(stream, itemLength);
         } catch (...) {
             row.list->popBack(reinterpret_cast<char*>(&MutableStorage()) + row.valueOffset);

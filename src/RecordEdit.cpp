@@ -35,15 +35,22 @@ QVariant VariantOf(const MemberRow& row, const void* field)
     return QVariant();
 }
 
+// The number types a member of a numeric kind takes, each by the value it holds. Texts
+// (a parse is SetMemberText's work), characters other than `char` and bool are not numbers.
 bool IsNumber(const QVariant& value)
 {
     switch (value.userType()) {
     case QMetaType::Int:
     case QMetaType::UInt:
+    case QMetaType::Long:
+    case QMetaType::ULong:
     case QMetaType::LongLong:
     case QMetaType::ULongLong:
     case QMetaType::Short:
     case QMetaType::UShort:
+    case QMetaType::Char:
+    case QMetaType::SChar:
+    case QMetaType::UChar:
     case QMetaType::Double:
     case QMetaType::Float:
         return true;
@@ -57,12 +64,27 @@ bool IsWhole(const QVariant& value)
     return value.userType() != QMetaType::Double && value.userType() != QMetaType::Float;
 }
 
+// Unsigned types are read as unsigned: a value above the signed range keeps its size.
+bool IsUnsigned(const QVariant& value)
+{
+    switch (value.userType()) {
+    case QMetaType::UInt:
+    case QMetaType::ULong:
+    case QMetaType::ULongLong:
+    case QMetaType::UShort:
+    case QMetaType::UChar:
+        return true;
+    default:
+        return false;
+    }
+}
+
 // Whether a whole number is exactly the double given for it (the double below 2^63, so that
 // converting it back is defined).
 bool SameWhole(const QVariant& value, double number)
 {
-    if (value.userType() == QMetaType::ULongLong)
-        return number < 18446744073709551616.0 &&
+    if (IsUnsigned(value))
+        return number >= 0.0 && number < 18446744073709551616.0 &&
                static_cast<qulonglong>(number) == value.toULongLong();
     return number >= -9223372036854775808.0 && number < 9223372036854775808.0 &&
            static_cast<qlonglong>(number) == value.toLongLong();
@@ -75,8 +97,8 @@ template <class T> bool ExactNumber(const QVariant& value, T& result)
     if (!IsNumber(value))
         return false;
     if (IsWhole(value)) {
-        result = value.userType() == QMetaType::ULongLong ? static_cast<T>(value.toULongLong())
-                                                          : static_cast<T>(value.toLongLong());
+        result = IsUnsigned(value) ? static_cast<T>(value.toULongLong())
+                                   : static_cast<T>(value.toLongLong());
         return SameWhole(value, static_cast<double>(result));
     }
     const double number = value.toDouble();
@@ -94,6 +116,29 @@ bool WholeNumber(const QVariant& value, int& result)
         return false;
     result = static_cast<int>(number);
     return true;
+}
+
+// A text: a QString as it stands (null included), a QChar, or a `char` that is an ASCII
+// character (any other byte is a piece of some encoding, not a character).
+bool Text(const QVariant& value, QString& result)
+{
+    switch (value.userType()) {
+    case QMetaType::QString:
+        result = value.toString();
+        return true;
+    case QMetaType::QChar:
+        result = QString(value.toChar());
+        return true;
+    case QMetaType::Char: {
+        const char c = value.value<char>();
+        if (static_cast<unsigned char>(c) > 0x7F)
+            return false;
+        result = QString(QLatin1Char(c));
+        return true;
+    }
+    default:
+        return false;
+    }
 }
 
 } // namespace
@@ -152,11 +197,13 @@ bool Record::SetMemberValue(int bit, const QVariant& value)
         Assign<double>(bit, number);
         return true;
     }
-    case MemberKind::Text:
-        if (value.userType() != QMetaType::QString)
+    case MemberKind::Text: {
+        QString text;
+        if (!Text(value, text))
             return false;
-        AssignText(bit, value.toString());
+        AssignText(bit, text);
         return true;
+    }
     case MemberKind::DateTime:
         if (value.userType() != QMetaType::QDateTime)
             return false;

@@ -46,6 +46,12 @@ void Record::PassDown() const
 {
     if (m_type.children.empty() || !HasStorage() || ReportingAs::For(*this))
         return;
+    MarkPending();
+}
+
+// The held records read what this record holds itself, wherever they do not hold it yet.
+void Record::MarkPending() const
+{
     quint8 pending = m_down.pending;
     if (!(m_down.held & DownValidate) || m_down.heldValidate != CurrentValidate())
         pending |= DownValidate;

@@ -270,9 +270,11 @@ void Record::InitData() const
     if (HasStorage())
         return;
     d = m_type.prototype;
-    // The prototype's children hold the base's defaults; they read this record's settings.
+    // The prototype's children hold the base's defaults; they read this record's own
+    // settings, also when the storage is created in a call that reports with its holder's.
     m_down = Down{0, DownBoth, false, DefaultLogger()};
-    PassDown();
+    if (!m_type.children.empty())
+        MarkPending();
 }
 
 const StorageBlock& Record::ConstStorage() const

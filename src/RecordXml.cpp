@@ -88,12 +88,16 @@ void Record::GetXml(QXmlStreamWriter& writer) const
 }
 
 // A text holding a character that XML 1.0 cannot carry is written without it being able to
-// read back as it was: say so, naming the member and the character.
+// read back as it was: say so, naming the member and the character. A save that is running
+// refuses to write the document.
 void Record::ReportUnwritable(const MemberDescription& member, const QString& text) const
 {
     uint code = 0;
-    if (REPORTGENERATOR::XmlText::FirstUnwritable(text, &code) < 0)
+    const qsizetype at = REPORTGENERATOR::XmlText::FirstUnwritable(text, &code);
+    if (at < 0)
         return;
+    if (REPORTGENERATOR::TextRefusal* refusal = REPORTGENERATOR::TextRefusal::Current())
+        refusal->Found(member.name, text, at, code);
     const ReadContext::Subject subject(ReadContext::Current(), &member);
     Trace(REPORTGENERATOR::LogLevel::Error,
           REPORTGENERATOR::RGException(GetObjectName() + QStringLiteral(": ") + member.name +
@@ -148,7 +152,9 @@ void Record::ProcessXmlStartElement(QXmlStreamReader& reader)
                 void* value = reinterpret_cast<char*>(&MutableStorage()) + row.valueOffset;
                 {
                     const ReadContext::Scope scope(context, *member.nested(), bit, -1);
-                    RecordAt(row, value, 0).ProcessXml(reader);
+                    Record& child = RecordAt(row, value, 0);
+                    const ReportingAs as = Reporting(child);
+                    child.ProcessXml(reader);
                 }
                 MarkSet(bit);
                 return;
@@ -161,6 +167,7 @@ void Record::ProcessXmlStartElement(QXmlStreamReader& reader)
                                                      row.valueOffset) -
                                       1;
                     const ReadContext::Scope scope(context, *member.nested(), bit, index);
+                    const ReportingAs as = Reporting(item);
                     item.ProcessXml(reader);
                 } catch (...) {
                     row.list->popBack(reinterpret_cast<char*>(&MutableStorage()) + row.valueOffset);
