@@ -358,3 +358,46 @@ TEST_F(Model, ATextOnlyTheBinaryFormCarriesIsSavedInThatFormAlone)
         << qPrintable(report.error);
     EXPECT_EQ(ReadAll(copy), ReadAll(path));
 }
+
+TEST_F(Model, TheChecksOfASaveAreGivenWithoutWriting)
+{
+    auto watched = Load(nullptr, SourceDir + QStringLiteral("/examples/settings.xml"));
+    SettingsModel& model = watched->model;
+    for (DocumentForm form : {DocumentForm::Xml, DocumentForm::Binary, DocumentForm::Compressed}) {
+        const SaveReport clean = SaveProblems(*model.Document(), form);
+        EXPECT_EQ(clean.error, QString());
+        EXPECT_TRUE(clean.faults.empty());
+    }
+
+    // Faults a caller may accept: the report has them, and no error.
+    KVT317SettingsDetail bare;
+    bare.SetLogger(nullptr);
+    bare.ResetToDefault();
+    bare.SetName(QStringLiteral("bare"));
+    bare.Setindex(4);
+    ASSERT_TRUE(model.InsertRecord(3, bare));
+    const SaveReport faulty = SaveProblems(*model.Document(), DocumentForm::Binary);
+    EXPECT_EQ(faulty.error, QString());
+    QStringList faults;
+    for (const ReadFinding& finding : faulty.faults)
+        faults.append(finding.message);
+    EXPECT_EQ(faults, QStringList({"KVT317SettingsDetail: Please set AverageMode properly.",
+                                   "KVT317SettingsDetail: Please set BandwidthDF properly.",
+                                   "KVT317SettingsDetail: Please set ScanMemoryID properly.",
+                                   "KVT317SettingsDetail: Please set StopTime properly.",
+                                   "FrequencyRange: Please set StartFrequency properly.",
+                                   "FrequencyRange: Please set StopFrequency properly."}));
+
+    // A refusal no caller can accept: the error says why.
+    KVT317_Settings settings;
+    settings.SetLogger(nullptr);
+    settings.AppendKVT317SettingsDetail(StartingDetail(1, QStringLiteral("bell\x07")));
+    const SaveReport xml = SaveProblems(settings, DocumentForm::Xml);
+    EXPECT_EQ(xml.error,
+              QStringLiteral("the document as written would load back other than it is shown"));
+    const SaveReport binary = SaveProblems(settings, DocumentForm::Binary);
+    EXPECT_EQ(binary.error, QString());
+    ASSERT_EQ(binary.faults.size(), size_t(1));
+    EXPECT_EQ(binary.faults.front().message,
+              QStringLiteral("Name: holds U+0007, which XML cannot carry"));
+}

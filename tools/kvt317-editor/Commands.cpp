@@ -77,6 +77,10 @@ InsertDetailCommand::InsertDetailCommand(SettingsModel& model, int row,
 
 void InsertDetailCommand::redo()
 {
+    if (m_applied) {
+        m_applied = false;
+        return;
+    }
     m_taken = m_model.InsertRecord(m_row, m_detail);
 }
 
