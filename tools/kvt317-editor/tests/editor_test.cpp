@@ -17,12 +17,15 @@
 #include <QMessageBox>
 #include <QPainter>
 #include <QSpinBox>
+#include <QStatusBar>
 #include <QSysInfo>
 #include <QTableView>
 #include <QTemporaryDir>
 #include <QTest>
 #include <QTreeWidget>
 #include <QUndoStack>
+
+using KVT317XML::SettingsModel;
 
 namespace {
 
@@ -213,6 +216,9 @@ class EditorTest : public QObject
 private slots:
     void editUndoRedoAddRemoveSave();
     void aRefusedSaveLeavesTheFile();
+    void aSaveWithFaultsIsConfirmed();
+    void addDetailGivesACompleteRow();
+    void aRefusedEditSaysWhy();
     void findingsSelectTheirCells();
     void jsonDocuments();
     void duplicateMoveResetFilterAndClose();
@@ -315,6 +321,144 @@ void EditorTest::aRefusedSaveLeavesTheFile()
     QVERIFY(!window.isWindowModified());
     QVERIFY(ReadAll(path) != Faulty);
     QVERIFY(!ReadAll(path).contains("Colour"));
+}
+
+void EditorTest::aSaveWithFaultsIsConfirmed()
+{
+    // The third detail without its Threshold, which the check asks for; a save writes the
+    // member's default.
+    QByteArray missing = ReadAll(SourceDir + QStringLiteral("/examples/settings.xml"));
+    QCOMPARE(missing.count("    <Threshold>20</Threshold>\n"), 1);
+    missing.replace("    <Threshold>20</Threshold>\n", "");
+    QTemporaryDir dir;
+    const QString path = dir.filePath(QStringLiteral("settings.xml"));
+    QVERIFY(WriteAll(path, missing));
+    EditorWindow window;
+    QVERIFY(Show(window));
+    QVERIFY(window.Open(path));
+    // The load took the detail as it came, and says so; saving writes what it lacks.
+    QStringList lossy;
+    window.confirmLossySave = [&lossy](const QStringList& reasons) {
+        lossy = reasons;
+        return true;
+    };
+    QStringList asked;
+    bool answer = false;
+    window.confirmFaultySave = [&asked, &answer](const QStringList& faults) {
+        asked = faults;
+        return answer;
+    };
+    SettingsModel& model = window.Model();
+    window.UndoStack()->push(new SetCellCommand(model, 0, ColumnNamed(model, "AntennaPol"),
+                                                SetCellCommand::Change::Value, QVariant(1)));
+    window.UndoStack()->push(new SetCellCommand(model, 1, ColumnNamed(model, "Threshold"),
+                                                SetCellCommand::Change::Value, QVariant(25)));
+    QCOMPARE(window.UndoStack()->count(), 2);
+
+    // Declined: nothing is written, and the editor says so.
+    QVERIFY(!window.Save());
+    QCOMPARE(lossy, QStringList({"line 43, column 3: KVT317_Settings: Tried to append not "
+                                 "completely defined or invalid item KVT317SettingsDetail."}));
+    QCOMPARE(asked, QStringList({"KVT317SettingsDetail: Please set Threshold properly."}));
+    QCOMPARE(ReadAll(path), missing);
+    QVERIFY(window.isWindowModified());
+    QCOMPARE(window.statusBar()->currentMessage(),
+             QStringLiteral("Not saved: the document has 1 fault(s) at level error"));
+
+    // Accepted: saved, and not as a plain success.
+    asked.clear();
+    answer = true;
+    QVERIFY(window.Save());
+    QCOMPARE(asked, QStringList({"KVT317SettingsDetail: Please set Threshold properly."}));
+    QCOMPARE(ReadAll(path), EditedExample);
+    QVERIFY(!window.isWindowModified());
+    QCOMPARE(window.statusBar()->currentMessage(),
+             QStringLiteral("Saved settings.xml with 1 fault(s) at level error, as accepted"));
+}
+
+void EditorTest::addDetailGivesACompleteRow()
+{
+    QTemporaryDir dir;
+    const QString path = dir.filePath(QStringLiteral("settings.xml"));
+    QVERIFY(QFile::copy(SourceDir + QStringLiteral("/examples/settings.xml"), path));
+    EditorWindow window;
+    QVERIFY(Show(window));
+    QVERIFY(window.Open(path));
+    window.confirmFaultySave = [](const QStringList& faults) {
+        QTest::qFail(qPrintable(faults.join(QLatin1Char('\n'))), __FILE__, __LINE__);
+        return false;
+    };
+    QTableView& table = *window.Table();
+    const QAbstractItemModel& model = *table.model();
+    table.setFocus();
+    table.setCurrentIndex(model.index(0, 0));
+    QVERIFY2(Trigger(window, "addDetail"), "addDetail");
+    QCOMPARE(model.rowCount(), 4);
+    QCOMPARE(table.currentIndex().row(), 1);
+    QStringList cells;
+    QStringList faults;
+    for (int column = 0; column < model.columnCount(); ++column) {
+        const QModelIndex cell = model.index(1, column);
+        cells.append(model.headerData(column, Qt::Horizontal).toString() + QLatin1Char('=') +
+                     cell.data().toString());
+        if (cell.data(SettingsModel::FaultRole).toInt() >= 0 ||
+            !cell.data(SettingsModel::IsSetRole).toBool())
+            faults.append(cells.back());
+    }
+    QCOMPARE(cells,
+             QStringList({"Name=Setting 4", "index=4", "AntennaPol=VERT", "AntPreAmp=OFF",
+                          "AverageMode=OFF", "BandwidthDF=1.00 kHz", "BlockAveragingTime=10 ms",
+                          "DF_Alt=CORRELATION", "StartFrequency=88 MHz", "StopFrequency=240 MHz",
+                          "Real_Time_Bandwidth=80 MHz", "ScanMemoryID=0",
+                          "DFPan_Selectivity=NORMAL", QString::fromUtf8("Threshold=20 dB\u00B5V"),
+                          "StopTime=(none)", "AttSelect=MANUAL", "AttenuationHoldValue=10.00 dB",
+                          "AttenuationHoldTime=100.00 ms"}));
+    // Every member set, and nothing to find.
+    QCOMPARE(faults, QStringList());
+    QCOMPARE(model.headerData(1, Qt::Vertical, SettingsModel::FaultRole), QVariant(-1));
+    QCOMPARE(window.UndoStack()->count(), 1);
+    QVERIFY(window.Save());
+    QCOMPARE(window.statusBar()->currentMessage(), QStringLiteral("Saved settings.xml"));
+
+    // A second one takes the next free number.
+    QVERIFY2(Trigger(window, "addDetail"), "addDetail");
+    QCOMPARE(Shown(table, 2, QStringLiteral("Name")), QStringLiteral("Setting 5"));
+    QCOMPARE(Shown(table, 2, QStringLiteral("index")), QStringLiteral("5"));
+}
+
+void EditorTest::aRefusedEditSaysWhy()
+{
+    QTemporaryDir dir;
+    const QString path = dir.filePath(QStringLiteral("settings.xml"));
+    QVERIFY(QFile::copy(SourceDir + QStringLiteral("/examples/settings.xml"), path));
+    EditorWindow window;
+    QVERIFY(Show(window));
+    QVERIFY(window.Open(path));
+    QTableView& table = *window.Table();
+    const QAbstractItemModel& model = *table.model();
+    table.setFocus();
+    table.setCurrentIndex(model.index(0, ColumnNamed(model, QStringLiteral("Name"))));
+    QTest::keyClick(&table, Qt::Key_F2);
+    auto* edit = table.findChild<QLineEdit*>(QStringLiteral("textEditor"));
+    QVERIFY(edit);
+    QCOMPARE(edit->text(), QStringLiteral("VHF airband"));
+    // A bell, which XML cannot carry.
+    edit->setText(QStringLiteral("VHF\u0007airband"));
+    Commit(edit);
+    QCOMPARE(window.statusBar()->currentMessage(),
+             QStringLiteral("Not changed: Name: the XML form cannot carry \"VHFU+0007airband\"; "
+                            "it would be read back as VHFairband"));
+    QCOMPARE(Shown(table, 0, QStringLiteral("Name")), QStringLiteral("VHF airband"));
+    QCOMPARE(window.UndoStack()->count(), 0);
+    QVERIFY(!window.isWindowModified());
+
+    // So is an unset the model refuses.
+    table.setCurrentIndex(model.index(0, ColumnNamed(model, QStringLiteral("Threshold"))));
+    QVERIFY2(Trigger(window, "unset"), "unset");
+    QCOMPARE(window.statusBar()->currentMessage(),
+             QStringLiteral("Not changed: Threshold is always saved; it cannot be unset"));
+    QCOMPARE(Shown(table, 0, QStringLiteral("Threshold")), QString::fromUtf8("10 dB\u00B5V"));
+    QCOMPARE(window.UndoStack()->count(), 0);
 }
 
 void EditorTest::findingsSelectTheirCells()
