@@ -257,9 +257,11 @@ bool SaveSettingsDocument(const Record& record, const QString& path, DocumentFor
     std::unique_ptr<Record> copy = CopyRecord(record);
     QStringList errors;
     copy->SetLogger(std::make_shared<REPORTGENERATOR::Logger>(
-        [&errors](REPORTGENERATOR::LogLevel level, const QString& message) {
+        [&errors, &out](REPORTGENERATOR::LogLevel level, const QString& message) {
             if (level == REPORTGENERATOR::LogLevel::Error)
                 errors.append(message);
+            else if (level == REPORTGENERATOR::LogLevel::Warning)
+                out.warnings.append(message);
         }));
     bool saved = false;
     try {

@@ -6,6 +6,7 @@
 #include <Record.h>
 
 #include <QString>
+#include <QStringList>
 
 #include <memory>
 #include <vector>
@@ -46,6 +47,9 @@ struct KVT317XMLMODEL_EXPORT SaveReport {
     std::vector<ReadFinding> faults;
     /// Why nothing was saved; empty after a save.
     QString error;
+    /// What the write reported at level WARNING (a mode, owner or attribute of the file that
+    /// could not be kept).
+    QStringList warnings;
 };
 
 /// Whether a document with faults may be saved.

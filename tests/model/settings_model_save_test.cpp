@@ -8,6 +8,10 @@
 
 #include <QDateTime>
 
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
 namespace {
 
 QByteArray ReadAll(const QString& path)
@@ -400,4 +404,35 @@ TEST_F(Model, TheChecksOfASaveAreGivenWithoutWriting)
     ASSERT_EQ(binary.faults.size(), size_t(1));
     EXPECT_EQ(binary.faults.front().message,
               QStringLiteral("Name: holds U+0007, which XML cannot carry"));
+}
+
+TEST_F(Model, ASaveGivesTheWarningsOfTheWrite)
+{
+    if (::geteuid() != 0)
+        GTEST_SKIP() << "another owner's file needs root to make";
+    QTemporaryDir dir;
+    ASSERT_EQ(::chmod(QFile::encodeName(dir.path()).constData(), 0777), 0);
+    const QString path = WriteFile(dir, "owned.xml", "<x/>");
+    const QByteArray local = QFile::encodeName(path);
+    ASSERT_EQ(::chown(local.constData(), 0, 65534), 0);
+    ASSERT_EQ(::chmod(local.constData(), 0666), 0);
+    auto watched = Load(nullptr, SourceDir + QStringLiteral("/examples/settings.xml"));
+    // As nobody (65534), in a child process, since a process cannot take root back.
+    const pid_t child = fork();
+    if (child == 0) {
+        SaveReport report;
+        const bool saved =
+            ::setgid(65534) == 0 && ::setuid(65534) == 0 &&
+            SaveSettingsDocument(*watched->model.Document(), path, DocumentForm::Xml, &report);
+        const QStringList expected(
+            QStringLiteral(
+                "'%1' could not keep its owner and group root:nogroup (0:65534): Operation not "
+                "permitted; they are now nobody:nogroup (65534:65534)")
+                .arg(path));
+        _exit(saved && report.error.isEmpty() && report.warnings == expected ? 0 : 1);
+    }
+    int status = 0;
+    ASSERT_EQ(waitpid(child, &status, 0), child);
+    EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0);
+    EXPECT_EQ(ReadAll(path), ReadAll(SourceDir + QStringLiteral("/examples/settings.xml")));
 }

@@ -346,12 +346,16 @@ EditorWindow::Written EditorWindow::WriteDirect(const QString& path, bool compar
             errors.append(fault);
     } else {
         // The model's save, under its rule; what it says is the editor's to show.
-        std::unique_ptr<Record> copy = KVT317XML::CopyRecord(document);
-        copy->SetLogger(nullptr);
-        bytes = SavedBytes(*copy, m_form);
         KVT317XML::SaveReport report;
-        saved = KVT317XML::SaveSettingsDocument(*copy, path, m_form, &report, faults);
-        if (!saved) {
+        saved = KVT317XML::SaveSettingsDocument(document, path, m_form, &report, faults);
+        for (const QString& warning : report.warnings)
+            m_pending.emplace_back(static_cast<int>(LogLevel::Warning), warning);
+        if (saved) {
+            // What the save wrote, from a silent copy: the editor's own save is no change.
+            std::unique_ptr<Record> copy = KVT317XML::CopyRecord(document);
+            copy->SetLogger(nullptr);
+            bytes = SavedBytes(*copy, m_form);
+        } else {
             m_pending.emplace_back(static_cast<int>(LogLevel::Error), report.error);
             errors.append(report.error);
         }
