@@ -70,7 +70,7 @@ InsertDetailCommand::InsertDetailCommand(SettingsModel& model, int row,
     , m_row(row)
     , m_detail(detail)
 {
-    // A copy reports to the default logger; it reports, like the document, to its panel.
+    // A copy reports to the default logger; it reports, like the document, to the model's.
     m_detail.SetLogger(model.Document()->GetLogger());
     setText(text);
 }

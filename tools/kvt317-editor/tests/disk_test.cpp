@@ -180,8 +180,8 @@ private:
 
 void EditorDiskTest::initTestCase()
 {
-    // Below the editor's own routing, which takes its place at the first document: what
-    // arrives here has escaped the editor.
+    // The library's default logger writes through Qt's messages: what arrives here has
+    // escaped the editor's panel.
     testHandler = qInstallMessageHandler(Capture);
 }
 
