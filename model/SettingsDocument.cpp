@@ -187,20 +187,12 @@ std::unique_ptr<Record> DocumentAsSaved(const Record& record, DocumentForm form,
     return back;
 }
 
-bool SaveSettingsDocument(const Record& record, const QString& path, DocumentForm form,
-                          SaveReport* report, SaveFaults faults)
+SaveReport SaveProblems(const Record& record, DocumentForm form)
 {
-    SaveReport own;
-    SaveReport& out = report ? *report : own;
-    out = SaveReport();
-    // A copy with a logger of its own, so that the library's reports come here.
+    SaveReport out;
+    // A silent copy: what the library says arrives through the observers.
     std::unique_ptr<Record> copy = CopyRecord(record);
-    QStringList errors;
-    copy->SetLogger(std::make_shared<REPORTGENERATOR::Logger>(
-        [&errors](REPORTGENERATOR::LogLevel level, const QString& message) {
-            if (level == REPORTGENERATOR::LogLevel::Error)
-                errors.append(message);
-        }));
+    copy->SetLogger(nullptr);
     ReadFindings checked;
     {
         ObserveReading observe(checked);
@@ -216,7 +208,7 @@ bool SaveSettingsDocument(const Record& record, const QString& path, DocumentFor
     } catch (const std::exception& refused) {
         out.error = QStringLiteral("the library refuses to write the document: %1")
                         .arg(QString::fromUtf8(refused.what()));
-        return false;
+        return out;
     }
     std::vector<ReadFinding> found;
     const std::unique_ptr<Record> back = LoadedBack(record.GetDescription(), bytes, form, found);
@@ -227,7 +219,7 @@ bool SaveSettingsDocument(const Record& record, const QString& path, DocumentFor
                 why = finding.message;
         out.error = QStringLiteral("the document as written would not load: %1")
                         .arg(why.isEmpty() ? QStringLiteral("nothing is written") : why);
-        return false;
+        return out;
     }
     for (const ReadFinding& finding : found)
         AddFault(out.faults, finding);
@@ -241,18 +233,36 @@ bool SaveSettingsDocument(const Record& record, const QString& path, DocumentFor
     // What the model shows: the document as the binary form, which keeps every text as it
     // is, gives it back.
     const std::unique_ptr<Record> shown = DocumentAsSaved(record, DocumentForm::Binary);
-    if (!shown || !back->Equals(*shown)) {
+    if (!shown || !back->Equals(*shown))
         out.error = QStringLiteral("the document as written would load back other than it is "
                                    "shown");
+    return out;
+}
+
+bool SaveSettingsDocument(const Record& record, const QString& path, DocumentForm form,
+                          SaveReport* report, SaveFaults faults)
+{
+    SaveReport own;
+    SaveReport& out = report ? *report : own;
+    out = SaveProblems(record, form);
+    if (!out.error.isEmpty())
         return false;
-    }
     if (!out.faults.empty() && faults == SaveFaults::Refuse) {
         out.error = QStringLiteral("the document has %1 fault(s); the first: %2")
                         .arg(out.faults.size())
                         .arg(out.faults.front().message);
         return false;
     }
-    errors.clear();
+    // A copy with a logger of its own, so that the library's reports come here.
+    std::unique_ptr<Record> copy = CopyRecord(record);
+    QStringList errors;
+    copy->SetLogger(std::make_shared<REPORTGENERATOR::Logger>(
+        [&errors, &out](REPORTGENERATOR::LogLevel level, const QString& message) {
+            if (level == REPORTGENERATOR::LogLevel::Error)
+                errors.append(message);
+            else if (level == REPORTGENERATOR::LogLevel::Warning)
+                out.warnings.append(message);
+        }));
     bool saved = false;
     try {
         saved = form == DocumentForm::Xml

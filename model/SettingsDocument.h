@@ -6,6 +6,7 @@
 #include <Record.h>
 
 #include <QString>
+#include <QStringList>
 
 #include <memory>
 #include <vector>
@@ -46,6 +47,9 @@ struct KVT317XMLMODEL_EXPORT SaveReport {
     std::vector<ReadFinding> faults;
     /// Why nothing was saved; empty after a save.
     QString error;
+    /// What the write reported at level WARNING (a mode, owner or attribute of the file that
+    /// could not be kept).
+    QStringList warnings;
 };
 
 /// Whether a document with faults may be saved.
@@ -53,6 +57,14 @@ enum class SaveFaults {
     Refuse, ///< a document with faults at level ERROR is not saved
     Accept  ///< it is saved all the same, as long as it loads back as it is shown
 };
+
+/// What a save of @p record in @p form would find, without writing anything: the checks of
+/// SaveSettingsDocument(). Its error says why no save may write the document (the library
+/// refuses it, or it would not load back as it is shown), whatever the caller accepts; its
+/// faults are those at level ERROR that only SaveFaults::Accept lets through. A program that
+/// writes the document by other means (a locked edit of its file) applies the same rule
+/// with it.
+KVT317XMLMODEL_EXPORT SaveReport SaveProblems(const Record& record, DocumentForm form);
 
 /// Saves a document in @p form through the library's own SaveXml() and SaveBinary(),
 /// atomically: the file is replaced only once the whole document is written.

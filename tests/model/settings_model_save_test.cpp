@@ -8,6 +8,10 @@
 
 #include <QDateTime>
 
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
 namespace {
 
 QByteArray ReadAll(const QString& path)
@@ -357,4 +361,78 @@ TEST_F(Model, ATextOnlyTheBinaryFormCarriesIsSavedInThatFormAlone)
                                      SaveFaults::Accept))
         << qPrintable(report.error);
     EXPECT_EQ(ReadAll(copy), ReadAll(path));
+}
+
+TEST_F(Model, TheChecksOfASaveAreGivenWithoutWriting)
+{
+    auto watched = Load(nullptr, SourceDir + QStringLiteral("/examples/settings.xml"));
+    SettingsModel& model = watched->model;
+    for (DocumentForm form : {DocumentForm::Xml, DocumentForm::Binary, DocumentForm::Compressed}) {
+        const SaveReport clean = SaveProblems(*model.Document(), form);
+        EXPECT_EQ(clean.error, QString());
+        EXPECT_TRUE(clean.faults.empty());
+    }
+
+    // Faults a caller may accept: the report has them, and no error.
+    KVT317SettingsDetail bare;
+    bare.SetLogger(nullptr);
+    bare.ResetToDefault();
+    bare.SetName(QStringLiteral("bare"));
+    bare.Setindex(4);
+    ASSERT_TRUE(model.InsertRecord(3, bare));
+    const SaveReport faulty = SaveProblems(*model.Document(), DocumentForm::Binary);
+    EXPECT_EQ(faulty.error, QString());
+    QStringList faults;
+    for (const ReadFinding& finding : faulty.faults)
+        faults.append(finding.message);
+    EXPECT_EQ(faults, QStringList({"KVT317SettingsDetail: Please set AverageMode properly.",
+                                   "KVT317SettingsDetail: Please set BandwidthDF properly.",
+                                   "KVT317SettingsDetail: Please set ScanMemoryID properly.",
+                                   "KVT317SettingsDetail: Please set StopTime properly.",
+                                   "FrequencyRange: Please set StartFrequency properly.",
+                                   "FrequencyRange: Please set StopFrequency properly."}));
+
+    // A refusal no caller can accept: the error says why.
+    KVT317_Settings settings;
+    settings.SetLogger(nullptr);
+    settings.AppendKVT317SettingsDetail(StartingDetail(1, QStringLiteral("bell\x07")));
+    const SaveReport xml = SaveProblems(settings, DocumentForm::Xml);
+    EXPECT_EQ(xml.error,
+              QStringLiteral("the document as written would load back other than it is shown"));
+    const SaveReport binary = SaveProblems(settings, DocumentForm::Binary);
+    EXPECT_EQ(binary.error, QString());
+    ASSERT_EQ(binary.faults.size(), size_t(1));
+    EXPECT_EQ(binary.faults.front().message,
+              QStringLiteral("Name: holds U+0007, which XML cannot carry"));
+}
+
+TEST_F(Model, ASaveGivesTheWarningsOfTheWrite)
+{
+    if (::geteuid() != 0)
+        GTEST_SKIP() << "another owner's file needs root to make";
+    QTemporaryDir dir;
+    ASSERT_EQ(::chmod(QFile::encodeName(dir.path()).constData(), 0777), 0);
+    const QString path = WriteFile(dir, "owned.xml", "<x/>");
+    const QByteArray local = QFile::encodeName(path);
+    ASSERT_EQ(::chown(local.constData(), 0, 65534), 0);
+    ASSERT_EQ(::chmod(local.constData(), 0666), 0);
+    auto watched = Load(nullptr, SourceDir + QStringLiteral("/examples/settings.xml"));
+    // As nobody (65534), in a child process, since a process cannot take root back.
+    const pid_t child = fork();
+    if (child == 0) {
+        SaveReport report;
+        const bool saved =
+            ::setgid(65534) == 0 && ::setuid(65534) == 0 &&
+            SaveSettingsDocument(*watched->model.Document(), path, DocumentForm::Xml, &report);
+        const QStringList expected(
+            QStringLiteral(
+                "'%1' could not keep its owner and group root:nogroup (0:65534): Operation not "
+                "permitted; they are now nobody:nogroup (65534:65534)")
+                .arg(path));
+        _exit(saved && report.error.isEmpty() && report.warnings == expected ? 0 : 1);
+    }
+    int status = 0;
+    ASSERT_EQ(waitpid(child, &status, 0), child);
+    EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0);
+    EXPECT_EQ(ReadAll(path), ReadAll(SourceDir + QStringLiteral("/examples/settings.xml")));
 }

@@ -129,10 +129,13 @@ void CellDelegate::setModelData(QWidget* editor, QAbstractItemModel* model,
         return; // nothing to undo
     auto* command = new SetCellCommand(*settings, source.row(), source.column(),
                                        SetCellCommand::Change::Value, value);
-    if (command->Apply())
+    if (command->Apply()) {
         m_undo->push(command);
-    else
-        delete command;
+        return;
+    }
+    delete command;
+    if (refused)
+        refused(settings->LastRefusal());
 }
 
 void CellDelegate::initStyleOption(QStyleOptionViewItem* option, const QModelIndex& index) const

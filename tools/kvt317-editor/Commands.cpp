@@ -70,13 +70,17 @@ InsertDetailCommand::InsertDetailCommand(SettingsModel& model, int row,
     , m_row(row)
     , m_detail(detail)
 {
-    // A copy reports to the default logger; it reports, like the document, to its panel.
+    // A copy reports to the default logger; it reports, like the document, to the model's.
     m_detail.SetLogger(model.Document()->GetLogger());
     setText(text);
 }
 
 void InsertDetailCommand::redo()
 {
+    if (m_applied) {
+        m_applied = false;
+        return;
+    }
     m_taken = m_model.InsertRecord(m_row, m_detail);
 }
 

@@ -53,12 +53,21 @@ public:
     void undo() override;
     void redo() override;
     bool Taken() const { return m_taken; }
+    // Inserts now; the stack's first redo() then does nothing. False when the model refused
+    // the detail (LastRefusal() says why).
+    bool Apply()
+    {
+        redo();
+        m_applied = m_taken;
+        return m_taken;
+    }
 
 private:
     KVT317XML::SettingsModel& m_model;
     int m_row;
     KVT317XML::KVT317SettingsDetail m_detail;
     bool m_taken = false;
+    bool m_applied = false;
 };
 
 // Removes a detail; undo puts it back where it was.

@@ -15,16 +15,11 @@
 #include <QFile>
 #include <QFileInfo>
 #include <QFileSystemWatcher>
-#include <QPointer>
 #include <QSortFilterProxyModel>
 #include <QStatusBar>
 #include <QTableView>
-#include <QThread>
 #include <QTimer>
 #include <QUndoStack>
-
-#include <cstdio>
-#include <cstring>
 
 using KVT317XML::DocumentForm;
 using KVT317XML::Record;
@@ -85,38 +80,7 @@ bool CopyDocument(const Record& from, Record& to)
     return false;
 }
 
-// The window that receives what the library's default logger says: records that the
-// editor does not hand its logger (copies, fresh details) report there.
-QPointer<EditorWindow> reportWindow;
-QtMessageHandler previousHandler = nullptr;
-
-void RouteReports(QtMsgType type, const QMessageLogContext& context, const QString& message)
-{
-    EditorWindow* window = reportWindow.data();
-    if (window && context.category && std::strcmp(context.category, "reportbase") == 0 &&
-        QThread::currentThread() == window->thread()) {
-        const LogLevel level = type == QtInfoMsg || type == QtDebugMsg ? LogLevel::Info
-                               : type == QtWarningMsg                  ? LogLevel::Warning
-                                                                       : LogLevel::Error;
-        window->TakeReport(static_cast<int>(level), message);
-        return;
-    }
-    if (previousHandler)
-        previousHandler(type, context, message);
-    else
-        std::fprintf(stderr, "%s\n", qPrintable(qFormatLogMessage(type, context, message)));
-}
-
 } // namespace
-
-std::shared_ptr<Logger> EditorWindow::NewDocumentLogger()
-{
-    QPointer<EditorWindow> window(this);
-    return std::make_shared<Logger>([window](LogLevel level, const QString& message) {
-        if (window)
-            window->TakeReport(static_cast<int>(level), message);
-    });
-}
 
 void EditorWindow::TakeReport(int level, const QString& message)
 {
@@ -131,12 +95,6 @@ bool EditorWindow::Open(const QString& path)
     // content for what it has shown, and the change is noticed rather than overwritten.
     const QByteArray digest = DiskDigest(path);
     const bool json = IsJsonDocument(path);
-    static const bool routed = [] {
-        previousHandler = qInstallMessageHandler(RouteReports);
-        return true;
-    }();
-    (void)routed;
-    reportWindow = this;
     m_loading = true;
     KVT317XML::LoadedDocument document =
         json ? LoadJsonDocument(path) : KVT317XML::LoadSettingsDocument(path);
@@ -152,8 +110,6 @@ bool EditorWindow::Open(const QString& path)
     m_diskDigest = digest;
     m_pending.clear();
     m_reports.clear();
-    m_logger = NewDocumentLogger();
-    document.record->SetLogger(m_logger);
     m_model.SetDocument(std::move(document.record), std::move(document.findings));
     for (QAction* action : m_rowActions)
         action->setEnabled(m_model.HasRowList());
@@ -189,13 +145,17 @@ bool EditorWindow::SaveAs(const QString& path)
         reasons.append(KVT317XML::FindingLine(finding));
     if (!reasons.isEmpty() && !confirmLossySave(reasons))
         return false;
+    KVT317XML::SaveFaults faults = KVT317XML::SaveFaults::Refuse;
+    int accepted = 0;
+    if (!MaySave(faults, accepted))
+        return false;
     const QString target = QFileInfo(path).absoluteFilePath();
     // Another file, chosen in the save dialog, is replaced as the dialog confirmed; the open
     // one only while it holds what the editor last read, wrote or told of.
     const bool compare = target == m_path;
     for (;;) {
         QByteArray seen;
-        const Written written = WriteLocked(target, compare, seen);
+        const Written written = WriteLocked(target, compare, seen, faults);
         UpdateDiagnostics();
         if (written == Written::Yes)
             break;
@@ -220,18 +180,52 @@ bool EditorWindow::SaveAs(const QString& path)
     m_undo->setClean();
     UpdateTitle();
     Watch();
-    statusBar()->showMessage(tr("Saved %1").arg(QFileInfo(path).fileName()));
+    // A document saved with its faults is not a plain success.
+    statusBar()->showMessage(accepted > 0
+                                 ? tr("Saved %1 with %2 fault(s) at level error, as accepted")
+                                       .arg(QFileInfo(path).fileName())
+                                       .arg(accepted)
+                                 : tr("Saved %1").arg(QFileInfo(path).fileName()));
     return true;
 }
 
-EditorWindow::Written EditorWindow::WriteLocked(const QString& path, bool compare, QByteArray& seen)
+bool EditorWindow::MaySave(KVT317XML::SaveFaults& faults, int& accepted)
+{
+    // The model's save rule, which the locked edit applies again to what it writes. The JSON
+    // form is checked as the binary form, which carries every value as the model shows it.
+    const KVT317XML::SaveReport problems =
+        KVT317XML::SaveProblems(*m_model.Document(), m_json ? DocumentForm::Binary : m_form);
+    if (!problems.error.isEmpty()) {
+        const QString refused = tr("The document cannot be saved: %1").arg(problems.error);
+        m_pending.emplace_back(static_cast<int>(LogLevel::Error), refused);
+        UpdateDiagnostics();
+        ShowReports({refused}, m_path);
+        return false;
+    }
+    if (problems.faults.empty())
+        return true;
+    QStringList lines;
+    for (const KVT317XML::ReadFinding& finding : problems.faults)
+        lines.append(KVT317XML::FindingLine(finding));
+    if (!confirmFaultySave(lines)) {
+        statusBar()->showMessage(tr("Not saved: the document has %1 fault(s) at level error")
+                                     .arg(problems.faults.size()));
+        return false;
+    }
+    faults = KVT317XML::SaveFaults::Accept;
+    accepted = static_cast<int>(problems.faults.size());
+    return true;
+}
+
+EditorWindow::Written EditorWindow::WriteLocked(const QString& path, bool compare, QByteArray& seen,
+                                                KVT317XML::SaveFaults faults)
 {
     // XML and binary documents go through the library's locked edit; JSON, a new file, and
     // a file the edit cannot load (another form now, or no document at all) under the same
     // lock, taken directly.
     if (!m_json && compare && QFileInfo::exists(path)) {
         bool tried = false;
-        const Written written = WriteThroughEdit(path, seen, tried);
+        const Written written = WriteThroughEdit(path, seen, tried, faults);
         if (tried || written != Written::Refused)
             return written;
         DocumentLock probe(path);
@@ -240,11 +234,11 @@ EditorWindow::Written EditorWindow::WriteLocked(const QString& path, bool compar
             return Written::Refused;
         }
     }
-    return WriteDirect(path, compare, seen, lockWait);
+    return WriteDirect(path, compare, seen, lockWait, faults);
 }
 
 EditorWindow::Written EditorWindow::WriteThroughEdit(const QString& path, QByteArray& seen,
-                                                     bool& tried)
+                                                     bool& tried, KVT317XML::SaveFaults faults)
 {
     const Record& document = *m_model.Document();
     std::unique_ptr<Record> scratch = KVT317XML::NewRecord(document.GetDescription());
@@ -261,6 +255,7 @@ EditorWindow::Written EditorWindow::WriteThroughEdit(const QString& path, QByteA
             m_lastErrors.append(message);
     }));
     bool changed = false;
+    QString refusal;
     QByteArray expected;
     bool done = false;
     // A report raised inside the edit leaves the file untouched; the editor says why.
@@ -281,6 +276,16 @@ EditorWindow::Written EditorWindow::WriteThroughEdit(const QString& path, QByteA
                 if (!InForm(bytes, false, m_form) || !CopyDocument(document, *scratch))
                     return false;
                 tried = true;
+                // What the edit saves is held to the model's rule, as SaveSettingsDocument()
+                // holds its own save.
+                const KVT317XML::SaveReport rule = KVT317XML::SaveProblems(*scratch, m_form);
+                refusal = rule.error;
+                if (refusal.isEmpty() && !rule.faults.empty() &&
+                    faults == KVT317XML::SaveFaults::Refuse)
+                    refusal =
+                        tr("the document has %1 fault(s) at level error").arg(rule.faults.size());
+                if (!refusal.isEmpty())
+                    return false;
                 expected = SavedBytes(*scratch, m_form);
                 saving = true;
                 return true;
@@ -306,13 +311,15 @@ EditorWindow::Written EditorWindow::WriteThroughEdit(const QString& path, QByteA
         for (const auto& report : saveReports)
             if (report.first == static_cast<int>(LogLevel::Error))
                 errors.append(report.second);
+        if (!refusal.isEmpty())
+            errors.append(tr("The document cannot be saved: %1").arg(refusal));
         ShowReports(errors, path);
     }
     return Written::Refused;
 }
 
 EditorWindow::Written EditorWindow::WriteDirect(const QString& path, bool compare, QByteArray& seen,
-                                                int wait)
+                                                int wait, KVT317XML::SaveFaults faults)
 {
     DocumentLock lock(path);
     QString fault;
@@ -338,24 +345,20 @@ EditorWindow::Written EditorWindow::WriteDirect(const QString& path, bool compar
         if (!saved)
             errors.append(fault);
     } else {
-        // A copy saves, so that the save's reports are the editor's to show, whatever
-        // logger the document has.
-        std::unique_ptr<Record> copy = KVT317XML::NewRecord(document.GetDescription());
-        copy->SetValidate(false);
-        copy->SetLogger(std::make_shared<Logger>([&](LogLevel level, const QString& message) {
-            m_pending.emplace_back(static_cast<int>(level), message);
-            if (level == LogLevel::Error)
-                errors.append(message);
-        }));
-        if (CopyDocument(document, *copy)) {
+        // The model's save, under its rule; what it says is the editor's to show.
+        KVT317XML::SaveReport report;
+        saved = KVT317XML::SaveSettingsDocument(document, path, m_form, &report, faults);
+        for (const QString& warning : report.warnings)
+            m_pending.emplace_back(static_cast<int>(LogLevel::Warning), warning);
+        if (saved) {
+            // What the save wrote, from a silent copy: the editor's own save is no change.
+            std::unique_ptr<Record> copy = KVT317XML::CopyRecord(document);
+            copy->SetLogger(nullptr);
             bytes = SavedBytes(*copy, m_form);
-            try {
-                saved = KVT317XML::SaveSettingsDocument(*copy, path, m_form);
-            } catch (const REPORTGENERATOR::RGException& exception) {
-                errors.append(exception.GetMessage());
-            }
+        } else {
+            m_pending.emplace_back(static_cast<int>(LogLevel::Error), report.error);
+            errors.append(report.error);
         }
-        copy->SetLogger(nullptr);
     }
     if (!saved) {
         ShowReports(errors, path);

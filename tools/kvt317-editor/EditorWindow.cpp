@@ -5,6 +5,8 @@
 #include "Commands.h"
 
 #include <KVT317SettingsDetail.h>
+#include <KVT317_Settings.h>
+#include <StartingDetail.h>
 
 #include <QAbstractButton>
 #include <QAction>
@@ -67,7 +69,9 @@ EditorWindow::EditorWindow(QWidget* parent)
     m_table = new QTableView(central);
     m_table->setObjectName(QStringLiteral("table"));
     m_table->setModel(m_proxy);
-    m_table->setItemDelegate(new CellDelegate(m_undo, m_table));
+    auto* delegate = new CellDelegate(m_undo, m_table);
+    delegate->refused = [this](const QString& reason) { ShowRefusal(reason); };
+    m_table->setItemDelegate(delegate);
     m_table->setSelectionMode(QAbstractItemView::SingleSelection);
     m_table->setEditTriggers(QAbstractItemView::DoubleClicked | QAbstractItemView::EditKeyPressed |
                              QAbstractItemView::AnyKeyPressed);
@@ -108,6 +112,17 @@ EditorWindow::EditorWindow(QWidget* parent)
                         QMessageBox::Save | QMessageBox::Cancel, this);
         box.setInformativeText(reasons.join(QLatin1Char('\n')));
         box.button(QMessageBox::Save)->setText(tr("Save anyway"));
+        box.setDefaultButton(QMessageBox::Cancel);
+        return box.exec() == QMessageBox::Save;
+    };
+    confirmFaultySave = [this](const QStringList& faults) {
+        QMessageBox box(QMessageBox::Warning, tr("Save a document with faults"),
+                        tr("%1 has faults at level error; a program that reads it may refuse "
+                           "it or read it otherwise:")
+                            .arg(QFileInfo(m_path).fileName()),
+                        QMessageBox::Save | QMessageBox::Cancel, this);
+        box.setInformativeText(faults.join(QLatin1Char('\n')));
+        box.button(QMessageBox::Save)->setText(tr("Save with faults"));
         box.setDefaultButton(QMessageBox::Cancel);
         return box.exec() == QMessageBox::Save;
     };
@@ -161,9 +176,7 @@ EditorWindow::EditorWindow(QWidget* parent)
 
 EditorWindow::~EditorWindow()
 {
-    // The document's logger reports to this window, and the commands refer to the model.
-    if (m_model.Document())
-        m_model.Document()->SetLogger(nullptr);
+    // The commands refer to the model.
     m_undo->clear();
 }
 
@@ -302,14 +315,20 @@ void EditorWindow::AddDetail()
         return;
     const int current = CurrentSourceRow();
     const int row = current < 0 ? m_model.rowCount() : current + 1;
-    KVT317SettingsDetail detail;
-    detail.ResetToDefault();
+    // Complete and valid, with a name and index no other detail uses: it checks and saves
+    // as it is shown.
+    const auto* settings = dynamic_cast<const KVT317XML::KVT317_Settings*>(m_model.Document());
+    if (!settings)
+        return;
+    const KVT317SettingsDetail detail = KVT317XML::NextSettingsDetail(*settings);
     auto* command = new InsertDetailCommand(m_model, row, detail, tr("Add detail"));
+    if (!command->Apply()) {
+        ShowRefusal(m_model.LastRefusal());
+        delete command;
+        return;
+    }
     m_undo->push(command);
-    if (!command->Taken())
-        m_undo->undo();
-    else
-        SelectSource(m_model.index(row, 0));
+    SelectSource(m_model.index(row, 0));
 }
 
 void EditorWindow::DuplicateDetail()
@@ -319,6 +338,11 @@ void EditorWindow::DuplicateDetail()
         return;
     const auto& detail = *static_cast<const KVT317SettingsDetail*>(m_model.RowRecord(row));
     auto* command = new InsertDetailCommand(m_model, row + 1, detail, tr("Duplicate detail"));
+    if (!command->Apply()) {
+        ShowRefusal(m_model.LastRefusal());
+        delete command;
+        return;
+    }
     m_undo->push(command);
     SelectSource(m_model.index(row + 1, CurrentSourceIndex().column()));
 }
@@ -355,8 +379,15 @@ void EditorWindow::ResetCell(bool toDefault)
                                                  : SetCellCommand::Change::Unset);
     if (command->Apply())
         m_undo->push(command);
-    else
+    else {
+        ShowRefusal(m_model.LastRefusal());
         delete command;
+    }
+}
+
+void EditorWindow::ShowRefusal(const QString& reason)
+{
+    statusBar()->showMessage(tr("Not changed: %1").arg(reason));
 }
 
 void EditorWindow::UpdateDiagnostics()

@@ -20,10 +20,6 @@ class QTreeWidget;
 class QTimer;
 class QUndoStack;
 
-namespace REPORTGENERATOR {
-class Logger;
-}
-
 // The main window of kvt317-editor: a settings document in a table, its findings in a
 // panel, every edit on an undo stack.
 class EditorWindow : public QMainWindow
@@ -36,10 +32,13 @@ public:
 
     // Opens a document file; false, with the reason shown, when it cannot be loaded.
     bool Open(const QString& path);
-    // Saves in the document's own form, holding the file's lock; a save that would change
-    // what the file holds beyond the edits asks first, and so does one that would write over
-    // a change made on disk since the editor read or wrote the file. False when nothing was
-    // saved (the lock held by another program, a refusal, the library's refusal).
+    // Saves in the document's own form, holding the file's lock, under the item model's save
+    // rule (SaveProblems()): a document the library refuses, or one that would not load back
+    // as shown, is not saved; one with faults at level ERROR only once the user accepts them.
+    // A save that would change what the file holds beyond the edits asks first, and so does
+    // one that would write over a change made on disk since the editor read or wrote the
+    // file. False when nothing was saved (the lock held by another program, a refusal, the
+    // library's refusal).
     bool Save();
     // Saves to @p path (Save() when it is the open file), then edits that file.
     bool SaveAs(const QString& path);
@@ -53,6 +52,9 @@ public:
     // Asks whether to save although the save changes what the file holds, listing the
     // located reasons. Tests replace it; the default shows a message box.
     std::function<bool(const QStringList& reasons)> confirmLossySave;
+    // Asks whether to save a document with faults at level ERROR all the same, listing them.
+    // Tests replace it; the default shows a message box.
+    std::function<bool(const QStringList& faults)> confirmFaultySave;
     // Asks what to do with unsaved changes: Save, Discard or Cancel (QMessageBox buttons).
     std::function<int()> askUnsaved;
     // Tells the user something went wrong.
@@ -78,6 +80,8 @@ public:
     const std::vector<std::pair<int, QString>>& LibraryReports() const { return m_reports; }
     // Receives one report of the library (its LogLevel as int) for the panel.
     void TakeReport(int level, const QString& message);
+    // Tells the user why the model refused an edit, in the status bar.
+    void ShowRefusal(const QString& reason);
 
 protected:
     void closeEvent(QCloseEvent* event) override;
@@ -100,14 +104,17 @@ private:
     void SaveAsDialog();
     // Saving and watching the file (EditorFile.cpp).
     enum class Written { Yes, Refused, Changed };
-    Written WriteLocked(const QString& path, bool compare, QByteArray& seen);
-    Written WriteThroughEdit(const QString& path, QByteArray& seen, bool& tried);
-    Written WriteDirect(const QString& path, bool compare, QByteArray& seen, int wait);
+    bool MaySave(KVT317XML::SaveFaults& faults, int& accepted);
+    Written WriteLocked(const QString& path, bool compare, QByteArray& seen,
+                        KVT317XML::SaveFaults faults);
+    Written WriteThroughEdit(const QString& path, QByteArray& seen, bool& tried,
+                             KVT317XML::SaveFaults faults);
+    Written WriteDirect(const QString& path, bool compare, QByteArray& seen, int wait,
+                        KVT317XML::SaveFaults faults);
     void Watch();
     void DiskChanged();
     void CheckDisk();
     void ShowReports(const QStringList& errors, const QString& what);
-    std::shared_ptr<REPORTGENERATOR::Logger> NewDocumentLogger();
 
     KVT317XML::SettingsModel m_model;
     QSortFilterProxyModel* m_proxy = nullptr;
@@ -124,8 +131,7 @@ private:
     QTimer* m_diskTimer = nullptr;
     bool m_asking = false;
     bool m_loading = false;
-    QStringList m_lastErrors; // the ERROR reports of the last locked edit
-    std::shared_ptr<REPORTGENERATOR::Logger> m_logger;
+    QStringList m_lastErrors;                       // the ERROR reports of the last locked edit
     std::vector<std::pair<int, QString>> m_pending; // reports not yet matched to findings
     std::vector<std::pair<int, QString>> m_reports;
 };

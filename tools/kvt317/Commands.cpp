@@ -8,6 +8,7 @@
 
 #include <BearingSettings.h>
 #include <KVT317_Settings.h>
+#include <StartingDetail.h>
 
 #include <QFileInfo>
 
@@ -688,20 +689,6 @@ int RunDiff(const Options& options)
 
 // ---- new -----------------------------------------------------------------------------
 
-std::unique_ptr<Record> StartingDetail(int position)
-{
-    auto detail = std::make_unique<KVT317SettingsDetail>();
-    detail->ResetToDefault();
-    detail->SetName(QStringLiteral("Setting %1").arg(position));
-    detail->Setindex(position);
-    detail->SetAverageMode(KVT317SettingsDetail::AverageMode_OFF);
-    detail->SetBandwidthDF(KVT317SettingsDetail::BandwidthDF_1_00_kHz);
-    detail->SetScanMemoryID(0);
-    detail->SetStopTime(QDateTime());
-    detail->GetFrequencyRange().ResetToDefault();
-    return detail;
-}
-
 std::unique_ptr<Record> StartingDocument(bool bearing)
 {
     if (bearing) {
@@ -714,8 +701,7 @@ std::unique_ptr<Record> StartingDocument(bool bearing)
         return settings;
     }
     auto settings = std::make_unique<KVT317_Settings>();
-    settings->AppendKVT317SettingsDetail(
-        static_cast<const KVT317SettingsDetail&>(*StartingDetail(1)));
+    settings->AppendKVT317SettingsDetail(StartingDetail(1, QStringLiteral("Setting 1")));
     return settings;
 }
 

@@ -52,6 +52,6 @@ int Unusable(Document& document);
 // A usage error: "kvt317: MESSAGE" and a pointer to the help; returns UsageOrIo.
 int UsageError(const QString& message, const QString& command = QString());
 
-// The complete, valid document that new writes, and the detail that add appends.
+// The complete, valid document that new writes. (The detail that add appends is the
+// library's StartingDetail().)
 std::unique_ptr<KVT317XML::Record> StartingDocument(bool bearing);
-std::unique_ptr<KVT317XML::Record> StartingDetail(int position);

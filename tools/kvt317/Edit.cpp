@@ -10,6 +10,7 @@
 #include <FrequencyRange.h>
 #include <KVT317_Settings.h>
 #include <ReadObserver.h>
+#include <StartingDetail.h>
 
 #include <QHash>
 #include <QRegularExpression>
@@ -423,19 +424,21 @@ int RunAdd(const Options& options)
                         .arg(document->label, document->type));
     const std::unique_ptr<Record> edited = Copy(*document->record);
     const int position = edited->ListSize(list->bit) + 1;
-    const std::unique_ptr<Record> item = StartingDetail(position);
-    item->SetLogger(nullptr);
+    // The library's new detail, numbered by its place in the list.
+    KVT317SettingsDetail item =
+        StartingDetail(position, QStringLiteral("Setting %1").arg(position));
+    item.SetLogger(nullptr);
     const QString itemPath = QStringLiteral("%1[%2]").arg(list->name).arg(position);
     Touched touched;
     DiagnosticList findings;
     for (int i = 1; i + 1 < options.arguments.size(); i += 2) {
         const QString error =
-            Assign(*item, itemPath, options.arguments.at(i), options.arguments.at(i + 1),
+            Assign(item, itemPath, options.arguments.at(i), options.arguments.at(i + 1),
                    document->form, touched, findings);
         if (!error.isEmpty())
             return Fail(document->label + QStringLiteral(": ") + error);
     }
-    edited->AppendListItem(list->bit, *item);
+    edited->AppendListItem(list->bit, item);
     WriteRequest request = Request(*document, options);
     request.findings = &findings;
     return WriteChecked(*document, *edited, request);

@@ -1,6 +1,7 @@
 // kvt317-editor driven through its widgets, under the offscreen platform.
 
 #include "Commands.h"
+#include "EditorTestSupport.h"
 #include "EditorWindow.h"
 
 #include <QAction>
@@ -17,6 +18,7 @@
 #include <QMessageBox>
 #include <QPainter>
 #include <QSpinBox>
+#include <QStatusBar>
 #include <QSysInfo>
 #include <QTableView>
 #include <QTemporaryDir>
@@ -24,187 +26,7 @@
 #include <QTreeWidget>
 #include <QUndoStack>
 
-namespace {
-
-const QString SourceDir = QStringLiteral(KVT317_SOURCE_DIR);
-
-// The example with AntennaPol of the first detail HOR and Threshold of the second 25, as
-// the library writes it.
-const QByteArray EditedExample = "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n"
-                                 "<KVT317_Settings>\n"
-                                 "  <KVT317SettingsDetail Name=\"VHF airband\" index=\"1\">\n"
-                                 "    <AntennaPol>HOR</AntennaPol>\n"
-                                 "    <AntPreAmp>ON</AntPreAmp>\n"
-                                 "    <AverageMode>NORM</AverageMode>\n"
-                                 "    <BandwidthDF>25.0 kHz</BandwidthDF>\n"
-                                 "    <BlockAveragingTime>100</BlockAveragingTime>\n"
-                                 "    <DF_Alt>CORRELATION</DF_Alt>\n"
-                                 "    <FrequencyRange>\n"
-                                 "      <StartFrequency>118000000.00</StartFrequency>\n"
-                                 "      <StopFrequency>137000000.00</StopFrequency>\n"
-                                 "    </FrequencyRange>\n"
-                                 "    <Real_Time_Bandwidth>20 MHz</Real_Time_Bandwidth>\n"
-                                 "    <ScanMemoryID>10</ScanMemoryID>\n"
-                                 "    <DFPan_Selectivity>NARROW</DFPan_Selectivity>\n"
-                                 "    <Threshold>10</Threshold>\n"
-                                 "    <StopTime>2026-11-30T18:00:00,000Z</StopTime>\n"
-                                 "    <AttSelect>AUTO</AttSelect>\n"
-                                 "    <AttenuationHoldValue>12.50</AttenuationHoldValue>\n"
-                                 "    <AttenuationHoldTime>250.00</AttenuationHoldTime>\n"
-                                 "  </KVT317SettingsDetail>\n"
-                                 "  <KVT317SettingsDetail Name=\"Marine VHF\" index=\"2\">\n"
-                                 "    <AntennaPol>HOR</AntennaPol>\n"
-                                 "    <AntPreAmp>ON</AntPreAmp>\n"
-                                 "    <AverageMode>GATE</AverageMode>\n"
-                                 "    <BandwidthDF>12.5 kHz</BandwidthDF>\n"
-                                 "    <BlockAveragingTime>100</BlockAveragingTime>\n"
-                                 "    <DF_Alt>WATSONWATT</DF_Alt>\n"
-                                 "    <FrequencyRange>\n"
-                                 "      <StartFrequency>156000000.00</StartFrequency>\n"
-                                 "      <StopFrequency>162025000.00</StopFrequency>\n"
-                                 "    </FrequencyRange>\n"
-                                 "    <Real_Time_Bandwidth>10 MHz</Real_Time_Bandwidth>\n"
-                                 "    <ScanMemoryID>20</ScanMemoryID>\n"
-                                 "    <DFPan_Selectivity>NARROW</DFPan_Selectivity>\n"
-                                 "    <Threshold>25</Threshold>\n"
-                                 "    <StopTime>2026-11-30T18:00:00,000Z</StopTime>\n"
-                                 "    <AttSelect>AUTO</AttSelect>\n"
-                                 "    <AttenuationHoldValue>12.50</AttenuationHoldValue>\n"
-                                 "    <AttenuationHoldTime>250.00</AttenuationHoldTime>\n"
-                                 "  </KVT317SettingsDetail>\n"
-                                 "  <KVT317SettingsDetail Name=\"UHF survey\" index=\"3\">\n"
-                                 "    <AntennaPol>RIGHT</AntennaPol>\n"
-                                 "    <AntPreAmp>ON</AntPreAmp>\n"
-                                 "    <AverageMode>OFF</AverageMode>\n"
-                                 "    <BandwidthDF>100 kHz</BandwidthDF>\n"
-                                 "    <BlockAveragingTime>100</BlockAveragingTime>\n"
-                                 "    <DF_Alt>SUPERRESOLUTION</DF_Alt>\n"
-                                 "    <FrequencyRange>\n"
-                                 "      <StartFrequency>400000000.00</StartFrequency>\n"
-                                 "      <StopFrequency>470000000.00</StopFrequency>\n"
-                                 "    </FrequencyRange>\n"
-                                 "    <Real_Time_Bandwidth>80 MHz</Real_Time_Bandwidth>\n"
-                                 "    <ScanMemoryID>30</ScanMemoryID>\n"
-                                 "    <DFPan_Selectivity>NARROW</DFPan_Selectivity>\n"
-                                 "    <Threshold>20</Threshold>\n"
-                                 "    <StopTime>2026-11-30T18:00:00,000Z</StopTime>\n"
-                                 "    <AttSelect>AUTO</AttSelect>\n"
-                                 "    <AttenuationHoldValue>12.50</AttenuationHoldValue>\n"
-                                 "    <AttenuationHoldTime>250.00</AttenuationHoldTime>\n"
-                                 "  </KVT317SettingsDetail>\n"
-                                 "</KVT317_Settings>\n";
-
-// A document with an element the library does not know and a number that does not read.
-const QByteArray Faulty = "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n"
-                          "<KVT317_Settings>\n"
-                          "  <KVT317SettingsDetail Name=\"VHF airband\" index=\"1\">\n"
-                          "    <AntennaPol>VERT</AntennaPol>\n"
-                          "    <AntPreAmp>ON</AntPreAmp>\n"
-                          "    <AverageMode>NORM</AverageMode>\n"
-                          "    <BandwidthDF>25.0 kHz</BandwidthDF>\n"
-                          "    <BlockAveragingTime>100</BlockAveragingTime>\n"
-                          "    <DF_Alt>CORRELATION</DF_Alt>\n"
-                          "    <FrequencyRange>\n"
-                          "      <StartFrequency>118000000.00</StartFrequency>\n"
-                          "      <StopFrequency>137000000.00</StopFrequency>\n"
-                          "    </FrequencyRange>\n"
-                          "    <Real_Time_Bandwidth>20 MHz</Real_Time_Bandwidth>\n"
-                          "    <ScanMemoryID>10</ScanMemoryID>\n"
-                          "    <Colour>blue</Colour>\n"
-                          "    <DFPan_Selectivity>NARROW</DFPan_Selectivity>\n"
-                          "    <Threshold>ten</Threshold>\n"
-                          "    <StopTime>2026-11-30T18:00:00,000Z</StopTime>\n"
-                          "    <AttSelect>AUTO</AttSelect>\n"
-                          "    <AttenuationHoldValue>12.50</AttenuationHoldValue>\n"
-                          "    <AttenuationHoldTime>250.00</AttenuationHoldTime>\n"
-                          "  </KVT317SettingsDetail>\n"
-                          "</KVT317_Settings>\n";
-
-// kvt317's JSON form of one detail, with a key no record has.
-const QByteArray JsonWithColour = "{\n"
-                                  "  \"KVT317_Settings\": {\n"
-                                  "    \"KVT317SettingsDetail\": [\n"
-                                  "      {\n"
-                                  "        \"Name\": \"VHF airband\",\n"
-                                  "        \"index\": 1,\n"
-                                  "        \"AntennaPol\": \"VERT\",\n"
-                                  "        \"AntPreAmp\": \"ON\",\n"
-                                  "        \"AverageMode\": \"NORM\",\n"
-                                  "        \"BandwidthDF\": \"25.0 kHz\",\n"
-                                  "        \"BlockAveragingTime\": 100,\n"
-                                  "        \"DF_Alt\": \"CORRELATION\",\n"
-                                  "        \"FrequencyRange\": {\n"
-                                  "          \"StartFrequency\": 118000000.00,\n"
-                                  "          \"StopFrequency\": 137000000.00\n"
-                                  "        },\n"
-                                  "        \"Real_Time_Bandwidth\": \"20 MHz\",\n"
-                                  "        \"ScanMemoryID\": 10,\n"
-                                  "        \"Colour\": \"blue\",\n"
-                                  "        \"DFPan_Selectivity\": \"NARROW\",\n"
-                                  "        \"Threshold\": 10,\n"
-                                  "        \"StopTime\": \"2026-11-30T18:00:00,000Z\",\n"
-                                  "        \"AttSelect\": \"AUTO\",\n"
-                                  "        \"AttenuationHoldValue\": 12.50,\n"
-                                  "        \"AttenuationHoldTime\": 250.00\n"
-                                  "      }\n"
-                                  "    ]\n"
-                                  "  }\n"
-                                  "}\n";
-
-QByteArray ReadAll(const QString& path)
-{
-    QFile file(path);
-    if (!file.open(QIODevice::ReadOnly))
-        return QByteArray();
-    return file.readAll();
-}
-
-bool WriteAll(const QString& path, const QByteArray& bytes)
-{
-    QFile file(path);
-    return file.open(QIODevice::WriteOnly) && file.write(bytes) == bytes.size();
-}
-
-int ColumnNamed(const QAbstractItemModel& model, const QString& name)
-{
-    for (int column = 0; column < model.columnCount(); ++column)
-        if (model.headerData(column, Qt::Horizontal).toString() == name)
-            return column;
-    return -1;
-}
-
-// Shows the window and makes it the active one, so that editors keep the keyboard focus.
-bool Show(EditorWindow& window)
-{
-    window.show();
-    QApplication::setActiveWindow(&window);
-    return QTest::qWaitForWindowActive(&window);
-}
-
-// Return in an editor: the delegate commits the value once the editor has taken the key.
-void Commit(QWidget* editor)
-{
-    QTest::keyClick(editor, Qt::Key_Return);
-    QCoreApplication::processEvents();
-}
-
-// Triggers the named action; false when there is none or it is disabled.
-bool Trigger(EditorWindow& window, const char* name)
-{
-    QAction* action = window.findChild<QAction*>(QString::fromLatin1(name));
-    if (!action || !action->isEnabled())
-        return false;
-    action->trigger();
-    return true;
-}
-
-QString Shown(const QTableView& table, int row, const QString& member)
-{
-    const QAbstractItemModel& model = *table.model();
-    return model.index(row, ColumnNamed(model, member)).data().toString();
-}
-
-} // namespace
+using KVT317XML::SettingsModel;
 
 class EditorTest : public QObject
 {
@@ -213,6 +35,9 @@ class EditorTest : public QObject
 private slots:
     void editUndoRedoAddRemoveSave();
     void aRefusedSaveLeavesTheFile();
+    void aSaveWithFaultsIsConfirmed();
+    void addDetailGivesACompleteRow();
+    void aRefusedEditSaysWhy();
     void findingsSelectTheirCells();
     void jsonDocuments();
     void duplicateMoveResetFilterAndClose();
@@ -315,6 +140,144 @@ void EditorTest::aRefusedSaveLeavesTheFile()
     QVERIFY(!window.isWindowModified());
     QVERIFY(ReadAll(path) != Faulty);
     QVERIFY(!ReadAll(path).contains("Colour"));
+}
+
+void EditorTest::aSaveWithFaultsIsConfirmed()
+{
+    // The third detail without its Threshold, which the check asks for; a save writes the
+    // member's default.
+    QByteArray missing = ReadAll(SourceDir + QStringLiteral("/examples/settings.xml"));
+    QCOMPARE(missing.count("    <Threshold>20</Threshold>\n"), 1);
+    missing.replace("    <Threshold>20</Threshold>\n", "");
+    QTemporaryDir dir;
+    const QString path = dir.filePath(QStringLiteral("settings.xml"));
+    QVERIFY(WriteAll(path, missing));
+    EditorWindow window;
+    QVERIFY(Show(window));
+    QVERIFY(window.Open(path));
+    // The load took the detail as it came, and says so; saving writes what it lacks.
+    QStringList lossy;
+    window.confirmLossySave = [&lossy](const QStringList& reasons) {
+        lossy = reasons;
+        return true;
+    };
+    QStringList asked;
+    bool answer = false;
+    window.confirmFaultySave = [&asked, &answer](const QStringList& faults) {
+        asked = faults;
+        return answer;
+    };
+    SettingsModel& model = window.Model();
+    window.UndoStack()->push(new SetCellCommand(model, 0, ColumnNamed(model, "AntennaPol"),
+                                                SetCellCommand::Change::Value, QVariant(1)));
+    window.UndoStack()->push(new SetCellCommand(model, 1, ColumnNamed(model, "Threshold"),
+                                                SetCellCommand::Change::Value, QVariant(25)));
+    QCOMPARE(window.UndoStack()->count(), 2);
+
+    // Declined: nothing is written, and the editor says so.
+    QVERIFY(!window.Save());
+    QCOMPARE(lossy, QStringList({"line 43, column 3: KVT317_Settings: Tried to append not "
+                                 "completely defined or invalid item KVT317SettingsDetail."}));
+    QCOMPARE(asked, QStringList({"KVT317SettingsDetail: Please set Threshold properly."}));
+    QCOMPARE(ReadAll(path), missing);
+    QVERIFY(window.isWindowModified());
+    QCOMPARE(window.statusBar()->currentMessage(),
+             QStringLiteral("Not saved: the document has 1 fault(s) at level error"));
+
+    // Accepted: saved, and not as a plain success.
+    asked.clear();
+    answer = true;
+    QVERIFY(window.Save());
+    QCOMPARE(asked, QStringList({"KVT317SettingsDetail: Please set Threshold properly."}));
+    QCOMPARE(ReadAll(path), EditedExample);
+    QVERIFY(!window.isWindowModified());
+    QCOMPARE(window.statusBar()->currentMessage(),
+             QStringLiteral("Saved settings.xml with 1 fault(s) at level error, as accepted"));
+}
+
+void EditorTest::addDetailGivesACompleteRow()
+{
+    QTemporaryDir dir;
+    const QString path = dir.filePath(QStringLiteral("settings.xml"));
+    QVERIFY(QFile::copy(SourceDir + QStringLiteral("/examples/settings.xml"), path));
+    EditorWindow window;
+    QVERIFY(Show(window));
+    QVERIFY(window.Open(path));
+    window.confirmFaultySave = [](const QStringList& faults) {
+        QTest::qFail(qPrintable(faults.join(QLatin1Char('\n'))), __FILE__, __LINE__);
+        return false;
+    };
+    QTableView& table = *window.Table();
+    const QAbstractItemModel& model = *table.model();
+    table.setFocus();
+    table.setCurrentIndex(model.index(0, 0));
+    QVERIFY2(Trigger(window, "addDetail"), "addDetail");
+    QCOMPARE(model.rowCount(), 4);
+    QCOMPARE(table.currentIndex().row(), 1);
+    QStringList cells;
+    QStringList faults;
+    for (int column = 0; column < model.columnCount(); ++column) {
+        const QModelIndex cell = model.index(1, column);
+        cells.append(model.headerData(column, Qt::Horizontal).toString() + QLatin1Char('=') +
+                     cell.data().toString());
+        if (cell.data(SettingsModel::FaultRole).toInt() >= 0 ||
+            !cell.data(SettingsModel::IsSetRole).toBool())
+            faults.append(cells.back());
+    }
+    QCOMPARE(cells,
+             QStringList({"Name=Setting 4", "index=4", "AntennaPol=VERT", "AntPreAmp=OFF",
+                          "AverageMode=OFF", "BandwidthDF=1.00 kHz", "BlockAveragingTime=10 ms",
+                          "DF_Alt=CORRELATION", "StartFrequency=88 MHz", "StopFrequency=240 MHz",
+                          "Real_Time_Bandwidth=80 MHz", "ScanMemoryID=0",
+                          "DFPan_Selectivity=NORMAL", QString::fromUtf8("Threshold=20 dB\u00B5V"),
+                          "StopTime=(none)", "AttSelect=MANUAL", "AttenuationHoldValue=10.00 dB",
+                          "AttenuationHoldTime=100.00 ms"}));
+    // Every member set, and nothing to find.
+    QCOMPARE(faults, QStringList());
+    QCOMPARE(model.headerData(1, Qt::Vertical, SettingsModel::FaultRole), QVariant(-1));
+    QCOMPARE(window.UndoStack()->count(), 1);
+    QVERIFY(window.Save());
+    QCOMPARE(window.statusBar()->currentMessage(), QStringLiteral("Saved settings.xml"));
+
+    // A second one takes the next free number.
+    QVERIFY2(Trigger(window, "addDetail"), "addDetail");
+    QCOMPARE(Shown(table, 2, QStringLiteral("Name")), QStringLiteral("Setting 5"));
+    QCOMPARE(Shown(table, 2, QStringLiteral("index")), QStringLiteral("5"));
+}
+
+void EditorTest::aRefusedEditSaysWhy()
+{
+    QTemporaryDir dir;
+    const QString path = dir.filePath(QStringLiteral("settings.xml"));
+    QVERIFY(QFile::copy(SourceDir + QStringLiteral("/examples/settings.xml"), path));
+    EditorWindow window;
+    QVERIFY(Show(window));
+    QVERIFY(window.Open(path));
+    QTableView& table = *window.Table();
+    const QAbstractItemModel& model = *table.model();
+    table.setFocus();
+    table.setCurrentIndex(model.index(0, ColumnNamed(model, QStringLiteral("Name"))));
+    QTest::keyClick(&table, Qt::Key_F2);
+    auto* edit = table.findChild<QLineEdit*>(QStringLiteral("textEditor"));
+    QVERIFY(edit);
+    QCOMPARE(edit->text(), QStringLiteral("VHF airband"));
+    // A bell, which XML cannot carry.
+    edit->setText(QStringLiteral("VHF\u0007airband"));
+    Commit(edit);
+    QCOMPARE(window.statusBar()->currentMessage(),
+             QStringLiteral("Not changed: Name: the XML form cannot carry \"VHFU+0007airband\"; "
+                            "it would be read back as VHFairband"));
+    QCOMPARE(Shown(table, 0, QStringLiteral("Name")), QStringLiteral("VHF airband"));
+    QCOMPARE(window.UndoStack()->count(), 0);
+    QVERIFY(!window.isWindowModified());
+
+    // So is an unset the model refuses.
+    table.setCurrentIndex(model.index(0, ColumnNamed(model, QStringLiteral("Threshold"))));
+    QVERIFY2(Trigger(window, "unset"), "unset");
+    QCOMPARE(window.statusBar()->currentMessage(),
+             QStringLiteral("Not changed: Threshold is always saved; it cannot be unset"));
+    QCOMPARE(Shown(table, 0, QStringLiteral("Threshold")), QString::fromUtf8("10 dB\u00B5V"));
+    QCOMPARE(window.UndoStack()->count(), 0);
 }
 
 void EditorTest::findingsSelectTheirCells()
