@@ -4,7 +4,6 @@
 // on the settings documents where the base alone decides.
 
 #include "HostileInput.h"
-#include "LogCapture.h"
 #include "ProbeRecord.h"
 #include "TestSupport.h"
 

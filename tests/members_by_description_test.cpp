@@ -1,7 +1,7 @@
 // Members written by description: every member set, reset and every list edited through the
 // member table, with exactly the checks and reports of the typed accessors.
 
-#include "LogCapture.h"
+#include "TestSupport.h"
 
 #include <BearingSettings.h>
 #include <FrequencyRange.h>

@@ -2,7 +2,7 @@
 // for a reason Check() shares get exactly Check()'s reports, the others load and check clean
 // (the reader is more tolerant than the schemas).
 
-#include "LogCapture.h"
+#include "TestSupport.h"
 
 #include <BearingSettings.h>
 #include <KVT317_Settings.h>
