@@ -127,7 +127,7 @@ void ExpectLoad(const QString& xml, const Members& members)
 
 } // namespace
 
-TEST(DeepNesting, InsideAMemberElement)
+TEST(DeepNestingOnASmallStackThread, InsideAMemberElement)
 {
     ExpectLoad(QStringLiteral("<Probe><A>x") + Repeat("<n>", 100000) + QStringLiteral("y") +
                    Repeat("</n>", 100000) + QStringLiteral("z</A><B>b</B></Probe>"),
@@ -135,14 +135,14 @@ TEST(DeepNesting, InsideAMemberElement)
                        {QStringLiteral("B"), QStringLiteral("b")}});
 }
 
-TEST(DeepNesting, InsideAnUnknownElement)
+TEST(DeepNestingOnASmallStackThread, InsideAnUnknownElement)
 {
     ExpectLoad(QStringLiteral("<Probe><U>") + Repeat("<n><A>a</A>", 100000) +
                    Repeat("</n>", 100000) + QStringLiteral("</U><B>b</B></Probe>"),
                Members{{QStringLiteral("B"), QStringLiteral("b")}});
 }
 
-TEST(DeepNesting, InsideTheRoot)
+TEST(DeepNestingOnASmallStackThread, InsideTheRoot)
 {
     // Each <n> is skipped up to the next one; what is inside the innermost is content.
     ExpectLoad(QStringLiteral("<Probe>") + Repeat("<n>", 100000) + QStringLiteral("<A>a</A>") +
@@ -151,7 +151,7 @@ TEST(DeepNesting, InsideTheRoot)
                        {QStringLiteral("B"), QStringLiteral("b")}});
 }
 
-TEST(DeepNesting, UnclosedIsOneError)
+TEST(DeepNestingOnASmallStackThread, UnclosedIsOneError)
 {
     const QString xml = QStringLiteral("<Probe><A>") + Repeat("<n>", 100000);
     WithSmallStack([&]() {
@@ -163,7 +163,7 @@ TEST(DeepNesting, UnclosedIsOneError)
     });
 }
 
-TEST(DeepNesting, SettingsDocuments)
+TEST(DeepNestingOnASmallStackThread, SettingsDocuments)
 {
     // The same three places in a settings document: a member element, an unknown element
     // and the root itself.
