@@ -112,6 +112,8 @@ mutation model/SettingsDocument.cpp 's/return QStringLiteral("compressed binary"
     "form name of compressed documents"
 mutation model/SettingsModel.cpp 's/Qt::ItemIsSelectable | Qt::ItemIsEnabled | Qt::ItemIsEditable/Qt::ItemIsSelectable | Qt::ItemIsEnabled/' \
     "cells not editable"
+mutation model/SettingsModel.cpp 's/QStringLiteral("line %1, column %2: %3")/QStringLiteral("line %1 column %2: %3")/' \
+    "where a finding of a cell stands"
 
 if [ "${1:-}" = --list ]; then
     for i in "${!files[@]}"; do

@@ -22,19 +22,26 @@ TEST(DetailEnumerations, PlainNameLists)
             result.append(QString::fromLatin1(name));
         return result;
     };
-    EXPECT_EQ(Detail::GetAntPreAmps(), list({"OFF", "ON"}));
-    EXPECT_EQ(Detail::GetAntennaPols(), list({"VERT", "HOR", "LEFT", "RIGHT"}));
-    EXPECT_EQ(Detail::GetAttSelects(), list({"AUTO", "MANUAL"}));
-    EXPECT_EQ(Detail::GetAverageModes(), list({"OFF", "GATE", "NORM"}));
-    EXPECT_EQ(Detail::GetDFPan_Selectivitys(), list({"AUTO", "NORMAL", "NARROW", "SHARP"}));
-    EXPECT_EQ(Detail::GetDF_Alts(),
-              list({"AUTO", "WATSONWATT", "CORRELATION", "SUPERRESOLUTION", "VECTORMATCHING"}));
-    EXPECT_EQ(Detail::GetGUIDF_Alts(), Detail::GetDF_Alts());
-    EXPECT_EQ(Detail::GetGUIAntPreAmps(), Detail::GetAntPreAmps());
-    EXPECT_EQ(Detail::GetGUIAntennaPols(), Detail::GetAntennaPols());
-    EXPECT_EQ(Detail::GetGUIAttSelects(), Detail::GetAttSelects());
-    EXPECT_EQ(Detail::GetGUIAverageModes(), Detail::GetAverageModes());
-    EXPECT_EQ(Detail::GetGUIDFPan_Selectivitys(), Detail::GetDFPan_Selectivitys());
+    const QStringList antPreAmps = list({"OFF", "ON"});
+    const QStringList antennaPols = list({"VERT", "HOR", "LEFT", "RIGHT"});
+    const QStringList attSelects = list({"AUTO", "MANUAL"});
+    const QStringList averageModes = list({"OFF", "GATE", "NORM"});
+    const QStringList selectivities = list({"AUTO", "NORMAL", "NARROW", "SHARP"});
+    const QStringList dfAlts =
+        list({"AUTO", "WATSONWATT", "CORRELATION", "SUPERRESOLUTION", "VECTORMATCHING"});
+    EXPECT_EQ(Detail::GetAntPreAmps(), antPreAmps);
+    EXPECT_EQ(Detail::GetAntennaPols(), antennaPols);
+    EXPECT_EQ(Detail::GetAttSelects(), attSelects);
+    EXPECT_EQ(Detail::GetAverageModes(), averageModes);
+    EXPECT_EQ(Detail::GetDFPan_Selectivitys(), selectivities);
+    EXPECT_EQ(Detail::GetDF_Alts(), dfAlts);
+    // Without a translation the display lists are the names themselves.
+    EXPECT_EQ(Detail::GetGUIDF_Alts(), dfAlts);
+    EXPECT_EQ(Detail::GetGUIAntPreAmps(), antPreAmps);
+    EXPECT_EQ(Detail::GetGUIAntennaPols(), antennaPols);
+    EXPECT_EQ(Detail::GetGUIAttSelects(), attSelects);
+    EXPECT_EQ(Detail::GetGUIAverageModes(), averageModes);
+    EXPECT_EQ(Detail::GetGUIDFPan_Selectivitys(), selectivities);
 }
 
 TEST(DetailEnumerations, BandwidthDFTable)
