@@ -126,37 +126,44 @@ fi
 
 # ---- Running ---------------------------------------------------------------------------
 
-# The suite, first failure first; prints the failing test's name and returns 1.
+# Prints the first failing test of a gtest run's output.
+first_failure() {
+    grep -m1 -o '\[  FAILED  \] [A-Za-z0-9_./]*' "$1" | sed 's/\[  FAILED  \] //' ||
+        echo "(crash: $(tail -n1 "$1"))"
+}
+
+# Builds and runs the suite, cheapest first, up to the first failing test: the library's
+# tests but the slow memory ones, the model's tests, the tool's and the schema's tests, the
+# memory tests. Prints the failing test's name and returns 1; returns 2 when the tree does
+# not build.
 run_suite() {
-    local out
-    out=$(mktemp)
+    local out=$scratch/out
     local fast=(--gtest_fail_fast --gtest_brief=1)
-    if ! "$build/tests/kvt317_tests" "${fast[@]}" --gtest_filter='-MemoryBound.*' >"$out" 2>&1 ||
-        ! "$build/tests/kvt317_model_tests" "${fast[@]}" >>"$out" 2>&1; then
-        grep -m1 -o '\[  FAILED  \] [A-Za-z0-9_./]*' "$out" | sed 's/\[  FAILED  \] //' ||
-            echo "(crash: $(tail -n1 "$out"))"
-        rm -f "$out"
+    build kvt317_tests || return 2
+    if ! "$build/tests/kvt317_tests" "${fast[@]}" --gtest_filter='-MemoryBound.*' >"$out" 2>&1; then
+        first_failure "$out"
         return 1
     fi
+    build kvt317_model_tests || return 2
+    if ! "$build/tests/kvt317_model_tests" "${fast[@]}" >"$out" 2>&1; then
+        first_failure "$out"
+        return 1
+    fi
+    build kvt317 schema_documents locked_edit || return 2
     if ! (cd "$build" && ctest -R '^(Tool\.|Schema\.)' --stop-on-failure) >"$out" 2>&1; then
         grep -m1 -oE '[0-9]+ - [A-Za-z.]+ \(Failed' "$out" | sed 's/^[0-9]* - //; s/ (Failed//' ||
             echo "(ctest)"
-        rm -f "$out"
         return 1
     fi
     if ! "$build/tests/kvt317_tests" "${fast[@]}" --gtest_filter='MemoryBound.*' >"$out" 2>&1; then
-        grep -m1 -o '\[  FAILED  \] [A-Za-z0-9_./]*' "$out" | sed 's/\[  FAILED  \] //' ||
-            echo "(crash: $(tail -n1 "$out"))"
-        rm -f "$out"
+        first_failure "$out"
         return 1
     fi
-    rm -f "$out"
     return 0
 }
 
-build_targets() {
-    cmake --build "$build" -j"$jobs" --target kvt317_tests kvt317_model_tests kvt317 \
-        schema_documents locked_edit >"$scratch/build.log" 2>&1
+build() {
+    cmake --build "$build" -j"$jobs" --target "$@" >"$scratch/build.log" 2>&1
 }
 
 # The scratch copy of the working tree. Only files that differ are copied, so that the build
@@ -174,12 +181,11 @@ git ls-files -z --cached --others --exclude-standard |
 done
 cmake -S "$tree" -B "$build" -DCMAKE_BUILD_TYPE=RelWithDebInfo -DKVT317_BUILD_BENCHMARKS=OFF \
     >"$scratch/configure.log" 2>&1
-echo "building the unchanged tree in $build"
-build_targets || { echo "the unchanged tree does not build: $scratch/build.log"; exit 2; }
+echo "building and testing the unchanged tree in $build"
 if failed=$(run_suite); then
     echo "the unchanged tree passes"
 else
-    echo "the unchanged tree fails: $failed"
+    echo "the unchanged tree fails: ${failed:-does not build, see $scratch/build.log}"
     exit 2
 fi
 
@@ -200,19 +206,24 @@ for n in "${selected[@]}"; do
     if cmp -s "$path" "$scratch/original"; then
         echo "$label NOT APPLIED (the text is not in $file)"
         broken=$((broken + 1))
-    elif ! build_targets; then
-        echo "$label DOES NOT BUILD ($scratch/build.log)"
-        broken=$((broken + 1))
-    elif failed=$(run_suite); then
-        echo "$label SURVIVED"
-        survived=$((survived + 1))
     else
-        echo "$label caught by $failed"
+        failed=$(run_suite) && status=0 || status=$?
+        case $status in
+        0)
+            echo "$label SURVIVED"
+            survived=$((survived + 1))
+            ;;
+        1) echo "$label caught by $failed" ;;
+        *)
+            echo "$label DOES NOT BUILD ($scratch/build.log)"
+            broken=$((broken + 1))
+            ;;
+        esac
     fi
     cp "$scratch/original" "$path"
 done
 # Leave the build matching the unchanged tree for the next run.
-build_targets || true
+build kvt317_tests kvt317_model_tests kvt317 schema_documents locked_edit || true
 
 echo "${#selected[@]} mutations: $survived survived, $broken not applied or not built"
 [ "$survived" -eq 0 ] && [ "$broken" -eq 0 ]

@@ -2,6 +2,8 @@
 
 #include <IRGObject.h>
 #include <KVT317SettingsDetail.h>
+#include <RGException.h>
+#include <RecordDescription.h>
 
 #include <QBuffer>
 #include <QByteArray>
@@ -271,3 +273,51 @@ inline const QString FullySetDetailXml = QStringLiteral(
     "<AttenuationHoldValue>1.50</AttenuationHoldValue>"
     "<AttenuationHoldTime>2.25</AttenuationHoldTime>"
     "</KVT317SettingsDetail>");
+
+// ---- Members by description ----------------------------------------------------------
+
+// The bit of a member by its name.
+inline int Bit(const KVT317XML::RecordDescription& description, const char* name)
+{
+    return description.FindName(QString::fromLatin1(name))->bit;
+}
+
+// A detail with every required member set, named.
+inline KVT317XML::KVT317SettingsDetail CompleteDetail(const QString& name)
+{
+    KVT317XML::KVT317SettingsDetail detail;
+    detail.ResetToDefault();
+    detail.SetAverageMode(KVT317XML::KVT317SettingsDetail::AverageMode(1));
+    detail.SetBandwidthDF(KVT317XML::KVT317SettingsDetail::BandwidthDF(3));
+    detail.SetScanMemoryID(4);
+    detail.SetStopTime(QDateTime(QDate(2026, 11, 30), QTime(18, 0), Qt::UTC));
+    detail.SetName(name);
+    return detail;
+}
+
+// What an action reports with validation off: the logged lines.
+template <class R, class Action> QStringList Logged(R& record, Action action)
+{
+    LogCapture log;
+    record.SetLogger(log.logger);
+    action(record);
+    record.SetLogger(nullptr);
+    return log.lines;
+}
+
+// What an action raises with validation on: "Type: message", or "" when it does not raise.
+template <class R, class Action> QString Raised(R& record, Action action)
+{
+    record.SetLogger(nullptr);
+    record.SetValidate(true);
+    QString raised;
+    try {
+        action(record);
+    } catch (const REPORTGENERATOR::OutOfRangeException& exception) {
+        raised = QStringLiteral("OutOfRange: ") + exception.GetMessage();
+    } catch (const REPORTGENERATOR::IncompleteDefinitionException& exception) {
+        raised = QStringLiteral("IncompleteDefinition: ") + exception.GetMessage();
+    }
+    record.SetValidate(false);
+    return raised;
+}

@@ -354,28 +354,49 @@ TEST(UnwritableText, SaveXmlRefusesAControlCharacterInElementText)
     EXPECT_EQ(QDir(saved->dir.path()).entryList(QDir::Files), QStringList("probe.xml"));
 }
 
-TEST(UnwritableText, SaveXmlNamesEveryKindItRefuses)
+struct UnwritableCase {
+    const char* id;
+    QString text;  // follows three characters that XML carries
+    QString where; // the character named, and where it stands
+};
+
+class UnwritableKind : public ::testing::TestWithParam<UnwritableCase>
 {
-    const QString prefix = QStringLiteral("': the document holds ");
-    const QList<QPair<QString, QString>> cases{
-        {QString(QChar(0xFFFE)), QStringLiteral("U+FFFE at line 4, column 9")},
-        {QString(QChar(0xFFFF)), QStringLiteral("U+FFFF at line 4, column 9")},
-        {QString(QChar(0xD800)), QStringLiteral("U+D800 at line 4, column 9")},
-        {QString(QChar(0xDFFF)) + QChar(0xD800), QStringLiteral("U+DFFF at line 4, column 9")},
-        {QStringLiteral("\u00e4\n\u001f"), QStringLiteral("U+001F at line 5, column 1")},
-    };
-    for (const auto& entry : cases) {
-        ProbeRecord record;
-        record.members[QStringLiteral("A")] = QStringLiteral("ok");
-        record.members[QStringLiteral("B")] = QStringLiteral("\u00e4\u00e4\u00e4") + entry.first;
-        const auto saved = SaveOverExisting(record);
-        EXPECT_FALSE(saved->saved);
-        EXPECT_EQ(saved->onDisk, QByteArray("old"));
-        EXPECT_EQ(saved->log,
-                  QStringList(QStringLiteral("ERROR: Cannot write '") + saved->path + prefix +
-                              entry.second + QStringLiteral(", a character XML cannot carry")));
-    }
+};
+
+std::string UnwritableCaseName(const ::testing::TestParamInfo<UnwritableCase>& param)
+{
+    return param.param.id;
 }
+
+TEST_P(UnwritableKind, SaveXmlNamesIt)
+{
+    const UnwritableCase& entry = GetParam();
+    ProbeRecord record;
+    record.members[QStringLiteral("A")] = QStringLiteral("ok");
+    record.members[QStringLiteral("B")] = QStringLiteral("\u00e4\u00e4\u00e4") + entry.text;
+    const auto saved = SaveOverExisting(record);
+    EXPECT_FALSE(saved->saved);
+    EXPECT_EQ(saved->onDisk, QByteArray("old"));
+    EXPECT_EQ(saved->log, QStringList(QStringLiteral("ERROR: Cannot write '") + saved->path +
+                                      QStringLiteral("': the document holds ") + entry.where +
+                                      QStringLiteral(", a character XML cannot carry")));
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    EveryKind, UnwritableKind,
+    ::testing::Values(UnwritableCase{"NonCharacterFFFE", QString(QChar(0xFFFE)),
+                                     QStringLiteral("U+FFFE at line 4, column 9")},
+                      UnwritableCase{"NonCharacterFFFF", QString(QChar(0xFFFF)),
+                                     QStringLiteral("U+FFFF at line 4, column 9")},
+                      UnwritableCase{"LoneHighSurrogate", QString(QChar(0xD800)),
+                                     QStringLiteral("U+D800 at line 4, column 9")},
+                      UnwritableCase{"LowSurrogateFirst", QString(QChar(0xDFFF)) + QChar(0xD800),
+                                     QStringLiteral("U+DFFF at line 4, column 9")},
+                      UnwritableCase{"ControlCharacterOnTheNextLine",
+                                     QStringLiteral("\u00e4\n\u001f"),
+                                     QStringLiteral("U+001F at line 5, column 1")}),
+    UnwritableCaseName);
 
 TEST(UnwritableText, SaveXmlRefusesWhatTheWriterLeftOutOfAnAttribute)
 {
