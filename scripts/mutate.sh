@@ -150,7 +150,9 @@ run_suite() {
         return 1
     fi
     build kvt317 schema_documents locked_edit || return 2
-    if ! (cd "$build" && ctest -R '^(Tool\.|Schema\.)' --stop-on-failure) >"$out" 2>&1; then
+    # Tool.install needs every target built and installed; the others run the tool as built.
+    if ! (cd "$build" && ctest -R '^(Tool\.|Schema\.)' -E '^Tool\.install$' --stop-on-failure) \
+        >"$out" 2>&1; then
         grep -m1 -oE '[0-9]+ - [A-Za-z.]+ \(Failed' "$out" | sed 's/^[0-9]* - //; s/ (Failed//' ||
             echo "(ctest)"
         return 1
