@@ -98,6 +98,18 @@ mutation src/RecordMembers.cpp 's/enum is not valid (classname=/enum is not vali
     "enumeration message text"
 mutation src/RecordCheck.cpp 's/QStringLiteral("Parameters for ")/QStringLiteral("Parameter for ")/' \
     "incomplete child message text"
+mutation src/RecordCheck.cpp 's/qCountTrailingZeroBits(bits)\].valueOffset).isNull())/qCountTrailingZeroBits(bits)].valueOffset).isEmpty())/' \
+    "Check reports an empty text as unset"
+mutation src/RecordCheck.cpp 's/if (value < 0 || value >= row.description.enumeration->names.size())/if (value < 0 || value > row.description.enumeration->names.size())/' \
+    "Check lets one past an enumeration's table pass"
+mutation src/RecordBinary.cpp 's/    if (remaining == 0)/    if (remaining <= 0)/' \
+    "entries that run past their record's length pass"
+mutation src/RecordMembers.cpp 's/    if (set != ((b ? b->isSet : 0) \& ~m_type.listFlags))/    if ((set \& ((b ? b->isSet : 0) \& ~m_type.listFlags)) != set)/' \
+    "equality ignores members set only on the right"
+mutation src/RecordXml.cpp 's/        if (block.isSet \& (quint32(1) << bit))$/        if (true)/' \
+    "attributes written whether set or not"
+mutation src/RecordBinary.cpp 's/} else if (set || row.description.AlwaysWritten()) {/} else if (row.description.AlwaysWritten()) {/' \
+    "optional members never written to the binary form"
 # The base library.
 mutation base/Converters.cpp 's/"%04d-%02d-%02dT%02d:%02d:%02d,%03dZ"/"%04d-%02d-%02dT%02d:%02d:%02d.%03dZ"/' \
     "date-time text with a point before the milliseconds"
