@@ -3,7 +3,6 @@
 // Hostile documents, made by hand byte for byte (or from the examples), for the tests that
 // reproduce each class of damaged or crafted input.
 
-#include "LogCapture.h"
 #include "TestSupport.h"
 
 #include <KVT317_Settings.h>

@@ -1,17 +1,4 @@
 #pragma once
 
-#include <IRGObject.h>
-
-#include <QString>
-#include <QStringList>
-
-#include <memory>
-
-// A logger that keeps every report as "LEVEL: message", for exact comparison.
-struct LogCapture {
-    QStringList lines;
-    std::shared_ptr<REPORTGENERATOR::Logger> logger = std::make_shared<REPORTGENERATOR::Logger>(
-        [this](REPORTGENERATOR::LogLevel level, const QString& message) {
-            lines.append(REPORTGENERATOR::LogLevelName(level) + QStringLiteral(": ") + message);
-        });
-};
+// The report capture lives with the other helpers of the suite.
+#include "TestSupport.h"

@@ -3,7 +3,6 @@
 // after the reports made before it. Every load, faulting at the first, a middle and the last
 // detail of the shipped example.
 
-#include "LogCapture.h"
 #include "TestSupport.h"
 
 #include <KVT317_Settings.h>
@@ -89,11 +88,7 @@ void ExpectAllOrNothing(const std::function<bool(KVT317_Settings&, int)>& load)
 
 QString WriteFile(const QTemporaryDir& dir, const char* name, const QByteArray& bytes)
 {
-    const QString path = dir.filePath(QLatin1String(name));
-    QFile file(path);
-    EXPECT_TRUE(file.open(QIODevice::WriteOnly));
-    file.write(bytes);
-    return path;
+    return WriteFile(dir.filePath(QLatin1String(name)), bytes);
 }
 
 // Every binary load of the documents that make() gives: bytes, a stream and a file.

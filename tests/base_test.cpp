@@ -1,4 +1,3 @@
-#include "LogCapture.h"
 #include "TestSupport.h"
 
 #include <FrequencyRange.h>
@@ -117,25 +116,14 @@ TEST(Logger, SafeFromSeveralThreads)
     EXPECT_EQ(count, 4000);
 }
 
-namespace {
-QStringList qtMessages;
-void CollectQtMessages(QtMsgType type, const QMessageLogContext& context, const QString& message)
-{
-    qtMessages.append(
-        QStringLiteral("%1 %2 %3").arg(type).arg(QString::fromLatin1(context.category), message));
-}
-} // namespace
-
 TEST(Logger, DefaultWritesToQtLogging)
 {
-    qtMessages.clear();
-    const QtMessageHandler previous = qInstallMessageHandler(&CollectQtMessages);
+    QtMessageCapture capture;
     Logger logger;
     logger.Log(LogLevel::Error, QStringLiteral("e"));
     logger.Log(LogLevel::Warning, QStringLiteral("w"));
-    qInstallMessageHandler(previous);
-    EXPECT_EQ(qtMessages, (QStringList{QStringLiteral("%1 reportbase e").arg(QtCriticalMsg),
-                                       QStringLiteral("%1 reportbase w").arg(QtWarningMsg)}));
+    EXPECT_EQ(capture.Lines(), (QStringList{QStringLiteral("reportbase.critical: e"),
+                                            QStringLiteral("reportbase.warning: w")}));
 }
 
 TEST(Logger, RecordsShareTheDefaultLogger)

@@ -1,4 +1,3 @@
-#include "LogCapture.h"
 #include "TestSupport.h"
 
 #include <BearingSettings.h>

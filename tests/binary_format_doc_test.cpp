@@ -1,6 +1,5 @@
 // The worked example at the end of docs/binary-format.md is what the library writes.
 
-#include "LogCapture.h"
 #include "TestSupport.h"
 
 #include <KVT317_Settings.h>

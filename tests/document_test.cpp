@@ -1,4 +1,3 @@
-#include "LogCapture.h"
 #include "TestSupport.h"
 
 #include <FrequencyRange.h>
@@ -48,19 +47,6 @@ struct Fixture : public ::testing::Test {
         EXPECT_EQ(log.lines, QStringList{QStringLiteral("ERROR: ") + message});
     }
 };
-
-QByteArray ReadFile(const QString& path)
-{
-    QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray("<unreadable>");
-}
-
-void WriteFile(const QString& path, const QByteArray& bytes)
-{
-    QFile file(path);
-    ASSERT_TRUE(file.open(QIODevice::WriteOnly));
-    ASSERT_EQ(file.write(bytes), bytes.size());
-}
 
 } // namespace
 

@@ -1,4 +1,3 @@
-#include "LogCapture.h"
 #include "TestSupport.h"
 
 #include <FrequencyRange.h>
@@ -412,16 +411,24 @@ TEST(FrequencyRangeBinary, ValidationOnRefusesARecordWithoutData)
     range.SetLogger(log.logger);
     range.SetValidate(true);
     range.SetStartFrequency(1.0);
-    bool written = true;
+    // The check raises before a byte reaches the stream.
     QByteArray bytes;
-    EXPECT_THROW(bytes = BinaryOf(range, 1, true, &written), OutOfRangeException);
-    EXPECT_TRUE(bytes.isEmpty());
+    QBuffer buffer(&bytes);
+    buffer.open(QIODevice::WriteOnly);
+    QDataStream stream(&buffer);
+    EXPECT_THROW(range.GetBinary(stream, 1, true), OutOfRangeException);
+    EXPECT_EQ(buffer.pos(), 0);
+    EXPECT_EQ(bytes, QByteArray());
+    EXPECT_EQ(log.lines, QStringList(QStringLiteral(
+                             "ERROR: FrequencyRange: Please set StopFrequency properly.")));
 
-    // Reported but not raised: nothing is written either.
+    // Without a logger the check still raises, before the result is known.
     FrequencyRange quiet;
     quiet.SetValidate(true);
     quiet.SetLogger(nullptr);
+    bool written = true;
     EXPECT_THROW(BinaryOf(quiet, 1, true, &written), OutOfRangeException);
+    EXPECT_TRUE(written);
 }
 
 TEST(FrequencyRangeBinary, PayloadHoldsTheRoundedText)

@@ -4,7 +4,6 @@
 // on the settings documents where the base alone decides.
 
 #include "HostileInput.h"
-#include "LogCapture.h"
 #include "ProbeRecord.h"
 #include "TestSupport.h"
 
@@ -128,7 +127,7 @@ void ExpectLoad(const QString& xml, const Members& members)
 
 } // namespace
 
-TEST(DeepNesting, InsideAMemberElement)
+TEST(DeepNestingOnASmallStackThread, InsideAMemberElement)
 {
     ExpectLoad(QStringLiteral("<Probe><A>x") + Repeat("<n>", 100000) + QStringLiteral("y") +
                    Repeat("</n>", 100000) + QStringLiteral("z</A><B>b</B></Probe>"),
@@ -136,14 +135,14 @@ TEST(DeepNesting, InsideAMemberElement)
                        {QStringLiteral("B"), QStringLiteral("b")}});
 }
 
-TEST(DeepNesting, InsideAnUnknownElement)
+TEST(DeepNestingOnASmallStackThread, InsideAnUnknownElement)
 {
     ExpectLoad(QStringLiteral("<Probe><U>") + Repeat("<n><A>a</A>", 100000) +
                    Repeat("</n>", 100000) + QStringLiteral("</U><B>b</B></Probe>"),
                Members{{QStringLiteral("B"), QStringLiteral("b")}});
 }
 
-TEST(DeepNesting, InsideTheRoot)
+TEST(DeepNestingOnASmallStackThread, InsideTheRoot)
 {
     // Each <n> is skipped up to the next one; what is inside the innermost is content.
     ExpectLoad(QStringLiteral("<Probe>") + Repeat("<n>", 100000) + QStringLiteral("<A>a</A>") +
@@ -152,7 +151,7 @@ TEST(DeepNesting, InsideTheRoot)
                        {QStringLiteral("B"), QStringLiteral("b")}});
 }
 
-TEST(DeepNesting, UnclosedIsOneError)
+TEST(DeepNestingOnASmallStackThread, UnclosedIsOneError)
 {
     const QString xml = QStringLiteral("<Probe><A>") + Repeat("<n>", 100000);
     WithSmallStack([&]() {
@@ -164,7 +163,7 @@ TEST(DeepNesting, UnclosedIsOneError)
     });
 }
 
-TEST(DeepNesting, SettingsDocuments)
+TEST(DeepNestingOnASmallStackThread, SettingsDocuments)
 {
     // The same three places in a settings document: a member element, an unknown element
     // and the root itself.
@@ -355,28 +354,49 @@ TEST(UnwritableText, SaveXmlRefusesAControlCharacterInElementText)
     EXPECT_EQ(QDir(saved->dir.path()).entryList(QDir::Files), QStringList("probe.xml"));
 }
 
-TEST(UnwritableText, SaveXmlNamesEveryKindItRefuses)
+struct UnwritableCase {
+    const char* id;
+    QString text;  // follows three characters that XML carries
+    QString where; // the character named, and where it stands
+};
+
+class UnwritableKind : public ::testing::TestWithParam<UnwritableCase>
 {
-    const QString prefix = QStringLiteral("': the document holds ");
-    const QList<QPair<QString, QString>> cases{
-        {QString(QChar(0xFFFE)), QStringLiteral("U+FFFE at line 4, column 9")},
-        {QString(QChar(0xFFFF)), QStringLiteral("U+FFFF at line 4, column 9")},
-        {QString(QChar(0xD800)), QStringLiteral("U+D800 at line 4, column 9")},
-        {QString(QChar(0xDFFF)) + QChar(0xD800), QStringLiteral("U+DFFF at line 4, column 9")},
-        {QStringLiteral("\u00e4\n\u001f"), QStringLiteral("U+001F at line 5, column 1")},
-    };
-    for (const auto& entry : cases) {
-        ProbeRecord record;
-        record.members[QStringLiteral("A")] = QStringLiteral("ok");
-        record.members[QStringLiteral("B")] = QStringLiteral("\u00e4\u00e4\u00e4") + entry.first;
-        const auto saved = SaveOverExisting(record);
-        EXPECT_FALSE(saved->saved);
-        EXPECT_EQ(saved->onDisk, QByteArray("old"));
-        EXPECT_EQ(saved->log,
-                  QStringList(QStringLiteral("ERROR: Cannot write '") + saved->path + prefix +
-                              entry.second + QStringLiteral(", a character XML cannot carry")));
-    }
+};
+
+std::string UnwritableCaseName(const ::testing::TestParamInfo<UnwritableCase>& param)
+{
+    return param.param.id;
 }
+
+TEST_P(UnwritableKind, SaveXmlNamesIt)
+{
+    const UnwritableCase& entry = GetParam();
+    ProbeRecord record;
+    record.members[QStringLiteral("A")] = QStringLiteral("ok");
+    record.members[QStringLiteral("B")] = QStringLiteral("\u00e4\u00e4\u00e4") + entry.text;
+    const auto saved = SaveOverExisting(record);
+    EXPECT_FALSE(saved->saved);
+    EXPECT_EQ(saved->onDisk, QByteArray("old"));
+    EXPECT_EQ(saved->log, QStringList(QStringLiteral("ERROR: Cannot write '") + saved->path +
+                                      QStringLiteral("': the document holds ") + entry.where +
+                                      QStringLiteral(", a character XML cannot carry")));
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    EveryKind, UnwritableKind,
+    ::testing::Values(UnwritableCase{"NonCharacterFFFE", QString(QChar(0xFFFE)),
+                                     QStringLiteral("U+FFFE at line 4, column 9")},
+                      UnwritableCase{"NonCharacterFFFF", QString(QChar(0xFFFF)),
+                                     QStringLiteral("U+FFFF at line 4, column 9")},
+                      UnwritableCase{"LoneHighSurrogate", QString(QChar(0xD800)),
+                                     QStringLiteral("U+D800 at line 4, column 9")},
+                      UnwritableCase{"LowSurrogateFirst", QString(QChar(0xDFFF)) + QChar(0xD800),
+                                     QStringLiteral("U+DFFF at line 4, column 9")},
+                      UnwritableCase{"ControlCharacterOnTheNextLine",
+                                     QStringLiteral("\u00e4\n\u001f"),
+                                     QStringLiteral("U+001F at line 5, column 1")}),
+    UnwritableCaseName);
 
 TEST(UnwritableText, SaveXmlRefusesWhatTheWriterLeftOutOfAnAttribute)
 {

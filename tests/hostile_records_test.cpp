@@ -1,7 +1,7 @@
 // The settings records against hostile documents: what the record engine decides.
 
 #include "HostileInput.h"
-#include "LogCapture.h"
+#include "TestSupport.h"
 
 #include <BearingSettings.h>
 #include <FrequencyRange.h>

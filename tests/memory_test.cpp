@@ -37,10 +37,7 @@ Outcome Probe(const char* record, const QByteArray& document)
     Outcome outcome;
     QTemporaryDir dir;
     const QString path = dir.filePath(QStringLiteral("input"));
-    QFile file(path);
-    if (!file.open(QIODevice::WriteOnly) || file.write(document) != document.size())
-        return outcome;
-    file.close();
+    WriteFile(path, document);
     QProcess probe;
     probe.start(QStringLiteral(KVT317_MEMORY_PROBE), {QLatin1String(record), path});
     if (!probe.waitForFinished(300000) || probe.exitStatus() != QProcess::NormalExit ||
@@ -136,7 +133,9 @@ TEST(MemoryBound, DeflateBombIsRefusedBeforeTheLimitIsPassed)
 
 TEST(MemoryBound, DeepNesting)
 {
-    for (const QString& xml : hostile::DeepSettingsDocuments()) {
+    const QStringList documents = hostile::DeepSettingsDocuments();
+    ASSERT_EQ(documents.size(), 3);
+    for (const QString& xml : documents) {
         const QByteArray document = xml.toUtf8();
         const Outcome outcome = Probe("settings", document);
         ExpectOutcome(outcome, true, 0, QString());
@@ -169,10 +168,7 @@ ToolRun RunTool(const char* command, const char* option, const QByteArray& docum
     ToolRun run;
     QTemporaryDir dir;
     const QString path = dir.filePath(QStringLiteral("input"));
-    QFile file(path);
-    if (!file.open(QIODevice::WriteOnly) || file.write(document) != document.size())
-        return run;
-    file.close();
+    WriteFile(path, document);
     const QString output = dir.filePath(QStringLiteral("output"));
     const QByteArray tool = QByteArrayLiteral(KVT317_TOOL);
     const QByteArray input = path.toLocal8Bit();

@@ -1,3 +1,5 @@
+#include "TestSupport.h"
+
 #include <KVT317XmlVersion.h>
 #include <Logger.h>
 
@@ -12,36 +14,6 @@ using REPORTGENERATOR::Logger;
 using REPORTGENERATOR::LogLevel;
 
 namespace {
-
-QStringList messages;
-
-void Capture(QtMsgType type, const QMessageLogContext& context, const QString& message)
-{
-    const char* const types[] = {"debug", "warning", "critical", "fatal", "info"};
-    messages.append(QString::fromLatin1(context.category) + QLatin1Char('.') +
-                    QLatin1String(types[type]) + QStringLiteral(": ") + message);
-}
-
-// Collects Qt's log messages while it lives, and leaves the filter rules as it found them.
-class MessageCapture
-{
-public:
-    MessageCapture()
-        : m_previous(qInstallMessageHandler(&Capture))
-    {
-        messages.clear();
-    }
-    ~MessageCapture()
-    {
-        qInstallMessageHandler(m_previous);
-        QLoggingCategory::setFilterRules(QString());
-    }
-    MessageCapture(const MessageCapture&) = delete;
-    MessageCapture& operator=(const MessageCapture&) = delete;
-
-private:
-    QtMessageHandler m_previous;
-};
 
 TEST(Packaging, VersionMacros)
 {
@@ -58,31 +30,32 @@ TEST(Packaging, VersionMacros)
 TEST(Packaging, LoggingCategoryIsPublic)
 {
     EXPECT_STREQ(REPORTGENERATOR::lcReportBase().categoryName(), "reportbase");
-    MessageCapture capture;
+    QtMessageCapture capture;
     qCWarning(REPORTGENERATOR::lcReportBase) << "from the application";
-    EXPECT_EQ(messages, QStringList{QStringLiteral("reportbase.warning: from the application")});
+    EXPECT_EQ(capture.Lines(),
+              QStringList{QStringLiteral("reportbase.warning: from the application")});
 }
 
 TEST(Packaging, DefaultLoggerWritesUnderTheCategory)
 {
-    MessageCapture capture;
+    QtMessageCapture capture;
     const Logger logger;
     logger.Log(LogLevel::Error, QStringLiteral("E \"1\""));
     logger.Log(LogLevel::Warning, QStringLiteral("W"));
     logger.Log(LogLevel::Info, QStringLiteral("I"));
-    EXPECT_EQ(messages, (QStringList{QStringLiteral("reportbase.critical: E \"1\""),
-                                     QStringLiteral("reportbase.warning: W"),
-                                     QStringLiteral("reportbase.info: I")}));
+    EXPECT_EQ(capture.Lines(), (QStringList{QStringLiteral("reportbase.critical: E \"1\""),
+                                            QStringLiteral("reportbase.warning: W"),
+                                            QStringLiteral("reportbase.info: I")}));
 }
 
 TEST(Packaging, CategoryCanBeFiltered)
 {
-    MessageCapture capture;
+    QtMessageCapture capture;
     QLoggingCategory::setFilterRules(QStringLiteral("reportbase.warning=false"));
     const Logger logger;
     logger.Log(LogLevel::Warning, QStringLiteral("filtered"));
     logger.Log(LogLevel::Error, QStringLiteral("kept"));
-    EXPECT_EQ(messages, QStringList{QStringLiteral("reportbase.critical: kept")});
+    EXPECT_EQ(capture.Lines(), QStringList{QStringLiteral("reportbase.critical: kept")});
 }
 
 } // namespace

@@ -2,7 +2,6 @@
 // binary form and in the compressed form (offsets in the inflated frame), and the library's
 // own reports arriving in their order, tied to record, member and place.
 
-#include "LogCapture.h"
 #include "TestSupport.h"
 
 #include <BearingSettings.h>

@@ -1,4 +1,4 @@
-#include "LogCapture.h"
+#include "TestSupport.h"
 
 #include <BearingSettings.h>
 #include <FrequencyRange.h>
@@ -15,36 +15,7 @@ using KVT317XML::KVT317_Settings;
 using KVT317XML::KVT317SettingsDetail;
 using Detail = KVT317SettingsDetail;
 
-// From settings_detail_test.cpp.
-Detail FullySetDetail();
-
 namespace {
-
-QStringList captured;
-
-void Capture(QtMsgType, const QMessageLogContext&, const QString& message)
-{
-    captured.append(message);
-}
-
-// Collects what qDebug prints while it lives.
-class DebugCapture
-{
-public:
-    DebugCapture()
-        : m_previous(qInstallMessageHandler(&Capture))
-    {
-        captured.clear();
-    }
-    ~DebugCapture() { qInstallMessageHandler(m_previous); }
-    DebugCapture(const DebugCapture&) = delete;
-    DebugCapture& operator=(const DebugCapture&) = delete;
-
-    QStringList Lines() const { return captured; }
-
-private:
-    QtMessageHandler m_previous;
-};
 
 const QString FullDetailText = QStringLiteral(
     "KVT317SettingsDetail(Name=\"D\", index=3, AntennaPol=LEFT, AntPreAmp=ON, "
@@ -56,9 +27,9 @@ const QString FullDetailText = QStringLiteral(
 
 TEST(RecordDebug, FreshRecordHasNoSetMembers)
 {
-    DebugCapture capture;
+    QtMessageCapture capture;
     qDebug() << FrequencyRange() << KVT317_Settings() << BearingSettings();
-    EXPECT_EQ(capture.Lines(),
+    EXPECT_EQ(capture.Texts(),
               QStringList{QStringLiteral("FrequencyRange() KVT317_Settings() BearingSettings()")});
 }
 
@@ -66,11 +37,11 @@ TEST(RecordDebug, SetMembersOnlyWithTheirTextForm)
 {
     FrequencyRange range;
     range.SetStopFrequency(137000000.0);
-    DebugCapture capture;
+    QtMessageCapture capture;
     qDebug() << range;
     range.SetStartFrequency(1234567.891);
     qDebug() << range;
-    EXPECT_EQ(capture.Lines(),
+    EXPECT_EQ(capture.Texts(),
               (QStringList{QStringLiteral("FrequencyRange(StopFrequency=137000000.00)"),
                            QStringLiteral("FrequencyRange(StartFrequency=1234567.89, "
                                           "StopFrequency=137000000.00)")}));
@@ -85,10 +56,10 @@ TEST(RecordDebug, AttributesFirstTextsQuotedEnumerationsByName)
     bearing.SetIndex(-2);
     bearing.SetName(QStringLiteral("North"));
     bearing.SetLevelThreshold(-95);
-    DebugCapture capture;
+    QtMessageCapture capture;
     qDebug() << bearing;
     qDebug().noquote() << bearing;
-    EXPECT_EQ(capture.Lines(),
+    EXPECT_EQ(capture.Texts(),
               (QStringList{
                   QStringLiteral("BearingSettings(Name=\"North\", Index=-2, "
                                  "Frequency=121500000.000000000, DFMode=Gate, LevelThreshold=-95, "
@@ -100,9 +71,9 @@ TEST(RecordDebug, AttributesFirstTextsQuotedEnumerationsByName)
 
 TEST(RecordDebug, ChildRecordAndDateTime)
 {
-    DebugCapture capture;
+    QtMessageCapture capture;
     qDebug() << FullySetDetail();
-    EXPECT_EQ(capture.Lines(), QStringList{FullDetailText});
+    EXPECT_EQ(capture.Texts(), QStringList{FullDetailText});
 }
 
 TEST(RecordDebug, ValueOutsideItsNamesAndEmptyText)
@@ -113,9 +84,9 @@ TEST(RecordDebug, ValueOutsideItsNamesAndEmptyText)
     bearing.SetFrequency(0.5);
     bearing.SetDFMode(static_cast<BearingSettings::DFMode>(7));
     bearing.SetBearingVtPath(QStringLiteral(""));
-    DebugCapture capture;
+    QtMessageCapture capture;
     qDebug() << bearing;
-    EXPECT_EQ(capture.Lines(),
+    EXPECT_EQ(capture.Texts(),
               QStringList{QStringLiteral("BearingSettings(Frequency=0.500000000, DFMode=(invalid), "
                                          "BearingVtPath=\"\")")});
 }
@@ -126,7 +97,7 @@ TEST(RecordDebug, ListItemsInBrackets)
     KVT317_Settings settings;
     settings.SetLogger(log.logger);
     settings.SetKVT317SettingsDetail({});
-    DebugCapture capture;
+    QtMessageCapture capture;
     qDebug() << settings;
     settings.AppendKVT317SettingsDetail(FullySetDetail());
     Detail second = FullySetDetail();
@@ -136,7 +107,7 @@ TEST(RecordDebug, ListItemsInBrackets)
     second.SetThreshold(12);
     settings.AppendKVT317SettingsDetail(second);
     qDebug() << settings;
-    EXPECT_EQ(capture.Lines(),
+    EXPECT_EQ(capture.Texts(),
               (QStringList{
                   QStringLiteral("KVT317_Settings(KVT317SettingsDetail=[])"),
                   QStringLiteral("KVT317_Settings(KVT317SettingsDetail=[") + FullDetailText +
@@ -150,10 +121,10 @@ TEST(RecordDebug, ListItemsInBrackets)
 
 TEST(RecordDebug, StreamKeepsItsSpacing)
 {
-    DebugCapture capture;
+    QtMessageCapture capture;
     qDebug() << 1 << FrequencyRange() << 2;
     qDebug().nospace() << 1 << FrequencyRange() << 2;
-    EXPECT_EQ(capture.Lines(), (QStringList{QStringLiteral("1 FrequencyRange() 2"),
+    EXPECT_EQ(capture.Texts(), (QStringList{QStringLiteral("1 FrequencyRange() 2"),
                                             QStringLiteral("1FrequencyRange()2")}));
 }
 

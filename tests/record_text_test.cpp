@@ -1,6 +1,6 @@
 // Texts of records through XML: exactly, or with a report when XML cannot carry them.
 
-#include "LogCapture.h"
+#include "TestSupport.h"
 
 #include <BearingSettings.h>
 #include <KVT317_Settings.h>

@@ -1,4 +1,3 @@
-#include "LogCapture.h"
 #include "TestSupport.h"
 
 #include <KVT317SettingsDetail.h>
@@ -13,112 +12,6 @@ using REPORTGENERATOR::IncompleteDefinitionException;
 using REPORTGENERATOR::OutOfRangeException;
 using Detail = KVT317SettingsDetail;
 
-namespace {
-
-template <class E> E As(int value)
-{
-    return static_cast<E>(value);
-}
-
-} // namespace
-
-// Shared with settings_test.cpp.
-Detail FullySetDetail();
-Detail DefaultDetail();
-
-Detail FullySetDetail()
-{
-    Detail detail;
-    detail.SetName(QStringLiteral("D"));
-    detail.Setindex(3);
-    detail.SetAntennaPol(As<Detail::AntennaPol>(2));
-    detail.SetAntPreAmp(As<Detail::AntPreAmp>(1));
-    detail.SetAverageMode(As<Detail::AverageMode>(1));
-    detail.SetBandwidthDF(As<Detail::BandwidthDF>(29));
-    detail.SetBlockAveragingTime(7);
-    detail.SetDF_Alt(As<Detail::DF_Alt>(0));
-    FrequencyRange range;
-    range.SetStartFrequency(1.0);
-    range.SetStopFrequency(2.0);
-    detail.SetFrequencyRange(range);
-    detail.SetReal_Time_Bandwidth(As<Detail::Real_Time_Bandwidth>(5));
-    detail.SetScanMemoryID(4);
-    detail.SetDFPan_Selectivity(As<Detail::DFPan_Selectivity>(3));
-    detail.SetThreshold(-1);
-    detail.SetStopTime(QDateTime(QDate(2024, 3, 1), QTime(12, 30, 5, 250), Qt::UTC));
-    detail.SetAttSelect(As<Detail::AttSelect>(0));
-    detail.SetAttenuationHoldValue(1.5f);
-    detail.SetAttenuationHoldTime(2.25f);
-    return detail;
-}
-
-// The second detail of the two-detail document: defaults, with the two enumerations that
-// have none set, and a null stop time.
-Detail DefaultDetail()
-{
-    Detail detail;
-    detail.ResetToDefault();
-    detail.SetAverageMode(As<Detail::AverageMode>(0));
-    detail.SetBandwidthDF(As<Detail::BandwidthDF>(0));
-    detail.SetScanMemoryID(0);
-    detail.SetStopTime(QDateTime());
-    return detail;
-}
-
-extern const char* const FullySetDetailHex;
-const char* const FullySetDetailHex = "0000013A"
-                                      "58D44D66000000050000000144"
-                                      "CFF2FA5F000000080000000000000003"
-                                      "36B1CFF800000008000000044C454654"
-                                      "0B576A3200000006000000024F4E"
-                                      "C896F956000000080000000447415445"
-                                      "3C393B74000000090000000531204D487A"
-                                      "C73B3D20000000080000000000000007"
-                                      "5CC6C90800000008000000044155544F"
-                                      "08B36734000000202D99DCB90000000800000004312E3030"
-                                      "7ADC955A0000000800000004322E3030"
-                                      "45A23BD6000000090000000535204D487A"
-                                      "375806BF000000080000000000000004"
-                                      "60866F2C00000009000000055348415250"
-                                      "E7B0B2F800000008FFFFFFFFFFFFFFFF"
-                                      "02A425960000001C00000018323032342D30332D3031543132"
-                                      "3A33303A30352C3235305A"
-                                      "8C96189800000008000000044155544F"
-                                      "5C505A010000000800000004312E3530"
-                                      "4B68079A0000000800000004322E3235";
-
-extern const char* const DefaultDetailHex;
-const char* const DefaultDetailHex = "000000EE"
-                                     "36B1CFF8000000080000000456455254"
-                                     "0B576A3200000007000000034F4646"
-                                     "C896F95600000007000000034F4646"
-                                     "3C393B740000000C0000000831322E353020487A"
-                                     "C73B3D2000000008000000000000000A"
-                                     "5CC6C9080000000F0000000B434F5252454C4154494F4E"
-                                     "45A23BD60000000A000000063830204D487A"
-                                     "375806BF000000080000000000000000"
-                                     "60866F2C0000000A000000064E4F524D414C"
-                                     "E7B0B2F8000000080000000000000014"
-                                     "02A4259600000004FFFFFFFF"
-                                     "8C9618980000000A000000064D414E55414C"
-                                     "5C505A01000000090000000531302E3030"
-                                     "4B68079A0000000A000000063130302E3030";
-
-extern const QString FullySetDetailXml;
-const QString FullySetDetailXml = QStringLiteral(
-    "<KVT317SettingsDetail Name=\"D\" index=\"3\">"
-    "<AntennaPol>LEFT</AntennaPol><AntPreAmp>ON</AntPreAmp><AverageMode>GATE</AverageMode>"
-    "<BandwidthDF>1 MHz</BandwidthDF><BlockAveragingTime>7</BlockAveragingTime>"
-    "<DF_Alt>AUTO</DF_Alt>"
-    "<FrequencyRange><StartFrequency>1.00</StartFrequency><StopFrequency>2.00</StopFrequency>"
-    "</FrequencyRange>"
-    "<Real_Time_Bandwidth>5 MHz</Real_Time_Bandwidth><ScanMemoryID>4</ScanMemoryID>"
-    "<DFPan_Selectivity>SHARP</DFPan_Selectivity><Threshold>-1</Threshold>"
-    "<StopTime>2024-03-01T12:30:05,250Z</StopTime><AttSelect>AUTO</AttSelect>"
-    "<AttenuationHoldValue>1.50</AttenuationHoldValue>"
-    "<AttenuationHoldTime>2.25</AttenuationHoldTime>"
-    "</KVT317SettingsDetail>");
-
 // ---- Tables --------------------------------------------------------------------------
 
 TEST(DetailEnumerations, PlainNameLists)
@@ -129,19 +22,26 @@ TEST(DetailEnumerations, PlainNameLists)
             result.append(QString::fromLatin1(name));
         return result;
     };
-    EXPECT_EQ(Detail::GetAntPreAmps(), list({"OFF", "ON"}));
-    EXPECT_EQ(Detail::GetAntennaPols(), list({"VERT", "HOR", "LEFT", "RIGHT"}));
-    EXPECT_EQ(Detail::GetAttSelects(), list({"AUTO", "MANUAL"}));
-    EXPECT_EQ(Detail::GetAverageModes(), list({"OFF", "GATE", "NORM"}));
-    EXPECT_EQ(Detail::GetDFPan_Selectivitys(), list({"AUTO", "NORMAL", "NARROW", "SHARP"}));
-    EXPECT_EQ(Detail::GetDF_Alts(),
-              list({"AUTO", "WATSONWATT", "CORRELATION", "SUPERRESOLUTION", "VECTORMATCHING"}));
-    EXPECT_EQ(Detail::GetGUIDF_Alts(), Detail::GetDF_Alts());
-    EXPECT_EQ(Detail::GetGUIAntPreAmps(), Detail::GetAntPreAmps());
-    EXPECT_EQ(Detail::GetGUIAntennaPols(), Detail::GetAntennaPols());
-    EXPECT_EQ(Detail::GetGUIAttSelects(), Detail::GetAttSelects());
-    EXPECT_EQ(Detail::GetGUIAverageModes(), Detail::GetAverageModes());
-    EXPECT_EQ(Detail::GetGUIDFPan_Selectivitys(), Detail::GetDFPan_Selectivitys());
+    const QStringList antPreAmps = list({"OFF", "ON"});
+    const QStringList antennaPols = list({"VERT", "HOR", "LEFT", "RIGHT"});
+    const QStringList attSelects = list({"AUTO", "MANUAL"});
+    const QStringList averageModes = list({"OFF", "GATE", "NORM"});
+    const QStringList selectivities = list({"AUTO", "NORMAL", "NARROW", "SHARP"});
+    const QStringList dfAlts =
+        list({"AUTO", "WATSONWATT", "CORRELATION", "SUPERRESOLUTION", "VECTORMATCHING"});
+    EXPECT_EQ(Detail::GetAntPreAmps(), antPreAmps);
+    EXPECT_EQ(Detail::GetAntennaPols(), antennaPols);
+    EXPECT_EQ(Detail::GetAttSelects(), attSelects);
+    EXPECT_EQ(Detail::GetAverageModes(), averageModes);
+    EXPECT_EQ(Detail::GetDFPan_Selectivitys(), selectivities);
+    EXPECT_EQ(Detail::GetDF_Alts(), dfAlts);
+    // Without a translation the display lists are the names themselves.
+    EXPECT_EQ(Detail::GetGUIDF_Alts(), dfAlts);
+    EXPECT_EQ(Detail::GetGUIAntPreAmps(), antPreAmps);
+    EXPECT_EQ(Detail::GetGUIAntennaPols(), antennaPols);
+    EXPECT_EQ(Detail::GetGUIAttSelects(), attSelects);
+    EXPECT_EQ(Detail::GetGUIAverageModes(), averageModes);
+    EXPECT_EQ(Detail::GetGUIDFPan_Selectivitys(), selectivities);
 }
 
 TEST(DetailEnumerations, BandwidthDFTable)

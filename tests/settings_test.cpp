@@ -1,4 +1,3 @@
-#include "LogCapture.h"
 #include "TestSupport.h"
 
 #include <KVT317_Settings.h>
@@ -13,13 +12,6 @@ using KVT317XML::KVT317SettingsDetail;
 using REPORTGENERATOR::IncompleteDefinitionException;
 using REPORTGENERATOR::OutOfRangeException;
 using Detail = KVT317SettingsDetail;
-
-// From settings_detail_test.cpp.
-Detail FullySetDetail();
-Detail DefaultDetail();
-extern const char* const FullySetDetailHex;
-extern const char* const DefaultDetailHex;
-extern const QString FullySetDetailXml;
 
 namespace {
 
@@ -37,12 +29,6 @@ KVT317_Settings TwoDetails()
     root.AppendKVT317SettingsDetail(FullySetDetail());
     root.AppendKVT317SettingsDetail(DefaultDetail());
     return root;
-}
-
-QByteArray ReadFile(const QString& path)
-{
-    QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
 }
 
 } // namespace

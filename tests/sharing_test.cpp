@@ -1,7 +1,7 @@
 // Storage creation, copy-on-write and the independence of copies, written through every
 // kind of accessor, and switch and logger following the parent.
 
-#include "LogCapture.h"
+#include "TestSupport.h"
 
 #include <BearingSettings.h>
 #include <KVT317_Settings.h>
@@ -18,8 +18,6 @@ using KVT317XML::KVT317SettingsDetail;
 using REPORTGENERATOR::IncompleteDefinitionException;
 using REPORTGENERATOR::OutOfRangeException;
 using Detail = KVT317SettingsDetail;
-
-Detail FullySetDetail(); // settings_detail_test.cpp
 
 namespace {
 
