@@ -285,3 +285,22 @@ TEST_F(Model, CellsCarryTheirLocatedFindings)
     EXPECT_EQ(model.data(threshold, Qt::ToolTipRole), QVariant());
     EXPECT_EQ(model.StandingReadFindings().size(), size_t(3));
 }
+
+TEST_F(Model, CellsAreEditableAndNothingElseIs)
+{
+    auto watched = Load(nullptr, SourceDir + QStringLiteral("/examples/settings.xml"));
+    const SettingsModel& model = watched->model;
+    const Qt::ItemFlags cell =
+        Qt::ItemIsSelectable | Qt::ItemIsEnabled | Qt::ItemIsEditable | Qt::ItemNeverHasChildren;
+    EXPECT_EQ(model.flags(model.index(0, 0)), cell);
+    EXPECT_EQ(model.flags(model.index(2, model.columnCount() - 1)), cell);
+    EXPECT_EQ(model.flags(QModelIndex()), Qt::NoItemFlags);
+    EXPECT_EQ(model.flags(model.index(3, 0)), Qt::NoItemFlags);
+}
+
+TEST(DocumentForms, HaveTheirNames)
+{
+    EXPECT_EQ(DocumentFormName(DocumentForm::Xml), QStringLiteral("XML"));
+    EXPECT_EQ(DocumentFormName(DocumentForm::Binary), QStringLiteral("binary"));
+    EXPECT_EQ(DocumentFormName(DocumentForm::Compressed), QStringLiteral("compressed binary"));
+}
