@@ -424,9 +424,13 @@ int RunAdd(const Options& options)
                         .arg(document->label, document->type));
     const std::unique_ptr<Record> edited = Copy(*document->record);
     const int position = edited->ListSize(list->bit) + 1;
-    // The library's new detail, numbered by its place in the list.
-    KVT317SettingsDetail item =
-        StartingDetail(position, QStringLiteral("Setting %1").arg(position));
+    // The library's next detail: the one a new row of the item model gets too, its name and
+    // index unused by the document's other details.
+    const auto* settings = dynamic_cast<const KVT317_Settings*>(edited.get());
+    if (!settings)
+        return Fail(QStringLiteral("%1: a %2 document holds no list of details")
+                        .arg(document->label, document->type));
+    KVT317SettingsDetail item = NextSettingsDetail(*settings);
     item.SetLogger(nullptr);
     const QString itemPath = QStringLiteral("%1[%2]").arg(list->name).arg(position);
     Touched touched;

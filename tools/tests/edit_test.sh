@@ -168,6 +168,16 @@ run "add to bearing" 2 kvt317 add examples/bearing-settings.xml
 err <<<"kvt317: examples/bearing-settings.xml: a BearingSettings document holds no list; add works on KVT317_Settings documents"
 run "add bad value" 2 kvt317 add scan.xml Threshold high
 err <<<"kvt317: scan.xml: KVT317SettingsDetail[3]: Threshold: 'high' is not a whole number of 32 bits"
+# After a removal, the list's size plus one is an index a detail already has: the new detail
+# takes the next number no detail uses, as a new row of the item model does.
+run "add after a removal" 0 kvt317 add scan.xml
+run "the added detail" 0 kvt317 get scan.xml 'KVT317SettingsDetail[3]'
+grep -E '"(Name|index)"' out >added
+same added <<'TEXT'
+  "Name": "Setting 4",
+  "index": 4,
+TEXT
+run "remove the added detail" 0 kvt317 remove scan.xml 'KVT317SettingsDetail[3]'
 run "remove member" 2 kvt317 remove scan.xml 'KVT317SettingsDetail[1].Threshold'
 err <<<"kvt317: scan.xml: KVT317SettingsDetail[1].Threshold is no list item; select one with [N] or [Name=...]"
 run "remove missing" 2 kvt317 remove scan.xml 'KVT317SettingsDetail[3]'
