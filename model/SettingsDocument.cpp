@@ -108,9 +108,7 @@ std::unique_ptr<Record> CopyRecord(const Record& record)
     return std::make_unique<FrequencyRange>(static_cast<const FrequencyRange&>(record));
 }
 
-namespace {
-
-QByteArray Written(const Record& record, DocumentForm form)
+QByteArray DocumentBytes(const Record& record, DocumentForm form)
 {
     switch (form) {
     case DocumentForm::Xml:
@@ -122,6 +120,8 @@ QByteArray Written(const Record& record, DocumentForm form)
     }
     return QByteArray();
 }
+
+namespace {
 
 // Loads a document as written into a new record of the type, without validation; null when
 // it does not load. What the load found goes to `findings`.
@@ -178,7 +178,7 @@ std::unique_ptr<Record> DocumentAsSaved(const Record& record, DocumentForm form,
     {
         // The writer's own reports (an incomplete child) are the check's to give.
         ObserveReading quiet([](const ReadFinding&) {});
-        bytes = Written(*copy, form);
+        bytes = DocumentBytes(*copy, form);
     }
     std::vector<ReadFinding> found;
     std::unique_ptr<Record> back = LoadedBack(record.GetDescription(), bytes, form, found);
@@ -204,7 +204,7 @@ SaveReport SaveProblems(const Record& record, DocumentForm form)
     QByteArray bytes;
     try {
         ObserveReading quiet([](const ReadFinding&) {});
-        bytes = Written(*copy, form);
+        bytes = DocumentBytes(*copy, form);
     } catch (const std::exception& refused) {
         out.error = QStringLiteral("the library refuses to write the document: %1")
                         .arg(QString::fromUtf8(refused.what()));

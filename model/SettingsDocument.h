@@ -84,6 +84,9 @@ KVT317XMLMODEL_EXPORT bool SaveSettingsDocument(const Record& record, const QStr
 /// A copy of a record of any type, validation switch included; its logger is the default.
 KVT317XMLMODEL_EXPORT std::unique_ptr<Record> CopyRecord(const Record& record);
 
+/// The bytes a save of @p record in @p form writes (SaveXml(), SaveBinary()).
+KVT317XMLMODEL_EXPORT QByteArray DocumentBytes(const Record& record, DocumentForm form);
+
 /// The record as a save in @p form without validation writes it and a load gives it back:
 /// members that are always written come back set, a child record that is not set comes back
 /// without data, values come back at the decimals written. What the load found goes to

@@ -304,3 +304,16 @@ TEST(DocumentForms, HaveTheirNames)
     EXPECT_EQ(DocumentFormName(DocumentForm::Binary), QStringLiteral("binary"));
     EXPECT_EQ(DocumentFormName(DocumentForm::Compressed), QStringLiteral("compressed binary"));
 }
+
+TEST(DocumentForms, DocumentBytesAreWhatTheShippedExamplesHold)
+{
+    LoadedDocument document =
+        LoadSettingsDocument(SourceDir + QStringLiteral("/examples/settings.xml"));
+    ASSERT_TRUE(document.record) << qPrintable(document.error);
+    for (const auto& [form, name] : {std::pair{DocumentForm::Xml, "settings.xml"},
+                                     std::pair{DocumentForm::Binary, "settings.bin"}}) {
+        QFile file(SourceDir + QStringLiteral("/examples/") + QLatin1String(name));
+        ASSERT_TRUE(file.open(QIODevice::ReadOnly)) << name;
+        EXPECT_EQ(DocumentBytes(*document.record, form), file.readAll()) << name;
+    }
+}

@@ -46,20 +46,6 @@ QByteArray DiskDigest(const QString& path, QByteArray* content = nullptr)
     return Digest(bytes);
 }
 
-// The bytes the library's save writes for a record in a form (SaveXml(), SaveBinary()).
-QByteArray SavedBytes(const Record& record, DocumentForm form)
-{
-    switch (form) {
-    case DocumentForm::Xml:
-        return record.GetXmlString().toUtf8();
-    case DocumentForm::Binary:
-        return record.GetBinaryRepresentationAsQByteArray();
-    case DocumentForm::Compressed:
-        return record.GetCompressedBinaryRepresentationAsQByteArray(-1);
-    }
-    return QByteArray();
-}
-
 // Makes @p to hold exactly what @p from holds; its switch and logger stay.
 bool CopyDocument(const Record& from, Record& to)
 {
@@ -286,7 +272,7 @@ EditorWindow::Written EditorWindow::WriteThroughEdit(const QString& path, QByteA
                         tr("the document has %1 fault(s) at level error").arg(rule.faults.size());
                 if (!refusal.isEmpty())
                     return false;
-                expected = SavedBytes(*scratch, m_form);
+                expected = DocumentBytes(*scratch, m_form);
                 saving = true;
                 return true;
             },
@@ -354,7 +340,7 @@ EditorWindow::Written EditorWindow::WriteDirect(const QString& path, bool compar
             // What the save wrote, from a silent copy: the editor's own save is no change.
             std::unique_ptr<Record> copy = KVT317XML::CopyRecord(document);
             copy->SetLogger(nullptr);
-            bytes = SavedBytes(*copy, m_form);
+            bytes = DocumentBytes(*copy, m_form);
         } else {
             m_pending.emplace_back(static_cast<int>(LogLevel::Error), report.error);
             errors.append(report.error);
