@@ -37,6 +37,8 @@ done
 if command -v groff >/dev/null; then
     run "man page renders" 0 groff -man -Tutf8 -wall "$page"
     err </dev/null
+else
+    skip "man page renders" "no groff"
 fi
 
 # ---- bash completion

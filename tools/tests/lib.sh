@@ -11,6 +11,7 @@ cp "$source_examples"/*.xml "$source_examples"/*.bin "$source_examples"/*.binz e
 kvt317() { "$tool" "$@"; }
 failures=0
 passes=0
+skipped=0
 name=
 
 fail() {
@@ -88,7 +89,26 @@ entry() {
     rm -f "$f"
 }
 
+# skip CHECK REASON: a check that cannot run here is counted and said, never silent. Where
+# KVT317_NO_SKIPS is set (CI sets it), a skip is a failure unless KVT317_ALLOWED_SKIPS holds a
+# line "CHECK: why it may be skipped there".
+skip() {
+    local check="$1" reason="$2" line
+    if [ -n "${KVT317_NO_SKIPS:-}" ]; then
+        while IFS= read -r line; do
+            [[ "$line" == "$check: "?* ]] && break
+        done <<<"${KVT317_ALLOWED_SKIPS:-}"
+        if [[ "$line" != "$check: "?* ]]; then
+            name="$check"
+            fail "skipped ($reason), and no skip of it is allowed here"
+            return
+        fi
+    fi
+    echo "SKIP $check: $reason"
+    skipped=$((skipped + 1))
+}
+
 finish() {
-    echo "$passes passed, $failures failed"
+    echo "$passes passed, $failures failed, $skipped skipped"
     [ "$failures" = 0 ]
 }
