@@ -445,9 +445,11 @@ bool DocumentLock::Acquire(int milliseconds, QString* fault)
                 .arg(m_path, m_lockFileName)
                 .arg(milliseconds);
     } else {
+        // Name the lock file: the document itself may be writable when its directory is not.
         const QString why = DirectoryReason(m_path);
-        *fault = QStringLiteral("Cannot lock '%1': %2")
-                     .arg(m_path, why.isEmpty() ? SystemReason(errno ? errno : EIO) : why);
+        *fault = QStringLiteral("Cannot lock '%1': its lock file '%2' cannot be created: %3")
+                     .arg(m_path, m_lockFileName,
+                          why.isEmpty() ? SystemReason(errno ? errno : EIO) : why);
     }
     return false;
 }

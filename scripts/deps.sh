@@ -9,7 +9,7 @@ set -euo pipefail
 packages=(cmake g++ make pkg-config qt6-base-dev qtbase5-dev zlib1g-dev libgtest-dev googletest
           libbenchmark-dev valgrind bc
           clang-format doxygen libxml2-utils clang libclang-rt-14-dev llvm-14
-          strace acl groff-base)
+          strace acl attr groff-base)
 missing=()
 for package in "${packages[@]}"; do
     dpkg-query -W -f='${Status}' "$package" 2>/dev/null | grep -q 'install ok installed' \

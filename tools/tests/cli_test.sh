@@ -154,7 +154,7 @@ printf 'precious' >keep.bin
 chmod a-w .
 if [ "$(id -u)" != 0 ]; then
     run "read-only directory" 2 kvt317 convert examples/settings.xml keep.bin
-    err <<<"kvt317: cannot write 'keep.bin': Permission denied"
+    err <<<"kvt317: cannot lock 'keep.bin': its lock file '$(pwd -P)/keep.bin.lock' cannot be created: Permission denied"
 else
     skip "read-only directory" "root may write into a read-only directory"
 fi
