@@ -105,19 +105,11 @@ fi
 
 # ---- extended attributes and the access list kept; a file that cannot keep them is not
 # replaced. Needs root (another user to read the file) and setfacl/getfacl.
-# A test left out says so, and is counted where the helpers count them.
-skip_test() {
-    if declare -F skip >/dev/null; then
-        skip "$@"
-    else
-        echo "SKIP $1: $2"
-    fi
-}
 if [ "$(id -u)" != 0 ] || ! command -v setfacl >/dev/null || ! command -v runuser >/dev/null ||
     ! command -v setpriv >/dev/null; then
-    skip_test "access lists" "needs root, setfacl, runuser and setpriv"
+    skip "access lists" "needs root, setfacl, runuser and setpriv"
 elif ! setfacl -m u:nobody:r examples/settings.xml 2>/dev/null; then
-    skip_test "access lists" "the file system of $work keeps no access lists"
+    skip "access lists" "the file system of $work keeps no access lists"
 else
     setfacl -b examples/settings.xml
     # Readable by nobody alone: group::--- while the mask, which the mode's group bits show,
@@ -175,7 +167,7 @@ user.test="kept"
 
 TEXT
     else
-        skip_test "user attribute kept" "needs setfattr and getfattr"
+        skip "user attribute kept" "needs setfattr and getfattr"
     fi
     # The access list cannot be set on the new file (the system says so, here made to by
     # strace): the file is not replaced, and the fault says why.
@@ -189,7 +181,7 @@ TEXT
         same count <<<"1"
         [ ! -e acl.xml.lock ] && passes=$((passes + 1)) || fail "the lock file stayed"
     else
-        skip_test "access list not kept" "needs strace"
+        skip "access list not kept" "needs strace"
     fi
 fi
 
