@@ -1,6 +1,8 @@
 #include "DocumentFile.h"
+#include "IRGObject.h"
 
 #include <QElapsedTimer>
+#include <QFile>
 #include <QFileInfo>
 #include <QLockFile>
 #include <QSaveFile>
@@ -462,6 +464,58 @@ bool DocumentLock::IsLocked() const
 QString DocumentLock::LockFileName() const
 {
     return m_lockFileName;
+}
+
+bool IRGObject::OpenForReading(QFile* file) const
+{
+    if (!file) {
+        ReportDocumentFault(QStringLiteral("No file given"));
+        return false;
+    }
+    if (!file->isOpen() && !file->open(QIODevice::ReadOnly)) {
+        ReportDocumentFault(
+            QStringLiteral("Cannot open '%1': %2").arg(file->fileName(), file->errorString()));
+        return false;
+    }
+    return true;
+}
+
+bool IRGObject::WriteFile(const QString& path, const QByteArray& document) const
+{
+    QString fault;
+    QStringList warnings;
+    const bool written = WriteDocumentFile(path, document, &fault, &warnings);
+    for (const QString& warning : warnings)
+        Log(LogLevel::Warning, warning);
+    if (!written)
+        ReportDocumentFault(fault);
+    return written;
+}
+
+bool IRGObject::EditFile(const QString& path, const std::function<bool(IRGObject&)>& edit,
+                         int waitMilliseconds)
+{
+    DocumentLock lock(path);
+    QString fault;
+    if (!lock.Acquire(waitMilliseconds, &fault)) {
+        ReportDocumentFault(fault);
+        return false;
+    }
+    QFile file(path);
+    if (!OpenForReading(&file))
+        return false;
+    const QByteArray bytes = file.peek(64);
+    qsizetype first = bytes.startsWith("\xEF\xBB\xBF") ? 3 : 0;
+    while (first < bytes.size() && QByteArrayLiteral(" \t\r\n").contains(bytes.at(first)))
+        ++first;
+    const bool xml = first < bytes.size() && bytes.at(first) == '<';
+    const bool compressed = bytes.startsWith(QByteArrayLiteral("KVTZ"));
+    if (!(xml ? LoadXml(&file) : LoadBinary(&file)))
+        return false;
+    file.close();
+    if (!edit(*this))
+        return false;
+    return xml ? SaveXml(path) : SaveBinary(path, compressed);
 }
 
 } // namespace REPORTGENERATOR

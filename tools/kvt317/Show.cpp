@@ -1,0 +1,133 @@
+#include "Commands.h"
+#include "Json.h"
+#include "JsonForm.h"
+#include "Values.h"
+
+#include <algorithm>
+
+using namespace KVT317XML;
+
+namespace {
+
+QString Shown(const Record& record, const MemberDescription& member)
+{
+    if (!record.IsMemberSet(member.bit))
+        return QStringLiteral("(unset)");
+    const QString text = record.MemberText(member.bit);
+    switch (member.kind) {
+    case MemberKind::Text:
+        return text.isNull()    ? QStringLiteral("(null)")
+               : text.isEmpty() ? QStringLiteral("\"\"")
+                                : text;
+    case MemberKind::Enumeration:
+        return text.isNull() ? QStringLiteral("(invalid)") : text;
+    case MemberKind::DateTime:
+        return text.isEmpty() ? QStringLiteral("(none)") : text;
+    default:
+        break;
+    }
+    const QString unit = Unit(record.GetDescription().name, member.name);
+    if (unit == QLatin1String("Hz"))
+        return Hertz(text, member.precision);
+    return unit.isEmpty() ? text : text + QLatin1Char(' ') + unit;
+}
+
+// The widest member name of a block, with its indentation, nested records included.
+int NameWidth(const RecordDescription& description, int indent)
+{
+    int width = 0;
+    for (const MemberDescription& member : description.members) {
+        if (member.kind == MemberKind::RecordList)
+            continue;
+        width = std::max(width, indent + static_cast<int>(member.name.size()));
+        if (member.kind == MemberKind::Record)
+            width = std::max(width, NameWidth(*member.nested(), indent + 2));
+    }
+    return width;
+}
+
+void ShowMembers(const Record& record, int indent, int width)
+{
+    const RecordDescription& description = record.GetDescription();
+    for (const int bit : WriteOrder(description)) {
+        const MemberDescription& member = description.members[bit];
+        if (member.kind == MemberKind::RecordList)
+            continue;
+        const QString name = QString(indent, QLatin1Char(' ')) + member.name;
+        if (member.kind == MemberKind::Record && record.IsMemberSet(bit)) {
+            Out() << name << '\n';
+            ShowMembers(*record.Child(bit), indent + 2, width);
+            continue;
+        }
+        Out() << name.leftJustified(width + 2) << Printable(Shown(record, member)) << '\n';
+    }
+}
+
+QString ItemHeading(const QString& path, const Record& item)
+{
+    const MemberDescription* name = item.GetDescription().FindName(QStringLiteral("Name"));
+    if (!name || !item.IsMemberSet(name->bit) || item.MemberText(name->bit).isNull())
+        return path;
+    return QStringLiteral("%1 (\"%2\")").arg(path, item.MemberText(name->bit));
+}
+
+void ShowRecord(const Record& record)
+{
+    const RecordDescription& description = record.GetDescription();
+    ShowMembers(record, 2, NameWidth(description, 2));
+    for (const MemberDescription& member : description.members) {
+        if (member.kind != MemberKind::RecordList)
+            continue;
+        const int width = NameWidth(*member.nested(), 2);
+        for (int i = 0; i < record.ListSize(member.bit); ++i) {
+            const Record& item = *record.ListItem(member.bit, i);
+            Out() << Printable(
+                         ItemHeading(QStringLiteral("%1[%2]").arg(member.name).arg(i + 1), item))
+                  << '\n';
+            ShowMembers(item, 2, width);
+        }
+    }
+}
+
+QString Heading(const Document& document)
+{
+    QString heading =
+        QStringLiteral("%1: %2, %3").arg(document.label, document.type, FormName(document.form));
+    for (const MemberDescription& member : document.record->GetDescription().members) {
+        if (member.kind == MemberKind::RecordList) {
+            const int size = document.record->ListSize(member.bit);
+            heading += QStringLiteral(", %1 %2").arg(Grouped(size), size == 1 ? "item" : "items");
+        }
+    }
+    return heading;
+}
+
+} // namespace
+
+int RunShow(const Options& options)
+{
+    const std::unique_ptr<Document> document = LoadDocument(options.arguments.at(0));
+    if (const int status = Unusable(*document))
+        return status;
+    if (options.json) {
+        JsonWriter json;
+        json.BeginObject();
+        json.Key(QStringLiteral("file"));
+        json.String(document->label);
+        json.Key(QStringLiteral("form"));
+        json.String(FormName(document->form));
+        json.Key(QStringLiteral("type"));
+        json.String(document->type);
+        json.Key(QStringLiteral("document"));
+        json.BeginObject();
+        json.Key(document->type);
+        WriteRecordJson(json, *document->record);
+        json.EndObject();
+        json.EndObject();
+        Out().Write(json.Finish());
+        return Success;
+    }
+    Out() << Heading(*document) << '\n';
+    ShowRecord(*document->record);
+    return Success;
+}
