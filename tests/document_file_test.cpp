@@ -299,7 +299,7 @@ TEST(WriteDocumentFile, TheOwnerAndGroupNotKeptAreNamed)
     EXPECT_EQ(Contents(path), QByteArray("<x/>"));
 }
 
-TEST(LockedEdit, WaitersTakeTurnsInTheOrderTheyCame)
+TEST(LockedEdit, WaiterThreadsTakeTurnsInTheOrderTheyCame)
 {
     QTemporaryDir dir;
     const QString path = Copy(dir, "settings.xml", "turns.xml");
