@@ -1,6 +1,7 @@
 #include "Analysis.h"
 #include "Values.h"
 
+#include <MemberDisplay.h>
 #include <QHash>
 #include <QJsonArray>
 #include <QJsonDocument>
@@ -390,9 +391,9 @@ void Warn(Document& document, const ReadPath& path, const RecordDescription& rec
 
 QString Shown(const Record& record, const MemberDescription& member)
 {
-    const QString unit = Unit(record.GetDescription().name, member.name);
+    const QString unit = MemberUnit(record.GetDescription(), member);
     const QString text = record.MemberText(member.bit);
-    return unit == QLatin1String("Hz") ? Hertz(text, member.precision) : text;
+    return unit == QLatin1String("Hz") ? HertzText(text, member.precision) : text;
 }
 
 // Start above stop in a frequency range, at any depth.

@@ -9,6 +9,7 @@
 #include <BearingSettings.h>
 #include <FrequencyRange.h>
 #include <KVT317_Settings.h>
+#include <MemberDisplay.h>
 #include <ReadObserver.h>
 #include <StartingDetail.h>
 
@@ -121,7 +122,7 @@ QString WithoutUnit(const RecordDescription& record, const MemberDescription& me
     if (number || !match.hasMatch() || (match.captured(2).isEmpty() && match.captured(3).isEmpty()))
         return value;
     const QString given = match.captured(5);
-    const QString unit = Unit(record.name, member.name);
+    const QString unit = MemberUnit(record, member);
     static const QHash<QString, int> hertz{{QStringLiteral("Hz"), 0},
                                            {QStringLiteral("kHz"), 3},
                                            {QStringLiteral("MHz"), 6},

@@ -3,34 +3,13 @@
 #include "JsonForm.h"
 #include "Values.h"
 
+#include <MemberDisplay.h>
+
 #include <algorithm>
 
 using namespace KVT317XML;
 
 namespace {
-
-QString Shown(const Record& record, const MemberDescription& member)
-{
-    if (!record.IsMemberSet(member.bit))
-        return QStringLiteral("(unset)");
-    const QString text = record.MemberText(member.bit);
-    switch (member.kind) {
-    case MemberKind::Text:
-        return text.isNull()    ? QStringLiteral("(null)")
-               : text.isEmpty() ? QStringLiteral("\"\"")
-                                : text;
-    case MemberKind::Enumeration:
-        return text.isNull() ? QStringLiteral("(invalid)") : text;
-    case MemberKind::DateTime:
-        return text.isEmpty() ? QStringLiteral("(none)") : text;
-    default:
-        break;
-    }
-    const QString unit = Unit(record.GetDescription().name, member.name);
-    if (unit == QLatin1String("Hz"))
-        return Hertz(text, member.precision);
-    return unit.isEmpty() ? text : text + QLatin1Char(' ') + unit;
-}
 
 // The widest member name of a block, with its indentation, nested records included.
 int NameWidth(const RecordDescription& description, int indent)
@@ -59,7 +38,8 @@ void ShowMembers(const Record& record, int indent, int width)
             ShowMembers(*record.Child(bit), indent + 2, width);
             continue;
         }
-        Out() << name.leftJustified(width + 2) << Printable(Shown(record, member)) << '\n';
+        Out() << name.leftJustified(width + 2) << Printable(ShownMemberValue(record, member))
+              << '\n';
     }
 }
 

@@ -24,11 +24,3 @@ QString Suggestion(const QString& name, const QStringList& candidates);
 
 // The names of an enumeration member, comma-separated.
 QString AllowedNames(const KVT317XML::MemberDescription& member);
-
-// A value in hertz in a readable unit, exact to the member's decimals: "118 MHz",
-// "162.025 MHz", "12.5 kHz".
-QString Hertz(const QString& text, int precision);
-
-// The unit a member's value is shown in by show: hertz for frequencies and bandwidths
-// (scaled), or a fixed unit for times and levels; empty for counts, names and texts.
-QString Unit(const QString& record, const QString& member);
