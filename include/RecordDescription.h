@@ -75,6 +75,10 @@ class Record;
 /// A new record of the type a description describes (see Record::GetDescription()).
 KVT317XML_EXPORT std::unique_ptr<Record> NewRecord(const RecordDescription& type);
 
+/// A copy of a record of any type: its members, children and lists, sharing its storage until
+/// either is written; the copy's switch is the record's, its logger the default.
+KVT317XML_EXPORT std::unique_ptr<Record> CopyRecord(const Record& record);
+
 /// The record type whose element is the root of an XML document; null when the text has no
 /// root element or one that names no record.
 KVT317XML_EXPORT const RecordDescription* XmlDocumentType(const QString& xml);

@@ -97,17 +97,6 @@ LoadedDocument LoadSettingsDocument(const QString& path)
     return document;
 }
 
-std::unique_ptr<Record> CopyRecord(const Record& record)
-{
-    if (const auto* settings = dynamic_cast<const KVT317_Settings*>(&record))
-        return std::make_unique<KVT317_Settings>(*settings);
-    if (const auto* detail = dynamic_cast<const KVT317SettingsDetail*>(&record))
-        return std::make_unique<KVT317SettingsDetail>(*detail);
-    if (const auto* bearing = dynamic_cast<const BearingSettings*>(&record))
-        return std::make_unique<BearingSettings>(*bearing);
-    return std::make_unique<FrequencyRange>(static_cast<const FrequencyRange&>(record));
-}
-
 QByteArray DocumentBytes(const Record& record, DocumentForm form)
 {
     switch (form) {

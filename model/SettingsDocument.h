@@ -4,6 +4,7 @@
 
 #include <ReadObserver.h>
 #include <Record.h>
+#include <RecordDescription.h>
 
 #include <QString>
 #include <QStringList>
@@ -80,9 +81,6 @@ KVT317XMLMODEL_EXPORT SaveReport SaveProblems(const Record& record, DocumentForm
 KVT317XMLMODEL_EXPORT bool SaveSettingsDocument(const Record& record, const QString& path,
                                                 DocumentForm form, SaveReport* report = nullptr,
                                                 SaveFaults faults = SaveFaults::Refuse);
-
-/// A copy of a record of any type, validation switch included; its logger is the default.
-KVT317XMLMODEL_EXPORT std::unique_ptr<Record> CopyRecord(const Record& record);
 
 /// The bytes a save of @p record in @p form writes (SaveXml(), SaveBinary()).
 KVT317XMLMODEL_EXPORT QByteArray DocumentBytes(const Record& record, DocumentForm form);

@@ -29,6 +29,17 @@ std::unique_ptr<Record> NewRecord(const RecordDescription& type)
     return nullptr;
 }
 
+std::unique_ptr<Record> CopyRecord(const Record& record)
+{
+    if (const auto* settings = dynamic_cast<const KVT317_Settings*>(&record))
+        return std::make_unique<KVT317_Settings>(*settings);
+    if (const auto* detail = dynamic_cast<const KVT317SettingsDetail*>(&record))
+        return std::make_unique<KVT317SettingsDetail>(*detail);
+    if (const auto* bearing = dynamic_cast<const BearingSettings*>(&record))
+        return std::make_unique<BearingSettings>(*bearing);
+    return std::make_unique<FrequencyRange>(static_cast<const FrequencyRange&>(record));
+}
+
 const RecordDescription* XmlDocumentType(const QString& xml)
 {
     QXmlStreamReader reader(xml);

@@ -332,3 +332,29 @@ TEST(ReportExceptions, RaiseThrowsTheMostDerivedType)
         EXPECT_EQ(raised.GetMessage(), QStringLiteral("b"));
     }
 }
+
+TEST(RecordTypes, CopyRecordCopiesEveryTypeWithItsSwitch)
+{
+    KVT317_Settings settings;
+    settings.SetLogger(nullptr);
+    ASSERT_TRUE(settings.SetXmlString(QString::fromUtf8(ExampleFile("settings.xml")), true));
+    settings.SetValidate(true);
+    const std::unique_ptr<Record> copy = CopyRecord(settings);
+    ASSERT_EQ(&copy->GetDescription(), &KVT317_Settings::Description());
+    EXPECT_TRUE(copy->GetValidate());
+    EXPECT_EQ(copy->GetXmlString(), settings.GetXmlString());
+    copy->ResetMember(0);
+    EXPECT_EQ(copy->ListSize(0), 0);
+    EXPECT_EQ(settings.GetKVT317SettingsDetail().size(), 3);
+
+    FrequencyRange range;
+    range.SetStartFrequency(1.5);
+    const std::unique_ptr<Record> rangeCopy = CopyRecord(range);
+    ASSERT_EQ(&rangeCopy->GetDescription(), &FrequencyRange::Description());
+    EXPECT_FALSE(rangeCopy->GetValidate());
+    EXPECT_EQ(rangeCopy->MemberText(0), QStringLiteral("1.50"));
+    EXPECT_TRUE(rangeCopy->Equals(range));
+    EXPECT_EQ(&CopyRecord(BearingSettings())->GetDescription(), &BearingSettings::Description());
+    EXPECT_EQ(&CopyRecord(KVT317SettingsDetail())->GetDescription(),
+              &KVT317SettingsDetail::Description());
+}

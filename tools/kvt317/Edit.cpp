@@ -159,18 +159,6 @@ QString WithoutUnit(const RecordDescription& record, const MemberDescription& me
            (fraction.isEmpty() ? QString() : QLatin1Char('.') + fraction);
 }
 
-// A copy of a record, to edit while the document's record stays as it was read.
-std::unique_ptr<Record> Copy(const Record& record)
-{
-    if (const auto* settings = dynamic_cast<const KVT317_Settings*>(&record))
-        return std::make_unique<KVT317_Settings>(*settings);
-    if (const auto* detail = dynamic_cast<const KVT317SettingsDetail*>(&record))
-        return std::make_unique<KVT317SettingsDetail>(*detail);
-    if (const auto* bearing = dynamic_cast<const BearingSettings*>(&record))
-        return std::make_unique<BearingSettings>(*bearing);
-    return std::make_unique<FrequencyRange>(static_cast<const FrequencyRange&>(record));
-}
-
 QString Join(const QString& path, const QString& name)
 {
     if (name.isEmpty())
@@ -338,7 +326,7 @@ int RunSet(const Options& options)
         Editable(options.arguments.at(0), options, status, lock);
     if (!document)
         return status;
-    const std::unique_ptr<Record> edited = Copy(*document->record);
+    const std::unique_ptr<Record> edited = CopyRecord(*document->record);
     Touched touched;
     DiagnosticList findings;
     for (int i = 1; i + 1 < options.arguments.size(); i += 2) {
@@ -363,7 +351,7 @@ int RunUnset(const Options& options)
         Editable(options.arguments.at(0), options, status, lock);
     if (!document)
         return status;
-    const std::unique_ptr<Record> edited = Copy(*document->record);
+    const std::unique_ptr<Record> edited = CopyRecord(*document->record);
     Touched touched;
     for (int i = 1; i < options.arguments.size(); ++i) {
         Target target;
@@ -423,7 +411,7 @@ int RunAdd(const Options& options)
         return Fail(QStringLiteral("%1: a %2 document holds no list; add works on "
                                    "KVT317_Settings documents")
                         .arg(document->label, document->type));
-    const std::unique_ptr<Record> edited = Copy(*document->record);
+    const std::unique_ptr<Record> edited = CopyRecord(*document->record);
     const int position = edited->ListSize(list->bit) + 1;
     // The library's next detail: the one a new row of the item model gets too, its name and
     // index unused by the document's other details.
@@ -457,7 +445,7 @@ int RunRemove(const Options& options)
         Editable(options.arguments.at(0), options, status, lock);
     if (!document)
         return status;
-    const std::unique_ptr<Record> edited = Copy(*document->record);
+    const std::unique_ptr<Record> edited = CopyRecord(*document->record);
     Target target;
     const QString error = Resolve(*edited, options.arguments.at(1), false, target);
     if (!error.isEmpty())
