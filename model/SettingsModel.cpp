@@ -31,7 +31,7 @@ namespace {
 int ListMember(const RecordDescription& type)
 {
     for (const MemberDescription& member : type.members)
-        if (member.kind == MemberKind::RecordList)
+        if (member.operations->list)
             return member.bit;
     return -1;
 }
@@ -76,12 +76,12 @@ void SettingsModel::SetDocument(std::unique_ptr<Record> document,
             if (member.attribute)
                 m_columns.push_back(Column{-1, &rowType, &member});
         for (const MemberDescription& member : rowType.members) {
-            if (member.kind == MemberKind::Record) {
+            if (member.operations->record) {
                 const RecordDescription& child = *member.nested();
                 for (const MemberDescription& inner : child.members)
-                    if (inner.kind != MemberKind::Record && inner.kind != MemberKind::RecordList)
+                    if (!inner.nested)
                         m_columns.push_back(Column{member.bit, &child, &inner});
-            } else if (member.kind != MemberKind::RecordList && !member.attribute) {
+            } else if (!member.operations->list && !member.attribute) {
                 m_columns.push_back(Column{-1, &rowType, &member});
             }
         }
@@ -212,18 +212,15 @@ QVariant SettingsModel::data(const QModelIndex& index, int role) const
     case DefaultRole:
         return CellRecord(index.row(), column)->MemberDefault(member.bit);
     case DisplayNamesRole:
-        return member.kind == MemberKind::Enumeration
-                   ? QVariant(MemberDisplayNames(*column.record, member))
-                   : QVariant();
+        return member.enumeration ? QVariant(member.DisplayNames()) : QVariant();
     case NamesRole:
-        return member.kind == MemberKind::Enumeration ? QVariant(member.enumeration->names)
-                                                      : QVariant();
+        return member.enumeration ? QVariant(member.enumeration->names) : QVariant();
     case FindingsRole:
         return CellFindings(index.row(), index.column());
     case FaultRole:
         return CellFault(index.row(), index.column());
     case UnitRole:
-        return MemberUnit(*column.record, member);
+        return member.unit;
     case DecimalsRole:
         return member.precision;
     case KindRole:

@@ -53,16 +53,16 @@ using D = BearingSettingsData;
 // clang-format off
 const RecordType& Type()
 {
-    static const RecordType type = MakeRecordType<D>("BearingSettings", BearingSettings::id, {
-        Member<&D::frequency>(FrequencyBit, "Frequency", 0xA97DB5BE).Required().Fixed(1, 9),
-        Member<&D::averagingTime>(AveragingTimeBit, "AveragingTime", 0xEBEB1BDE),
-        Member<&D::dFBandwidth>(DFBandwidthBit, "DFBandwidth", 0x6F24E1D7).Fixed(0, 2),
-        Member<&D::dFMode>(DFModeBit, "DFMode", 0x23991AF4).Names(DFModes()),
+    static const RecordType type = MakeRecordType<BearingSettings, D>("BearingSettings", BearingSettings::id, {
+        Member<&D::frequency>(FrequencyBit, "Frequency", 0xA97DB5BE).Required().Fixed(1, 9).Unit("Hz"),
+        Member<&D::averagingTime>(AveragingTimeBit, "AveragingTime", 0xEBEB1BDE).Unit("ms"),
+        Member<&D::dFBandwidth>(DFBandwidthBit, "DFBandwidth", 0x6F24E1D7).Fixed(0, 2).Unit("Hz"),
+        Member<&D::dFMode>(DFModeBit, "DFMode", 0x23991AF4).Names(DFModes()).DisplayNames(&BearingSettings::GetGUIDFModes),
         Member<&D::angleSamples>(AngleSamplesBit, "AngleSamples", 0x18C6455A),
-        Member<&D::levelThreshold>(LevelThresholdBit, "LevelThreshold", 0xD21ED327),
-        Member<&D::qualityThreshold>(QualityThresholdBit, "QualityThreshold", 0xCAEAFD4C),
-        Member<&D::elevationThreshold>(ElevationThresholdBit, "ElevationThreshold", 0x4B79C4EC),
-        Member<&D::slidingWindowTime>(SlidingWindowTimeBit, "SlidingWindowTime", 0x321DF800),
+        Member<&D::levelThreshold>(LevelThresholdBit, "LevelThreshold", 0xD21ED327).Unit("dB\u00B5V"),
+        Member<&D::qualityThreshold>(QualityThresholdBit, "QualityThreshold", 0xCAEAFD4C).Unit("%"),
+        Member<&D::elevationThreshold>(ElevationThresholdBit, "ElevationThreshold", 0x4B79C4EC).Unit("\u00B0"),
+        Member<&D::slidingWindowTime>(SlidingWindowTimeBit, "SlidingWindowTime", 0x321DF800).Unit("ms"),
         Member<&D::bearingVtPath>(BearingVtPathBit, "BearingVtPath", 0x322B5285),
         Member<&D::bearingVtPathSR>(BearingVtPathSRBit, "BearingVtPathSR", 0xC14E337A),
         Member<&D::eigenValueVtPath>(EigenValueVtPathBit, "EigenValueVtPath", 0xDD4D5499),

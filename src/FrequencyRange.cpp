@@ -15,9 +15,9 @@ struct FrequencyRangeData {
 // clang-format off
 const RecordType& Type()
 {
-    static const RecordType type = MakeRecordType<FrequencyRangeData>("FrequencyRange", FrequencyRange::id, {
-        Member<&FrequencyRangeData::startFrequency>(StartFrequencyBit, "StartFrequency", 0x2D99DCB9).Required().Fixed(0, 2).DefaultValue(88000000.0),
-        Member<&FrequencyRangeData::stopFrequency>(StopFrequencyBit, "StopFrequency", 0x7ADC955A).Required().Fixed(0, 2).DefaultValue(240000000.0),
+    static const RecordType type = MakeRecordType<FrequencyRange, FrequencyRangeData>("FrequencyRange", FrequencyRange::id, {
+        Member<&FrequencyRangeData::startFrequency>(StartFrequencyBit, "StartFrequency", 0x2D99DCB9).Required().Fixed(0, 2).DefaultValue(88000000.0).Unit("Hz"),
+        Member<&FrequencyRangeData::stopFrequency>(StopFrequencyBit, "StopFrequency", 0x7ADC955A).Required().Fixed(0, 2).DefaultValue(240000000.0).Unit("Hz"),
     });
     return type;
 }

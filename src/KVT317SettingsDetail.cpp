@@ -119,22 +119,22 @@ using D = KVT317SettingsDetailData;
 // clang-format off
 const RecordType& Type()
 {
-    static const RecordType type = MakeRecordType<D>("KVT317SettingsDetail", Detail::id, {
-        Member<&D::antennaPol>(AntennaPolBit, "AntennaPol", 0x36B1CFF8).Required().Names(AntennaPolTable()).DefaultName("VERT"),
-        Member<&D::antPreAmp>(AntPreAmpBit, "AntPreAmp", 0x0B576A32).Required().Names(AntPreAmpTable()).DefaultName("OFF"),
-        Member<&D::averageMode>(AverageModeBit, "AverageMode", 0xC896F956).Required().Names(AverageModeTable()),
+    static const RecordType type = MakeRecordType<Detail, D>("KVT317SettingsDetail", Detail::id, {
+        Member<&D::antennaPol>(AntennaPolBit, "AntennaPol", 0x36B1CFF8).Required().Names(AntennaPolTable()).DisplayNames(&Detail::GetGUIAntennaPols).DefaultName("VERT"),
+        Member<&D::antPreAmp>(AntPreAmpBit, "AntPreAmp", 0x0B576A32).Required().Names(AntPreAmpTable()).DisplayNames(&Detail::GetGUIAntPreAmps).DefaultName("OFF"),
+        Member<&D::averageMode>(AverageModeBit, "AverageMode", 0xC896F956).Required().Names(AverageModeTable()).DisplayNames(&Detail::GetGUIAverageModes),
         Member<&D::bandwidthDF>(BandwidthDFBit, "BandwidthDF", 0x3C393B74).Required().Names(BandwidthDFTable()),
-        Member<&D::blockAveragingTime>(BlockAveragingTimeBit, "BlockAveragingTime", 0xC73B3D20).Required().DefaultValue(10),
-        Member<&D::dF_Alt>(DF_AltBit, "DF_Alt", 0x5CC6C908).Required().Names(DF_AltTable()).DefaultName("CORRELATION"),
+        Member<&D::blockAveragingTime>(BlockAveragingTimeBit, "BlockAveragingTime", 0xC73B3D20).Required().DefaultValue(10).Unit("ms"),
+        Member<&D::dF_Alt>(DF_AltBit, "DF_Alt", 0x5CC6C908).Required().Names(DF_AltTable()).DisplayNames(&Detail::GetGUIDF_Alts).DefaultName("CORRELATION"),
         Member<&D::frequencyRange>(FrequencyRangeBit, "FrequencyRange", 0x08B36734).Required(),
         Member<&D::real_Time_Bandwidth>(Real_Time_BandwidthBit, "Real_Time_Bandwidth", 0x45A23BD6).Required().Names(Real_Time_BandwidthTable()).DefaultName("80 MHz"),
         Member<&D::scanMemoryID>(ScanMemoryIDBit, "ScanMemoryID", 0x375806BF).Required(),
-        Member<&D::dFPan_Selectivity>(DFPan_SelectivityBit, "DFPan_Selectivity", 0x60866F2C).Required().Names(DFPan_SelectivityTable()).DefaultName("NORMAL"),
-        Member<&D::threshold>(ThresholdBit, "Threshold", 0xE7B0B2F8).Required().DefaultValue(20),
+        Member<&D::dFPan_Selectivity>(DFPan_SelectivityBit, "DFPan_Selectivity", 0x60866F2C).Required().Names(DFPan_SelectivityTable()).DisplayNames(&Detail::GetGUIDFPan_Selectivitys).DefaultName("NORMAL"),
+        Member<&D::threshold>(ThresholdBit, "Threshold", 0xE7B0B2F8).Required().DefaultValue(20).Unit("dB\u00B5V"),
         Member<&D::stopTime>(StopTimeBit, "StopTime", 0x02A42596).Required(),
-        Member<&D::attSelect>(AttSelectBit, "AttSelect", 0x8C961898).Required().Names(AttSelectTable()).DefaultName("MANUAL"),
-        Member<&D::attenuationHoldValue>(AttenuationHoldValueBit, "AttenuationHoldValue", 0x5C505A01).Required().Fixed(0, 2).DefaultValue(10.0),
-        Member<&D::attenuationHoldTime>(AttenuationHoldTimeBit, "AttenuationHoldTime", 0x4B68079A).Required().Fixed(0, 2).DefaultValue(100.0),
+        Member<&D::attSelect>(AttSelectBit, "AttSelect", 0x8C961898).Required().Names(AttSelectTable()).DisplayNames(&Detail::GetGUIAttSelects).DefaultName("MANUAL"),
+        Member<&D::attenuationHoldValue>(AttenuationHoldValueBit, "AttenuationHoldValue", 0x5C505A01).Required().Fixed(0, 2).DefaultValue(10.0).Unit("dB"),
+        Member<&D::attenuationHoldTime>(AttenuationHoldTimeBit, "AttenuationHoldTime", 0x4B68079A).Required().Fixed(0, 2).DefaultValue(100.0).Unit("ms"),
         Member<&D::name>(NameBit, "Name", 0x58D44D66).Attribute(),
         Member<&D::index>(indexBit, "index", 0xCFF2FA5F).Attribute(),
     });

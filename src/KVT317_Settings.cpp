@@ -18,7 +18,7 @@ using D = KVT317_SettingsData;
 // clang-format off
 const RecordType& Type()
 {
-    static const RecordType type = MakeRecordType<D>("KVT317_Settings", KVT317_Settings::id, {
+    static const RecordType type = MakeRecordType<KVT317_Settings, D>("KVT317_Settings", KVT317_Settings::id, {
         Member<&D::kVT317SettingsDetail>(KVT317SettingsDetailBit, "KVT317SettingsDetail", 0x09751B80).Required(),
     });
     return type;

@@ -1,7 +1,5 @@
 #include "MemberDisplay.h"
 
-#include "BearingSettings.h"
-#include "KVT317SettingsDetail.h"
 #include "Record.h"
 
 #include <algorithm>
@@ -9,32 +7,9 @@
 
 namespace KVT317XML {
 
-QString MemberUnit(const RecordDescription& record, const MemberDescription& member)
+QString MemberUnit(const RecordDescription&, const MemberDescription& member)
 {
-    static const struct {
-        const char* record;
-        const char* member;
-        const char* unit;
-    } units[] = {
-        {"FrequencyRange", "StartFrequency", "Hz"},
-        {"FrequencyRange", "StopFrequency", "Hz"},
-        {"BearingSettings", "Frequency", "Hz"},
-        {"BearingSettings", "DFBandwidth", "Hz"},
-        {"BearingSettings", "AveragingTime", "ms"},
-        {"BearingSettings", "SlidingWindowTime", "ms"},
-        {"BearingSettings", "LevelThreshold", "dB\u00B5V"},
-        {"BearingSettings", "QualityThreshold", "%"},
-        {"BearingSettings", "ElevationThreshold", "\u00B0"},
-        {"KVT317SettingsDetail", "BlockAveragingTime", "ms"},
-        {"KVT317SettingsDetail", "AttenuationHoldTime", "ms"},
-        {"KVT317SettingsDetail", "AttenuationHoldValue", "dB"},
-        {"KVT317SettingsDetail", "Threshold", "dB\u00B5V"},
-    };
-    for (const auto& entry : units)
-        if (record.name == QLatin1String(entry.record) &&
-            member.name == QLatin1String(entry.member))
-            return QString::fromUtf8(entry.unit);
-    return QString();
+    return member.unit;
 }
 
 QString HertzText(const QString& text, int precision)
@@ -72,52 +47,22 @@ QString HertzText(const QString& text, int precision)
 
 QString ShownMemberValue(const Record& record, const MemberDescription& member)
 {
-    if (member.kind == MemberKind::Record || member.kind == MemberKind::RecordList)
+    const MemberKindOperations& kind = *member.operations;
+    if (kind.record || kind.list)
         return QString();
     if (!record.IsMemberSet(member.bit))
         return QStringLiteral("(unset)");
-    const QString text = record.MemberText(member.bit);
-    switch (member.kind) {
-    case MemberKind::Text:
-        return text.isNull()    ? QStringLiteral("(null)")
-               : text.isEmpty() ? QStringLiteral("\"\"")
-                                : text;
-    case MemberKind::Enumeration:
-        return text.isNull() ? QStringLiteral("(invalid)") : text;
-    case MemberKind::DateTime:
-        return text.isEmpty() ? QStringLiteral("(none)") : text;
-    default:
-        break;
-    }
-    const QString unit = MemberUnit(record.GetDescription(), member);
-    if (unit == QLatin1String("Hz"))
+    const QString text = kind.shown(record.MemberText(member.bit));
+    if (!kind.number || member.unit.isEmpty())
+        return text;
+    if (member.unit == QLatin1String("Hz"))
         return HertzText(text, member.precision);
-    return unit.isEmpty() ? text : text + QLatin1Char(' ') + unit;
+    return text + QLatin1Char(' ') + member.unit;
 }
 
-QStringList MemberDisplayNames(const RecordDescription& record, const MemberDescription& member)
+QStringList MemberDisplayNames(const RecordDescription&, const MemberDescription& member)
 {
-    if (member.kind != MemberKind::Enumeration || !member.enumeration)
-        return QStringList();
-    static const struct {
-        const char* record;
-        const char* member;
-        QStringList (*names)();
-    } lists[] = {
-        {"KVT317SettingsDetail", "AntennaPol", &KVT317SettingsDetail::GetGUIAntennaPols},
-        {"KVT317SettingsDetail", "AntPreAmp", &KVT317SettingsDetail::GetGUIAntPreAmps},
-        {"KVT317SettingsDetail", "AverageMode", &KVT317SettingsDetail::GetGUIAverageModes},
-        {"KVT317SettingsDetail", "DF_Alt", &KVT317SettingsDetail::GetGUIDF_Alts},
-        {"KVT317SettingsDetail", "DFPan_Selectivity",
-         &KVT317SettingsDetail::GetGUIDFPan_Selectivitys},
-        {"KVT317SettingsDetail", "AttSelect", &KVT317SettingsDetail::GetGUIAttSelects},
-        {"BearingSettings", "DFMode", &BearingSettings::GetGUIDFModes},
-    };
-    for (const auto& entry : lists)
-        if (record.name == QLatin1String(entry.record) &&
-            member.name == QLatin1String(entry.member))
-            return entry.names();
-    return member.enumeration->names;
+    return member.DisplayNames();
 }
 
 } // namespace KVT317XML

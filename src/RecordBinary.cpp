@@ -134,7 +134,7 @@ void Record::WriteMemberEntry(QDataStream& stream, const MemberRow& row,
 {
     const MemberDescription& member = row.description;
     stream << static_cast<qint32>(member.tag);
-    if (member.kind == MemberKind::Integer) {
+    if (member.operations->integerPayload) {
         stream << qint32(8) << static_cast<qint64>(At<int>(&block, row.valueOffset));
     } else if (row.list) {
         // The count always, the items only when the list is set.

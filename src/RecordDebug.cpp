@@ -10,29 +10,20 @@ namespace {
 
 void PrintValue(QDebug& debug, const Record& record, const MemberDescription& member)
 {
-    switch (member.kind) {
-    case MemberKind::Text:
-        debug << record.MemberText(member.bit);
-        break;
-    case MemberKind::Record:
+    const MemberKindOperations& kind = *member.operations;
+    if (kind.record) {
         debug << *record.Child(member.bit);
-        break;
-    case MemberKind::RecordList: {
+    } else if (kind.list) {
         debug << '[';
         for (int i = 0; i < record.ListSize(member.bit); ++i)
             debug << (i ? ", " : "") << *record.ListItem(member.bit, i);
         debug << ']';
-        break;
-    }
-    case MemberKind::Enumeration: {
-        // Out-of-table values have no name; their XML text is empty.
-        const QString name = record.MemberText(member.bit);
-        debug << (name.isEmpty() ? "(invalid)" : qUtf8Printable(name));
-        break;
-    }
-    default:
-        debug << qUtf8Printable(record.MemberText(member.bit));
-        break;
+    } else if (kind.text) {
+        debug << record.MemberText(member.bit);
+    } else {
+        // Out-of-table enumerators have no name; their XML text is empty.
+        const QString text = record.MemberText(member.bit);
+        debug << (text.isEmpty() && member.enumeration ? "(invalid)" : qUtf8Printable(text));
     }
 }
 

@@ -18,26 +18,12 @@ std::vector<const RecordDescription*> AllRecordDescriptions()
 
 std::unique_ptr<Record> NewRecord(const RecordDescription& type)
 {
-    if (&type == &KVT317_Settings::Description())
-        return std::make_unique<KVT317_Settings>();
-    if (&type == &KVT317SettingsDetail::Description())
-        return std::make_unique<KVT317SettingsDetail>();
-    if (&type == &BearingSettings::Description())
-        return std::make_unique<BearingSettings>();
-    if (&type == &FrequencyRange::Description())
-        return std::make_unique<FrequencyRange>();
-    return nullptr;
+    return std::unique_ptr<Record>(type.make ? type.make() : nullptr);
 }
 
 std::unique_ptr<Record> CopyRecord(const Record& record)
 {
-    if (const auto* settings = dynamic_cast<const KVT317_Settings*>(&record))
-        return std::make_unique<KVT317_Settings>(*settings);
-    if (const auto* detail = dynamic_cast<const KVT317SettingsDetail*>(&record))
-        return std::make_unique<KVT317SettingsDetail>(*detail);
-    if (const auto* bearing = dynamic_cast<const BearingSettings*>(&record))
-        return std::make_unique<BearingSettings>(*bearing);
-    return std::make_unique<FrequencyRange>(static_cast<const FrequencyRange&>(record));
+    return std::unique_ptr<Record>(record.GetDescription().copy(record));
 }
 
 const RecordDescription* XmlDocumentType(const QString& xml)

@@ -18,26 +18,7 @@ namespace {
 // equality, child records by their own rule.
 bool ValuesEqual(const MemberRow& row, const StorageBlock& a, const StorageBlock& b)
 {
-    const std::ptrdiff_t at = row.valueOffset;
-    switch (row.description.kind) {
-    case MemberKind::Integer:
-        return At<int>(&a, at) == At<int>(&b, at);
-    case MemberKind::Float:
-        return At<float>(&a, at) == At<float>(&b, at);
-    case MemberKind::Double:
-        return At<double>(&a, at) == At<double>(&b, at);
-    case MemberKind::Text:
-        return At<QString>(&a, at) == At<QString>(&b, at);
-    case MemberKind::DateTime:
-        return At<QDateTime>(&a, at) == At<QDateTime>(&b, at);
-    case MemberKind::Enumeration:
-        return EnumAt(&a, at) == EnumAt(&b, at);
-    case MemberKind::Record:
-        return RecordAt(row, &a, at).Equals(RecordAt(row, &b, at));
-    case MemberKind::RecordList:
-        return row.list->equal(SlotOf(a, row), SlotOf(b, row));
-    }
-    return false;
+    return row.kind->equal(row, SlotOf(a, row), SlotOf(b, row));
 }
 
 // Equality of the members of one kind whose flags are given.
@@ -226,26 +207,9 @@ bool Record::AnyData() const
     if (!HasStorage())
         return false;
     const StorageBlock& block = *d.constData();
-    for (const MemberRow& row : m_type.rows) {
-        switch (row.description.kind) {
-        case MemberKind::Record:
-            if (RecordAt(row, &block, row.valueOffset).AnyData())
-                return true;
-            break;
-        case MemberKind::RecordList:
-            if (row.list->size(SlotOf(block, row)) > 0)
-                return true;
-            break;
-        case MemberKind::Text:
-            // A text holds something when it is not null, set or not.
-            if (!At<QString>(&block, row.valueOffset).isNull())
-                return true;
-            break;
-        default:
-            if (block.isSet & Flag(row.description.bit))
-                return true;
-        }
-    }
+    for (const MemberRow& row : m_type.rows)
+        if (row.kind->holds(row, SlotOf(block, row), block.isSet & Flag(row.description.bit)))
+            return true;
     return false;
 }
 
@@ -271,51 +235,8 @@ void Record::ResetToDefault()
         const int bit = row.description.bit;
         void* value = SlotOf(block, row);
         const void* def = reinterpret_cast<const char*>(&defaults) + row.defaultOffset;
-        const bool hasDefault = defaults.hasDefault & Flag(bit);
-        switch (row.description.kind) {
-        case MemberKind::Record:
-            // The child holds its own defaults; the parent still counts it as unset.
-            RecordAt(row, value, 0).ResetToDefault();
-            continue;
-        case MemberKind::RecordList:
-            DetachItems(row, value);
-            for (int i = 0; i < row.list->size(value); ++i)
-                row.list->mutableItem(value, i).ResetToDefault();
-            continue;
-        case MemberKind::Enumeration: {
-            const int v = EnumAt(def, 0);
-            if (!hasDefault || v < 0 || v >= row.description.enumeration->names.size())
-                continue;
-            SetEnumAt(value, 0, v);
-            break;
-        }
-        case MemberKind::Text:
-            if (!hasDefault || At<QString>(def, 0).isNull())
-                continue;
-            At<QString>(value, 0) = At<QString>(def, 0);
-            break;
-        case MemberKind::Integer:
-            if (!hasDefault)
-                continue;
-            At<int>(value, 0) = At<int>(def, 0);
-            break;
-        case MemberKind::Float:
-            if (!hasDefault)
-                continue;
-            At<float>(value, 0) = At<float>(def, 0);
-            break;
-        case MemberKind::Double:
-            if (!hasDefault)
-                continue;
-            At<double>(value, 0) = At<double>(def, 0);
-            break;
-        case MemberKind::DateTime:
-            if (!hasDefault)
-                continue;
-            At<QDateTime>(value, 0) = At<QDateTime>(def, 0);
-            break;
-        }
-        block.isSet |= Flag(bit);
+        if (row.kind->resetToDefault(row, value, def, defaults.hasDefault & Flag(bit)))
+            block.isSet |= Flag(bit);
     }
 }
 

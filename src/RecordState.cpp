@@ -44,34 +44,8 @@ DefaultsBlock::~DefaultsBlock() = default;
 // default; a list is empty.
 void RestoreValue(const MemberRow& row, StorageBlock& block)
 {
-    void* value = SlotOf(block, row);
     const void* def = reinterpret_cast<const char*>(block.defaults.constData()) + row.defaultOffset;
-    switch (row.description.kind) {
-    case MemberKind::Integer:
-        At<int>(value, 0) = At<int>(def, 0);
-        break;
-    case MemberKind::Float:
-        At<float>(value, 0) = At<float>(def, 0);
-        break;
-    case MemberKind::Double:
-        At<double>(value, 0) = At<double>(def, 0);
-        break;
-    case MemberKind::Enumeration:
-        SetEnumAt(value, 0, EnumAt(def, 0));
-        break;
-    case MemberKind::Text:
-        At<QString>(value, 0) = QString();
-        break;
-    case MemberKind::DateTime:
-        At<QDateTime>(value, 0) = At<QDateTime>(def, 0);
-        break;
-    case MemberKind::Record:
-        RecordAccess::Share(RecordAt(row, value, 0), RecordAt(row, def, 0));
-        break;
-    case MemberKind::RecordList:
-        row.list->clear(value);
-        break;
-    }
+    row.kind->restore(row, SlotOf(block, row), def);
 }
 
 namespace detail {
@@ -101,8 +75,7 @@ void FinishRecordType(RecordType& type, StorageBlock* values, DefaultsBlock* def
         row.valueOffset = dataInValues + row.fieldOffset;
         row.defaultOffset = defInDefaults + row.fieldOffset;
         row.invalidOffset = invalidInDefaults + row.fieldOffset;
-        const MemberKind kind = row.description.kind;
-        if (kind == MemberKind::Record || kind == MemberKind::RecordList) {
+        if (row.asRecord || row.list) {
             type.hasChildren = true;
             type.children.push_back(row.description.bit);
         } else if (row.description.required) {
@@ -115,61 +88,35 @@ void FinishRecordType(RecordType& type, StorageBlock* values, DefaultsBlock* def
         qint8& slot = type.bitsByTag[type.SlotOfTag(row.description.tag)];
         if (slot < 0)
             slot = static_cast<qint8>(i);
-        switch (kind) {
-        case MemberKind::Enumeration:
-            type.enumerationFlags |= flag;
-            type.integerFlags |= flag;
-            break;
-        case MemberKind::Integer:
-            type.integerFlags |= flag;
-            break;
-        case MemberKind::Float:
-            type.floatFlags |= flag;
-            break;
-        case MemberKind::Double:
-            type.doubleFlags |= flag;
-            break;
-        case MemberKind::Text:
-            type.textFlags |= flag;
-            break;
-        case MemberKind::DateTime:
-            type.dateTimeFlags |= flag;
-            break;
-        case MemberKind::Record:
-            type.recordFlags |= flag;
-            break;
-        case MemberKind::RecordList:
-            type.listFlags |= flag;
-            break;
-        }
+        type.*row.kind->flags |= flag;
+        if (row.kind->moreFlags)
+            type.*row.kind->moreFlags |= flag;
+        row.description.kindName = KindNameOf(row.description);
         type.description.members.push_back(row.description);
     }
     for (const bool attributes : {true, false})
         for (const MemberRow& row : type.rows)
             if (row.description.attribute == attributes)
                 type.writeOrder.push_back(row.description.bit);
+    type.description.writeOrder = type.writeOrder;
 
     // The defaults a fresh record's storage starts with: declared defaults raise their
     // has-default flag; enumerations start with the invalid marker -1, and a default given
     // by name is looked up in the member's own table.
-    for (const MemberRow& row : type.rows) {
-        const MemberKind kind = row.description.kind;
+    for (MemberDescription& member : type.description.members) {
+        const MemberRow& row = type.rows[static_cast<std::size_t>(member.bit)];
         void* def = reinterpret_cast<char*>(defaults) + row.defaultOffset;
-        if (kind == MemberKind::Enumeration) {
+        if (member.enumeration)
             SetEnumAt(defaults, row.invalidOffset, -1);
-            const int index = row.declaredDefault
-                                  ? row.description.enumeration->names.indexOf(row.nameDefault)
-                                  : -1;
-            SetEnumAt(def, 0, index);
-        } else if (kind == MemberKind::Integer) {
-            At<int>(def, 0) = static_cast<int>(row.numberDefault);
-        } else if (kind == MemberKind::Float) {
-            At<float>(def, 0) = static_cast<float>(row.numberDefault);
-        } else if (kind == MemberKind::Double) {
-            At<double>(def, 0) = row.numberDefault;
-        }
+        row.kind->declareDefault(row, def);
         if (row.declaredDefault)
-            defaults->hasDefault |= Flag(row.description.bit);
+            defaults->hasDefault |= Flag(member.bit);
+        // What the description tells of it: a default that ResetToDefault() sets.
+        if (member.operations->toVariant)
+            member.defaultValue = member.operations->toVariant(def);
+        member.hasDefault = row.declaredDefault && !(member.enumeration && EnumAt(def, 0) < 0);
+        if (member.hasDefault)
+            member.defaultText = member.operations->toText(member, def);
     }
     for (const MemberRow& row : type.rows) {
         if (row.asRecord) {
@@ -185,17 +132,9 @@ void FinishRecordType(RecordType& type, StorageBlock* values, DefaultsBlock* def
     values->defaults = QSharedDataPointer<DefaultsBlock>(defaults);
     type.prototype = QSharedDataPointer<StorageBlock>(values);
     // The values start as the defaults; nothing is set.
-    for (const MemberRow& row : type.rows) {
-        const MemberKind kind = row.description.kind;
-        if (kind == MemberKind::Integer)
-            At<int>(values, row.valueOffset) = At<int>(defaults, row.defaultOffset);
-        else if (kind == MemberKind::Float)
-            At<float>(values, row.valueOffset) = At<float>(defaults, row.defaultOffset);
-        else if (kind == MemberKind::Double)
-            At<double>(values, row.valueOffset) = At<double>(defaults, row.defaultOffset);
-        else if (kind == MemberKind::Enumeration)
-            SetEnumAt(values, row.valueOffset, EnumAt(defaults, row.defaultOffset));
-    }
+    for (const MemberRow& row : type.rows)
+        row.kind->startValue(reinterpret_cast<char*>(values) + row.valueOffset,
+                             reinterpret_cast<const char*>(defaults) + row.defaultOffset);
     type.virgin = QSharedDataPointer<StorageBlock>(values->Clone());
     type.virgin.data()->virgin = true;
 }

@@ -9,6 +9,7 @@
 // is called. A fresh record's storage is the type's prototype block, shared until written,
 // so creating storage allocates nothing.
 
+#include "MemberKinds.h"
 #include "Record.h"
 
 #include <Converters.h>
@@ -88,6 +89,20 @@ struct RecordAccess {
     static void Share(Record& target, const Record& source);
     // A child of a storage block that has none of its own: read like a fresh one.
     static void MakeVirgin(Record& child);
+    // The setters of the typed accessors, for the member kinds' table.
+    template <class T> static void Assign(Record& record, int bit, const T& value)
+    {
+        record.Assign<T>(bit, value);
+    }
+    static void AssignText(Record& record, int bit, const QString& value)
+    {
+        record.AssignText(bit, value);
+    }
+    static void AssignEnum(Record& record, int bit, int value) { record.AssignEnum(bit, value); }
+    static int EnumIndex(const Record& record, int bit, const QString& name)
+    {
+        return record.EnumIndex(bit, name);
+    }
     // Which of its source's settings a copy made inside the engine keeps: those a record
     // hands down to the records it holds.
     static constexpr quint8 KeepValidate = Record::DownValidate;
@@ -133,6 +148,7 @@ struct ListOps {
 // where the member lives in the blocks.
 struct MemberRow {
     MemberDescription description;
+    const KindOps* kind = nullptr; // what is done with a value of the member's kind
     bool declaredDefault = false;
     double numberDefault = 0.0;
     QString nameDefault; // enumeration default, looked up by name at storage creation
@@ -144,7 +160,6 @@ struct MemberRow {
     Record& (*asRecord)(void* field) = nullptr; // Record members
     std::ptrdiff_t recordBase = 0;              // of the Record within a Record member
     const ListOps* list = nullptr;              // RecordList members
-    Record* (*newRecord)() = nullptr;           // Record and RecordList members: a new one
 
     MemberRow& Required()
     {
@@ -177,6 +192,16 @@ struct MemberRow {
     MemberRow& Names(const EnumerationDescription& table)
     {
         description.enumeration = &table;
+        return *this;
+    }
+    MemberRow& Unit(const char* unit)
+    {
+        description.unit = QString::fromUtf8(unit);
+        return *this;
+    }
+    MemberRow& DisplayNames(QStringList (*names)())
+    {
+        description.displayNames = names;
         return *this;
     }
 };
@@ -388,6 +413,8 @@ template <auto P> MemberRow Member(int bit, const char* name, quint32 tag)
     row.description.fieldName = detail::FieldNameOf(row.description.name);
     row.description.tag = tag;
     row.description.kind = detail::KindOf<F>();
+    row.kind = &KindTable(row.description.kind);
+    row.description.operations = &row.kind->value;
     const auto probe = std::make_unique<Data>();
     row.fieldOffset = reinterpret_cast<const char*>(&(probe.get()->*P)) -
                       reinterpret_cast<const char*>(probe.get());
@@ -395,11 +422,9 @@ template <auto P> MemberRow Member(int bit, const char* name, quint32 tag)
         using Item = typename detail::IsList<F>::Item;
         row.description.nested = []() { return &Item::Description(); };
         row.list = &detail::ListOpsOf<Item>();
-        row.newRecord = []() -> Record* { return new Item(); };
     } else if constexpr (std::is_base_of_v<Record, F>) {
         row.description.nested = []() { return &F::Description(); };
         row.asRecord = &detail::AsRecord<F>;
-        row.newRecord = []() -> Record* { return new F(); };
         const F& field = probe.get()->*P;
         row.recordBase = reinterpret_cast<const char*>(static_cast<const Record*>(&field)) -
                          reinterpret_cast<const char*>(&field);
@@ -413,13 +438,17 @@ void FinishRecordType(RecordType& type, StorageBlock* values, DefaultsBlock* def
                       std::ptrdiff_t dataInValues, std::ptrdiff_t defInDefaults,
                       std::ptrdiff_t invalidInDefaults);
 
-// Builds a record type from its member table, in member order.
-template <class Data>
+// Builds the type of record class Class from its member table, in member order.
+template <class Class, class Data>
 RecordType MakeRecordType(const char* name, __int64 id, std::vector<MemberRow> rows)
 {
     RecordType type;
     type.description.name = QString::fromLatin1(name);
     type.description.id = id;
+    type.description.make = []() -> Record* { return new Class(); };
+    type.description.copy = [](const Record& record) -> Record* {
+        return new Class(static_cast<const Class&>(record));
+    };
     type.rows = std::move(rows);
     auto* values = new ValuesOf<Data>();
     auto* defaults = new DefaultsOf<Data>();

@@ -21,25 +21,8 @@ QString EnumName(const MemberDescription& member, int value)
 
 QString MemberText(const MemberRow& row, const StorageBlock& block)
 {
-    const std::ptrdiff_t at = row.valueOffset;
-    switch (row.description.kind) {
-    case MemberKind::Integer:
-        return Integer(At<int>(&block, at));
-    case MemberKind::Float:
-        return Number(static_cast<double>(At<float>(&block, at)), row.description);
-    case MemberKind::Double:
-        return Number(At<double>(&block, at), row.description);
-    case MemberKind::Text:
-        return At<QString>(&block, at);
-    case MemberKind::DateTime:
-        return REPORTGENERATOR::Converters::ToString(At<QDateTime>(&block, at));
-    case MemberKind::Enumeration:
-        return EnumName(row.description, EnumAt(&block, at));
-    case MemberKind::Record:
-    case MemberKind::RecordList:
-        break;
-    }
-    return QString();
+    const auto toText = row.kind->value.toText;
+    return toText ? toText(row.description, SlotOf(block, row)) : QString();
 }
 
 QString PleaseSet(const QString& objectName, const QString& member)

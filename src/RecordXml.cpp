@@ -199,52 +199,8 @@ void Record::AssignFromText(int bit, const QString& text)
 {
     // While an observer listens, the conversions say what they do not read as written; the
     // finding comes before any report of the setter.
-    const MemberDescription& member = m_type.rows[bit].description;
-    ReadContext* const context = ReadContext::Current();
-    bool read = true;
-    switch (member.kind) {
-    case MemberKind::Integer: {
-        const int value = text.toInt(context ? &read : nullptr, 10);
-        if (!read)
-            context->Say(member, read::WholeNumberNotRead(member, text), text);
-        Assign<int>(bit, value);
-        break;
-    }
-    case MemberKind::Float: {
-        const float value = text.toFloat(context ? &read : nullptr);
-        if (context)
-            context->Say(member, read::NumberFinding(member, text, read, value), text);
-        Assign<float>(bit, value);
-        break;
-    }
-    case MemberKind::Double: {
-        const double value = text.toDouble(context ? &read : nullptr);
-        if (context)
-            context->Say(member, read::NumberFinding(member, text, read, value), text);
-        Assign<double>(bit, value);
-        break;
-    }
-    case MemberKind::Text:
-        AssignText(bit, text);
-        break;
-    case MemberKind::DateTime: {
-        const QDateTime value = REPORTGENERATOR::Converters::ToDateTime(text);
-        if (context && value.isNull())
-            context->Say(member, read::DateTimeNotRead(member, text), text);
-        Assign<QDateTime>(bit, value);
-        break;
-    }
-    case MemberKind::Enumeration: {
-        const int index = member.enumeration->names.indexOf(text);
-        if (context && index < 0)
-            context->Say(member, read::UnknownName(member, text), text);
-        AssignEnum(bit, index >= 0 ? index : EnumIndex(bit, text));
-        break;
-    }
-    case MemberKind::Record:
-    case MemberKind::RecordList:
-        break;
-    }
+    const MemberRow& row = m_type.rows[bit];
+    row.kind->assignText(*this, row, text, ReadContext::Current());
 }
 
 // Items read from a document are read in place, at the end of the list, after receiving

@@ -76,7 +76,7 @@ QStringList PathCandidates(const RecordDescription* type, Record* root, const QS
     const int bracket = last.indexOf(QLatin1Char('['));
     if (bracket >= 0) {
         const MemberDescription* member = type->FindName(last.left(bracket));
-        if (!member || member->kind != MemberKind::RecordList)
+        if (!member || !member->operations->list)
             return {};
         const QString list = prefix + member->name;
         candidates.append(list + QStringLiteral("[*]."));
@@ -88,9 +88,9 @@ QStringList PathCandidates(const RecordDescription* type, Record* root, const QS
         return candidates;
     }
     for (const MemberDescription& member : type->members) {
-        const QString suffix = member.kind == MemberKind::RecordList ? QStringLiteral("[")
-                               : member.kind == MemberKind::Record   ? QStringLiteral(".")
-                                                                     : QString();
+        const QString suffix = member.operations->list     ? QStringLiteral("[")
+                               : member.operations->record ? QStringLiteral(".")
+                                                           : QString();
         candidates.append(prefix + member.name + suffix);
     }
     return candidates;
@@ -103,7 +103,7 @@ QStringList ValueCandidates(const RecordDescription* type, const QString& path)
     const QString last = MemberName(segments.takeLast());
     type = RecordAt(type, segments);
     const MemberDescription* member = type ? type->FindName(last) : nullptr;
-    if (!member || member->kind != MemberKind::Enumeration)
+    if (!member || !member->enumeration)
         return {};
     return member->enumeration->names;
 }

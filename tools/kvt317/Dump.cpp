@@ -71,7 +71,7 @@ private:
 
 QString EntryValue(const ReadEntry& entry)
 {
-    if (entry.member->kind == MemberKind::Integer)
+    if (entry.member->operations->integerPayload)
         return entry.text;
     return entry.text.isNull() ? QStringLiteral("(null)")
                                : QLatin1Char('"') + Printable(entry.text) + QLatin1Char('"');
@@ -115,11 +115,11 @@ protected:
             line(offset, depth,
                  head + QStringLiteral(": ") + Payload(entry, 32).toHex(' ') +
                      (entry.length > 32 ? " ..." : ""));
-        } else if (entry.member->kind == MemberKind::RecordList) {
+        } else if (entry.member->operations->list) {
             const int count = entry.text.toInt();
             line(offset, depth,
                  head + QStringLiteral(", %1 %2").arg(count).arg(count == 1 ? "item" : "items"));
-        } else if (entry.member->kind == MemberKind::Record) {
+        } else if (entry.member->operations->record) {
             line(offset, depth, head);
         } else {
             line(offset, depth, head + QStringLiteral(": ") + EntryValue(entry));
@@ -244,19 +244,19 @@ private:
             json.String(QLatin1String("") +
                         QString::fromLatin1(Payload(entry, entry.length).toHex(' ')));
             json.EndObject();
-        } else if (entry.member->kind == MemberKind::RecordList) {
+        } else if (entry.member->operations->list) {
             json.Key(QStringLiteral("count"));
             json.Number(entry.text.toLongLong());
             json.Key(QStringLiteral("items"));
             json.BeginArray();
             m_open.append(QStringLiteral("I%1").arg(entry.member->bit));
-        } else if (entry.member->kind == MemberKind::Record) {
+        } else if (entry.member->operations->record) {
             json.Key(QStringLiteral("entries"));
             json.BeginArray();
             m_open.append(QStringLiteral("E%1.-1").arg(entry.member->bit));
         } else {
             json.Key(QStringLiteral("value"));
-            if (entry.member->kind == MemberKind::Integer)
+            if (entry.member->operations->integerPayload)
                 json.Number(entry.text.toLongLong());
             else
                 json.String(entry.text);

@@ -37,72 +37,31 @@ int Fail(const QString& message, int status = UsageOrIo)
     return status;
 }
 
-// What the library makes of a value given on the command line: what it says while a new
-// record of the member's record type takes the text.
-FindingKind Trial(const RecordDescription& record, const MemberDescription& member,
-                  const QString& value, QString& message)
-{
-    ReadFindings findings;
-    const std::unique_ptr<Record> scratch = NewRecord(record);
-    scratch->SetLogger(nullptr);
-    {
-        ObserveReading observe(findings);
-        scratch->SetMemberText(member.bit, value);
-    }
-    for (const ReadFinding& finding : findings.Findings()) {
-        if (finding.kind != FindingKind::Report) {
-            message = finding.message;
-            return finding.kind;
-        }
-    }
-    return FindingKind::Report;
-}
-
 // Checks a value given on the command line against the member's kind, as the library reads
 // it. Returns an error, or empty; a value that would be rounded on writing gives a warning.
-QString CheckValue(const RecordDescription& record, const MemberDescription& member,
-                   const QString& value, Form form, QString& warning)
+QString CheckValue(const MemberDescription& member, const QString& value, Form form,
+                   QString& warning)
 {
-    QString said;
-    switch (member.kind) {
-    case MemberKind::Integer:
-        if (Trial(record, member, value, said) != FindingKind::Report)
-            return QStringLiteral("%1: '%2' is not a whole number of 32 bits")
-                .arg(member.name, value);
-        return QString();
-    case MemberKind::Float:
-    case MemberKind::Double: {
-        const FindingKind kind = Trial(record, member, value, said);
-        if (kind == FindingKind::ExtraDecimals)
-            warning = said;
-        else if (kind != FindingKind::Report)
-            return QStringLiteral("%1: '%2' is not a number the member can hold")
-                .arg(member.name, value);
-        return QString();
-    }
-    case MemberKind::Enumeration:
-        if (!member.enumeration->names.contains(value))
-            return QStringLiteral("%1: unknown name '%2'; allowed: %3")
-                .arg(member.name, value, AllowedNames(member));
-        return QString();
-    case MemberKind::DateTime:
-        if (Trial(record, member, value, said) != FindingKind::Report)
-            return QStringLiteral("%1: '%2' is not a date-time of the form "
-                                  "yyyy-MM-ddThh:mm:ss,zzzZ")
-                .arg(member.name, value);
-        return QString();
-    case MemberKind::Text: {
-        uint code = 0;
-        if (form == Form::Xml && REPORTGENERATOR::XmlText::FirstUnwritable(value, &code) >= 0)
-            return QStringLiteral("%1: the value holds %2, which XML cannot carry")
-                .arg(member.name, REPORTGENERATOR::XmlText::CodeName(code));
-        return QString();
-    }
-    case MemberKind::Record:
+    const MemberKindOperations& kind = *member.operations;
+    if (kind.record)
         return QStringLiteral("%1 is a record; set its members").arg(member.name);
-    case MemberKind::RecordList:
+    if (kind.list)
         return QStringLiteral("%1 is a list; add and remove change it").arg(member.name);
-    }
+    if (member.enumeration && !member.enumeration->names.contains(value))
+        return QStringLiteral("%1: unknown name '%2'; allowed: %3")
+            .arg(member.name, value, AllowedNames(member));
+    QString said;
+    const FindingKind found = kind.check(member, value, &said);
+    if (found == FindingKind::ExtraDecimals)
+        warning = said;
+    else if (found != FindingKind::Report)
+        return QStringLiteral("%1: '%2' is not %3").arg(member.name, value, kind.expected);
+    // Free text is taken as it stands: it must be one XML can carry.
+    uint code = 0;
+    if (kind.text && form == Form::Xml &&
+        REPORTGENERATOR::XmlText::FirstUnwritable(value, &code) >= 0)
+        return QStringLiteral("%1: the value holds %2, which XML cannot carry")
+            .arg(member.name, REPORTGENERATOR::XmlText::CodeName(code));
     return QString();
 }
 
@@ -178,16 +137,12 @@ QString Assign(Record& base, const QString& basePath, const QString& path, const
         return QStringLiteral("%1 is a list item; set its members").arg(target.path);
     QString warning;
     QString unitError;
-    const MemberKind kind = target.Member().kind;
-    const bool numeric =
-        kind == MemberKind::Integer || kind == MemberKind::Float || kind == MemberKind::Double;
     const QString number =
-        numeric ? WithoutUnit(target.record->GetDescription(), target.Member(), value, unitError)
-                : value;
+        target.Member().operations->number
+            ? WithoutUnit(target.record->GetDescription(), target.Member(), value, unitError)
+            : value;
     const QString valueError =
-        unitError.isEmpty()
-            ? CheckValue(target.record->GetDescription(), target.Member(), number, form, warning)
-            : unitError;
+        unitError.isEmpty() ? CheckValue(target.Member(), number, form, warning) : unitError;
     if (!valueError.isEmpty())
         return Join(basePath, target.recordPath).isEmpty()
                    ? valueError
@@ -201,18 +156,6 @@ QString Assign(Record& base, const QString& basePath, const QString& path, const
     for (const auto& [createdPath, bit] : target.created)
         touched.emplace_back(Join(basePath, createdPath), bit);
     return QString();
-}
-
-// The text a member takes when it is reset: a new record's default, where it has one.
-bool DefaultText(const RecordDescription& description, int bit, QString& text)
-{
-    const std::unique_ptr<Record> fresh = NewRecord(description);
-    fresh->SetLogger(nullptr);
-    fresh->ResetToDefault();
-    if (!fresh->IsMemberSet(bit))
-        return false;
-    text = fresh->MemberText(bit);
-    return true;
 }
 
 // Locks, loads and analyses the document a command edits; null after printing why not.
@@ -289,7 +232,7 @@ int RunGet(const Options& options)
         const MemberDescription& member = target.Member();
         const Record& record = *target.record;
         const bool set = record.IsMemberSet(target.bit);
-        if (member.kind == MemberKind::RecordList) {
+        if (member.operations->list) {
             if (target.item >= 0) {
                 WriteJson(*record.ListItem(target.bit, target.item));
                 continue;
@@ -307,7 +250,7 @@ int RunGet(const Options& options)
             status = Faults;
             continue;
         }
-        if (member.kind == MemberKind::Record)
+        if (member.operations->record)
             WriteJson(*record.Child(target.bit));
         else
             Out() << record.MemberText(target.bit) << '\n';
@@ -362,13 +305,13 @@ int RunUnset(const Options& options)
         if (!error.isEmpty())
             return Fail(document->label + QStringLiteral(": ") + error);
         const MemberDescription& member = target.Member();
-        if (member.kind == MemberKind::RecordList)
+        if (member.operations->list)
             return Fail(QStringLiteral("%1: %2 is a list; remove takes items out")
                             .arg(document->label, target.path));
         // XML and binary carry such a member always: reset, it carries its default.
         if (member.AlwaysWritten() && document->form != Form::Json) {
-            QString text;
-            if (!DefaultText(target.record->GetDescription(), target.bit, text))
+            const QString& text = member.defaultText;
+            if (!member.hasDefault)
                 return Fail(QStringLiteral("%1: %2 is always written and has no default; it "
                                            "cannot be unset")
                                 .arg(document->label, target.path));
@@ -388,7 +331,7 @@ namespace {
 const MemberDescription* ListMember(const RecordDescription& description)
 {
     for (const MemberDescription& member : description.members)
-        if (member.kind == MemberKind::RecordList)
+        if (member.operations->list)
             return &member;
     return nullptr;
 }

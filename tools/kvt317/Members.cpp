@@ -28,40 +28,31 @@ int RunMembers(const Options& options)
         JsonWriter json;
         json.BeginArray();
         for (const RecordDescription* description : records) {
-            const std::unique_ptr<Record> fresh = NewRecord(*description);
-            fresh->SetLogger(nullptr);
-            fresh->ResetToDefault();
             json.BeginObject();
             json.Key(QStringLiteral("record"));
             json.String(description->name);
             json.Key(QStringLiteral("members"));
             json.BeginArray();
-            for (const int bit : WriteOrder(*description)) {
+            for (const int bit : description->writeOrder) {
                 const MemberDescription& member = description->members[bit];
                 json.BeginObject();
                 json.Key(QStringLiteral("member"));
                 json.String(member.name);
                 json.Key(QStringLiteral("kind"));
-                json.String(KindName(member));
+                json.String(member.kindName);
                 json.Key(QStringLiteral("attribute"));
                 json.Bool(member.attribute);
                 json.Key(QStringLiteral("default"));
-                const bool hasDefault = member.kind != MemberKind::Record &&
-                                        member.kind != MemberKind::RecordList &&
-                                        fresh->IsMemberSet(bit);
-                const QString text = hasDefault ? fresh->MemberText(bit) : QString();
-                const bool numeric = member.kind == MemberKind::Integer ||
-                                     member.kind == MemberKind::Float ||
-                                     member.kind == MemberKind::Double;
-                if (!hasDefault)
+                const QString& text = member.defaultText;
+                if (!member.hasDefault)
                     json.Null();
-                else if (numeric && IsJsonNumber(text))
+                else if (member.operations->number && IsJsonNumber(text))
                     json.RawNumber(text);
                 else
                     json.String(text);
                 json.Key(QStringLiteral("required"));
                 json.Bool(member.required);
-                if (member.kind == MemberKind::Enumeration) {
+                if (member.enumeration) {
                     json.Key(QStringLiteral("allowed"));
                     json.BeginArray();
                     for (const QString& name : member.enumeration->names)
@@ -79,25 +70,19 @@ int RunMembers(const Options& options)
     }
     bool first = true;
     for (const RecordDescription* description : records) {
-        // The defaults a document takes: a new record's, where it has one to give.
-        const std::unique_ptr<Record> fresh = NewRecord(*description);
-        fresh->SetLogger(nullptr);
-        fresh->ResetToDefault();
         std::vector<QStringList> rows;
         rows.push_back({QStringLiteral("member"), QStringLiteral("kind"), QStringLiteral("default"),
                         QStringLiteral("required"), QStringLiteral("allowed")});
-        for (const int bit : WriteOrder(*description)) {
+        for (const int bit : description->writeOrder) {
             const MemberDescription& member = description->members[bit];
-            QString kind = KindName(member);
+            QString kind = member.kindName;
             if (member.attribute)
                 kind += QStringLiteral(", attribute");
-            const bool hasDefault = member.kind != MemberKind::Record &&
-                                    member.kind != MemberKind::RecordList &&
-                                    fresh->IsMemberSet(bit);
-            rows.push_back(
-                {member.name, kind, hasDefault ? fresh->MemberText(bit) : QStringLiteral("-"),
-                 member.required ? QStringLiteral("yes") : QStringLiteral("no"),
-                 member.kind == MemberKind::Enumeration ? AllowedNames(member) : QString()});
+            // The defaults a document takes, where the record declares one.
+            rows.push_back({member.name, kind,
+                            member.hasDefault ? member.defaultText : QStringLiteral("-"),
+                            member.required ? QStringLiteral("yes") : QStringLiteral("no"),
+                            member.enumeration ? AllowedNames(member) : QString()});
         }
         std::vector<int> widths(4, 0);
         for (const QStringList& row : rows)

@@ -16,10 +16,10 @@ int NameWidth(const RecordDescription& description, int indent)
 {
     int width = 0;
     for (const MemberDescription& member : description.members) {
-        if (member.kind == MemberKind::RecordList)
+        if (member.operations->list)
             continue;
         width = std::max(width, indent + static_cast<int>(member.name.size()));
-        if (member.kind == MemberKind::Record)
+        if (member.operations->record)
             width = std::max(width, NameWidth(*member.nested(), indent + 2));
     }
     return width;
@@ -28,12 +28,12 @@ int NameWidth(const RecordDescription& description, int indent)
 void ShowMembers(const Record& record, int indent, int width)
 {
     const RecordDescription& description = record.GetDescription();
-    for (const int bit : WriteOrder(description)) {
+    for (const int bit : description.writeOrder) {
         const MemberDescription& member = description.members[bit];
-        if (member.kind == MemberKind::RecordList)
+        if (member.operations->list)
             continue;
         const QString name = QString(indent, QLatin1Char(' ')) + member.name;
-        if (member.kind == MemberKind::Record && record.IsMemberSet(bit)) {
+        if (member.operations->record && record.IsMemberSet(bit)) {
             Out() << name << '\n';
             ShowMembers(*record.Child(bit), indent + 2, width);
             continue;
@@ -56,7 +56,7 @@ void ShowRecord(const Record& record)
     const RecordDescription& description = record.GetDescription();
     ShowMembers(record, 2, NameWidth(description, 2));
     for (const MemberDescription& member : description.members) {
-        if (member.kind != MemberKind::RecordList)
+        if (!member.operations->list)
             continue;
         const int width = NameWidth(*member.nested(), 2);
         for (int i = 0; i < record.ListSize(member.bit); ++i) {
@@ -74,7 +74,7 @@ QString Heading(const Document& document)
     QString heading =
         QStringLiteral("%1: %2, %3").arg(document.label, document.type, FormName(document.form));
     for (const MemberDescription& member : document.record->GetDescription().members) {
-        if (member.kind == MemberKind::RecordList) {
+        if (member.operations->list) {
             const int size = document.record->ListSize(member.bit);
             heading += QStringLiteral(", %1 %2").arg(Grouped(size), size == 1 ? "item" : "items");
         }

@@ -11,24 +11,7 @@ using namespace KVT317XML;
 
 QString KindName(const MemberDescription& member)
 {
-    switch (member.kind) {
-    case MemberKind::Integer:
-        return QStringLiteral("whole number");
-    case MemberKind::Float:
-    case MemberKind::Double:
-        return QStringLiteral("number, %1 decimals").arg(member.precision);
-    case MemberKind::Text:
-        return QStringLiteral("text");
-    case MemberKind::DateTime:
-        return QStringLiteral("date-time");
-    case MemberKind::Enumeration:
-        return QStringLiteral("enumeration");
-    case MemberKind::Record:
-        return QStringLiteral("record ") + member.nested()->name;
-    case MemberKind::RecordList:
-        return QStringLiteral("list of ") + member.nested()->name;
-    }
-    return QString();
+    return member.kindName;
 }
 
 QString Printable(const QString& text)
