@@ -15,9 +15,9 @@ class Record;
 /// models, editors) use to show a member's value, in one place.
 ///@{
 
-/// The unit a member's value is shown in: "Hz" for frequencies and bandwidths (scaled by
-/// HertzText()), "ms" for times, "dBµV" and "dB" for levels, "%" and "°"; empty for counts,
-/// enumerations, names and date-times.
+/// The unit a member's value is shown in (MemberDescription::unit): "Hz" for frequencies and
+/// bandwidths (scaled by HertzText()), "ms" for times, "dBµV" and "dB" for levels, "%" and
+/// "°"; empty for counts, enumerations, names and date-times.
 KVT317XML_EXPORT QString MemberUnit(const RecordDescription& record,
                                     const MemberDescription& member);
 
@@ -33,9 +33,10 @@ KVT317XML_EXPORT QString HertzText(const QString& text, int precision);
 /// lists give an empty text.
 KVT317XML_EXPORT QString ShownMemberValue(const Record& record, const MemberDescription& member);
 
-/// The names of an enumeration member as they are shown to users: the record's
-/// `GetGUIXs()` (each name through the record's translations) where it has one, the names
-/// themselves for enumerations that stand for physical values. Empty for other members.
+/// The names of an enumeration member as they are shown to users
+/// (MemberDescription::DisplayNames()): the record's `GetGUIXs()` (each name through the
+/// record's translations) where it has one, the names themselves for enumerations that stand
+/// for physical values. Empty for other members.
 KVT317XML_EXPORT QStringList MemberDisplayNames(const RecordDescription& record,
                                                 const MemberDescription& member);
 ///@}

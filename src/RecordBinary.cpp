@@ -159,7 +159,7 @@ void Record::WriteMemberEntry(QDataStream& stream, const MemberRow& row,
         // Texts, numbers and enumeration names: a byte array of the UTF-8 text. A text that
         // XML cannot carry is reported as in XML, and refused by a save.
         text::WithText(row, block, [&](const QString& text) {
-            if (member.kind == MemberKind::Text && !Plain(text))
+            if (member.operations->text && !Plain(text))
                 ReportUnwritable(member, text);
             const QByteArray bytes = Utf8(text);
             stream << static_cast<qint32>(4 + bytes.size()) << bytes;
@@ -207,8 +207,8 @@ void Record::SetBinary(QDataStream& stream, int length)
             context->MemberGiven(*member, at);
         const int bit = member->bit;
         const MemberRow& row = m_type.rows[bit];
-        switch (member->kind) {
-        case MemberKind::Integer: {
+        // The payload by the member's kind: a whole number, a nested frame, a list, a text.
+        if (row.kind->value.integerPayload) {
             // Whole numbers travel as 64 bits; the low 32 are kept.
             qint64 value = 0;
             stream >> value;
@@ -226,9 +226,7 @@ void Record::SetBinary(QDataStream& stream, int length)
                                   QString::number(value));
             }
             Assign<int>(bit, kept);
-            break;
-        }
-        case MemberKind::Record: {
+        } else if (row.asRecord) {
             if (context)
                 context->Entry(*member, at, static_cast<quint32>(tag), payload, QString());
             void* value = reinterpret_cast<char*>(&MutableStorage()) + row.valueOffset;
@@ -239,12 +237,9 @@ void Record::SetBinary(QDataStream& stream, int length)
                 child.SetBinary(stream, payload);
             }
             MarkSet(bit);
-            break;
-        }
-        case MemberKind::RecordList:
+        } else if (row.list) {
             ReadListEntry(row, stream, payload, remaining);
-            break;
-        default: {
+        } else {
             QByteArray bytes;
             stream >> bytes;
             QString text;
@@ -253,7 +248,6 @@ void Record::SetBinary(QDataStream& stream, int length)
             if (context)
                 ObserveText(*context, *member, at, static_cast<quint32>(tag), payload, bytes, text);
             AssignFromText(bit, text);
-        }
         }
     }
     if (remaining == 0)
@@ -282,8 +276,7 @@ void Record::ObserveText(ReadContext& context, const MemberDescription& member,
                          .arg(member.name, read::HexByte(bytes.at(bad))),
                      text);
     uint code = 0;
-    if (member.kind == MemberKind::Text &&
-        REPORTGENERATOR::XmlText::FirstUnwritable(text, &code) >= 0)
+    if (member.operations->text && REPORTGENERATOR::XmlText::FirstUnwritable(text, &code) >= 0)
         context.Find(LogLevel::Error, FindingKind::NotXmlCharacter, &member, at,
                      QStringLiteral("%1: holds %2, which XML cannot carry")
                          .arg(member.name, REPORTGENERATOR::XmlText::CodeName(code)),

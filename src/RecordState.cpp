@@ -104,7 +104,7 @@ void FinishRecordType(RecordType& type, StorageBlock* values, DefaultsBlock* def
     // has-default flag; enumerations start with the invalid marker -1, and a default given
     // by name is looked up in the member's own table.
     for (MemberDescription& member : type.description.members) {
-        const MemberRow& row = type.rows[static_cast<std::size_t>(member.bit)];
+        MemberRow& row = type.rows[static_cast<std::size_t>(member.bit)];
         void* def = reinterpret_cast<char*>(defaults) + row.defaultOffset;
         if (member.enumeration)
             SetEnumAt(defaults, row.invalidOffset, -1);
@@ -117,6 +117,8 @@ void FinishRecordType(RecordType& type, StorageBlock* values, DefaultsBlock* def
         member.hasDefault = row.declaredDefault && !(member.enumeration && EnumAt(def, 0) < 0);
         if (member.hasDefault)
             member.defaultText = member.operations->toText(member, def);
+        // Findings point to the row's own description: it tells the same.
+        row.description = member;
     }
     for (const MemberRow& row : type.rows) {
         if (row.asRecord) {

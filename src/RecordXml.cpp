@@ -39,7 +39,7 @@ void Record::GetXml(QXmlStreamWriter& writer) const
             break;
         if (block.isSet & (quint32(1) << bit))
             text::WithText(row, block, [&](const QString& text) {
-                if (row.description.kind == MemberKind::Text) {
+                if (row.description.operations->text) {
                     ReportUnwritable(row.description, text);
                     REPORTGENERATOR::XmlText::WriteAttribute(writer, row.description.name, text);
                 } else {
@@ -73,7 +73,7 @@ void Record::GetXml(QXmlStreamWriter& writer) const
             }
         } else if (set || member.AlwaysWritten()) {
             text::WithText(row, block, [&](const QString& text) {
-                if (member.kind == MemberKind::Text) {
+                if (member.operations->text) {
                     // Texts may hold what the reader would normalise, or what XML cannot
                     // carry at all; numbers, names and date-times never do.
                     ReportUnwritable(member, text);
