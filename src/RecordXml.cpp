@@ -5,6 +5,7 @@
 #include "RecordStorage.h"
 #include "RecordText.h"
 
+#include <Numbers.h>
 #include <XmlText.h>
 
 #include <QXmlStreamAttributes>
@@ -211,14 +212,14 @@ void Record::AssignFromText(int bit, const QString& text)
         break;
     }
     case MemberKind::Float: {
-        const float value = text.toFloat(context ? &read : nullptr);
+        const float value = REPORTGENERATOR::Numbers::ToFloat(text, context ? &read : nullptr);
         if (context)
             context->Say(member, read::NumberFinding(member, text, read, value), text);
         Assign<float>(bit, value);
         break;
     }
     case MemberKind::Double: {
-        const double value = text.toDouble(context ? &read : nullptr);
+        const double value = REPORTGENERATOR::Numbers::ToDouble(text, context ? &read : nullptr);
         if (context)
             context->Say(member, read::NumberFinding(member, text, read, value), text);
         Assign<double>(bit, value);
