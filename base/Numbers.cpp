@@ -148,6 +148,76 @@ char* RoundUp(char* begin, char* end)
     return end + 1;
 }
 
+constexpr double Powers[] = {1e0, 1e1,  1e2,  1e3,  1e4,  1e5,  1e6,  1e7,  1e8,
+                             1e9, 1e10, 1e11, 1e12, 1e13, 1e14, 1e15, 1e16, 1e17};
+
+// The fixed text of @p magnitude with @p decimals decimals by whole numbers, where that is
+// certain: below 2^40 the product with 10^decimals is off the exact one by at most 2^-13, so
+// a product more than that short of halfway between two whole numbers rounds as the exact
+// one does. Returns the end of the text from @p digits, or nullptr.
+char* RoundedScaled(double magnitude, int decimals, char* digits)
+{
+    const double scaled = magnitude * Powers[decimals];
+    if (!(scaled < 0x1p40))
+        return nullptr;
+    const double whole = std::round(scaled);
+    if (std::fabs(scaled - whole) >= 0.5 - 0x1p-11)
+        return nullptr;
+    auto number = static_cast<std::uint64_t>(whole);
+    char reversed[24];
+    int count = 0;
+    do {
+        reversed[count++] = static_cast<char>('0' + number % 10);
+        number /= 10;
+    } while (number != 0 || count <= decimals);
+    char* out = digits;
+    while (count > 0) {
+        if (count == decimals)
+            *out++ = '.';
+        *out++ = reversed[--count];
+    }
+    return out;
+}
+
+// Below these (10^(15 - decimals)) a unit in the last place of a double is less than one of
+// its last decimal.
+constexpr double ShortestBound[] = {1e15, 1e14, 1e13, 1e12, 1e11, 1e10, 1e9, 1e8,
+                                    1e7,  1e6,  1e5,  1e4,  1e3,  1e2,  1e1, 1e0};
+
+// The fixed text of @p magnitude with @p decimals decimals from its shortest text (the
+// shortest that reads back as it), where that is the rounding of the exact value: the
+// exact value lies within half a unit in the last place of the shortest text, and no text
+// of fewer digits does, so only a shortest text that ends in a 5 just beyond the decimals
+// kept can round otherwise. Returns the end of the text in [digits, last), or nullptr.
+char* RoundedShortest(double magnitude, int decimals, char* digits, char* last)
+{
+    if (decimals > 15 || magnitude >= ShortestBound[decimals])
+        return nullptr;
+    const std::to_chars_result result =
+        std::to_chars(digits, last, magnitude, std::chars_format::fixed);
+    if (result.ec != std::errc())
+        return nullptr;
+    char* end = result.ptr;
+    auto* point =
+        static_cast<char*>(std::memchr(digits, '.', static_cast<std::size_t>(end - digits)));
+    if (!point)
+        point = end;
+    const auto kept = point == end ? 0 : end - point - 1;
+    if (kept <= decimals) {
+        if (decimals > 0 && point == end)
+            *end++ = '.';
+        for (auto i = kept; i < decimals; ++i)
+            *end++ = '0';
+        return end;
+    }
+    char* const cut = point + 1 + decimals;
+    if (*cut == '5' && cut + 1 == end)
+        return nullptr;
+    const bool up = *cut >= '5';
+    end = decimals == 0 ? point : cut;
+    return up ? RoundUp(digits, end) : end;
+}
+
 // The fixed text of @p value with @p decimals decimals, unpadded, into @p buffer (FixedRoom
 // bytes); its length, or -1 where QString::arg must decide.
 int WriteFixed(double value, int decimals, char* buffer)
@@ -160,7 +230,11 @@ int WriteFixed(double value, int decimals, char* buffer)
     char* const digits = buffer + 1;
     char* const last = buffer + FixedRoom - 1;
     std::to_chars_result result{};
-    if (IsTie(magnitude, decimals)) {
+    if (char* const scaled = RoundedScaled(magnitude, decimals, digits)) {
+        result.ptr = scaled;
+    } else if (char* const rounded = RoundedShortest(magnitude, decimals, digits, last)) {
+        result.ptr = rounded;
+    } else if (IsTie(magnitude, decimals)) {
         // to_chars rounds a tie to even; Qt rounds it away from zero. One more decimal gives
         // the exact text ending in 5, which is then rounded up.
         result = std::to_chars(digits, last, magnitude, std::chars_format::fixed, decimals + 1);
