@@ -270,6 +270,17 @@ TEST(Numbers, ReadsNumberTextsAsQt)
     EXPECT_TRUE(ok);
 }
 
+// Texts beyond ASCII go to Qt whole: blanks and minus signs of Unicode, other digits.
+TEST(Numbers, ReadsTextsBeyondAsciiAsQt)
+{
+    for (const char16_t* text : {u"\u00A01.5", u"1.5\u2003", u"\u22121.5", u"\u0661\u0662",
+                                 u"\uFF11", u"1\u00B7", u"\u0085"})
+        EXPECT_TRUE(ReadsAsQt(QString::fromUtf16(text)));
+    bool ok = false;
+    EXPECT_EQ(Numbers::ToDouble(QString::fromUtf16(u"\u00A0 2.5 \u3000"), &ok), 2.5);
+    EXPECT_TRUE(ok);
+}
+
 TEST(Numbers, ReadsFloatTextsAsQt)
 {
     bool ok = false;
