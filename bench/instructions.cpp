@@ -8,6 +8,10 @@
 
 #include <ReadObserver.h>
 
+#ifdef KVT317_BENCH_PEERS
+#include "Peers.h"
+#endif
+
 #include <cstdio>
 #include <cstdlib>
 
@@ -78,6 +82,57 @@ MEASURE(logger_copy_edit, KVT317_Settings c(document->logged);
 MEASURE(logger_equality, sink += (document->logged == *otherLogged))
 MEASURE(logger_check, document->logged.Check(true))
 
+#ifdef KVT317_BENCH_PEERS
+// What a C++ user would pick instead: pugixml and protobuf on the same data.
+std::string peerXml;
+std::vector<bench::peer::Detail> peerDetails;
+const bench::peer::Binary* peerBinary = nullptr;
+MEASURE(peer_xml_load, sink += static_cast<qint64>(bench::peer::LoadXml(peerXml).size()))
+MEASURE(peer_xml_save, sink += static_cast<qint64>(bench::peer::SaveXml(peerDetails).size()))
+MEASURE(peer_binary_load, sink += peerBinary->Load())
+MEASURE(peer_binary_save, sink += static_cast<qint64>(peerBinary->Save()))
+
+// The peers must do the same job: every value of the document, read back as written.
+bool PeersAgree()
+{
+    using bench::peer::LoadXml;
+    using bench::peer::SaveXml;
+    if (LoadXml(peerXml) != peerDetails) {
+        std::fprintf(stderr, "the pugixml peer reads other values\n");
+        return false;
+    }
+    if (LoadXml(SaveXml(peerDetails)) != peerDetails) {
+        std::fprintf(stderr, "the pugixml peer writes other values\n");
+        return false;
+    }
+    if (peerBinary->Read() != peerDetails) {
+        std::fprintf(stderr, "the protobuf peer reads other values\n");
+        return false;
+    }
+    return true;
+}
+
+bool RunPeers()
+{
+    peerXml = document->xml.toStdString();
+    peerDetails = bench::peer::FromPlain(document->plain);
+    peerBinary = new bench::peer::Binary(peerDetails);
+    if (!PeersAgree())
+        return false;
+    peer_xml_load();
+    peer_xml_save();
+    peer_binary_load();
+    peer_binary_save();
+    delete peerBinary;
+    return true;
+}
+#else
+bool RunPeers()
+{
+    return true;
+}
+#endif
+
 } // namespace
 
 int main(int argc, char** argv)
@@ -117,6 +172,8 @@ int main(int argc, char** argv)
     logger_copy_edit();
     logger_equality();
     logger_check();
+    if (!RunPeers())
+        return 1;
     std::printf("%lld\n", static_cast<long long>(sink));
     delete plainOther;
     delete otherLogged;

@@ -32,3 +32,12 @@ done
 a=$(count floor_dom_load)
 b=$(count op_xml_load)
 printf '%-14s %15s %15s %7.2f\n' "dom/xml_load" "$a" "$b" "$(echo "$a / $b" | bc -l)"
+# The library over what a C++ user would pick instead (pugixml for XML, protobuf for binary),
+# where the bench was built with them; the third column is the peer's count.
+if grep -q ':peer_xml_load \[' "$out/annotated"; then
+    for op in xml_load xml_save binary_load binary_save; do
+        a=$(count "op_$op")
+        b=$(count "peer_$op")
+        printf '%-14s %15s %15s %7.2f\n' "peer/$op" "$a" "$b" "$(echo "$a / $b" | bc -l)"
+    done
+fi

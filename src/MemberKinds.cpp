@@ -2,6 +2,7 @@
 // QVariant, compared, defaulted, reset and shown.
 
 #include "MemberKinds.h"
+#include "Numbers.h"
 
 #include "ReadContext.h"
 #include "ReadText.h"
@@ -153,9 +154,9 @@ template <class T> QString NumberText(const MemberDescription& member, const voi
 template <class T> T ReadNumber(const QString& text, bool* read)
 {
     if constexpr (std::is_same_v<T, float>)
-        return text.toFloat(read);
+        return REPORTGENERATOR::Numbers::ToFloat(text, read);
     else
-        return text.toDouble(read);
+        return REPORTGENERATOR::Numbers::ToDouble(text, read);
 }
 template <class T> bool NumberFromText(const MemberDescription&, const QString& text, void* value)
 {

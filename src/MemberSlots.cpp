@@ -2,6 +2,7 @@
 // member's slot, one entry per kind.
 
 #include "MemberKinds.h"
+#include "Numbers.h"
 
 #include "ReadContext.h"
 #include "ReadText.h"
@@ -121,7 +122,7 @@ void AssignInteger(Record& record, const MemberRow& row, const QString& text, Re
 void AssignFloat(Record& record, const MemberRow& row, const QString& text, ReadContext* context)
 {
     bool read = true;
-    const float value = text.toFloat(context ? &read : nullptr);
+    const float value = REPORTGENERATOR::Numbers::ToFloat(text, context ? &read : nullptr);
     if (context)
         context->Say(row.description, read::NumberFinding(row.description, text, read, value),
                      text);
@@ -131,7 +132,7 @@ void AssignFloat(Record& record, const MemberRow& row, const QString& text, Read
 void AssignDouble(Record& record, const MemberRow& row, const QString& text, ReadContext* context)
 {
     bool read = true;
-    const double value = text.toDouble(context ? &read : nullptr);
+    const double value = REPORTGENERATOR::Numbers::ToDouble(text, context ? &read : nullptr);
     if (context)
         context->Say(row.description, read::NumberFinding(row.description, text, read, value),
                      text);

@@ -1,6 +1,7 @@
 #include "ReadText.h"
 
 #include <Converters.h>
+#include <Numbers.h>
 
 #include <QRegularExpression>
 
@@ -33,8 +34,8 @@ bool LooksNumeric(const QString& text)
 double ReadNumber(const MemberDescription& member, const QString& text, bool* ok)
 {
     if (member.kind == MemberKind::Float)
-        return static_cast<double>(text.toFloat(ok));
-    return text.toDouble(ok);
+        return static_cast<double>(REPORTGENERATOR::Numbers::ToFloat(text, ok));
+    return REPORTGENERATOR::Numbers::ToDouble(text, ok);
 }
 
 // Whether a plain decimal text has digits other than 0 beyond the decimals a member keeps:
@@ -126,7 +127,7 @@ TextFinding NumberFinding(const MemberDescription& member, const QString& text, 
     if (PlainDecimalKept(text, member))
         return {};
     const QString written =
-        QStringLiteral("%1").arg(value, member.fieldWidth, 'f', member.precision, QLatin1Char(' '));
+        REPORTGENERATOR::Numbers::Fixed(value, member.fieldWidth, member.precision);
     const double back = ReadNumber(member, written, nullptr);
     if ((back == value || (std::isnan(back) && std::isnan(value))) &&
         !ExtraDecimals(text, member.precision))

@@ -1,11 +1,12 @@
 #include "RecordText.h"
 
+#include <Numbers.h>
+
 namespace KVT317XML::text {
 
 QString Number(double value, const MemberDescription& member)
 {
-    return QStringLiteral("%1").arg(value, member.fieldWidth, 'f', member.precision,
-                                    QLatin1Char(' '));
+    return REPORTGENERATOR::Numbers::Fixed(value, member.fieldWidth, member.precision);
 }
 
 QString Integer(int value)
