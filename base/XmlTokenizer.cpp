@@ -26,10 +26,12 @@ struct Classes {
     std::uint8_t text[256];
     std::uint8_t value[256];
     std::uint8_t section[256];
+    std::uint8_t name[256]; // 1: starts a name, 2: goes on in a name
     constexpr Classes()
         : text()
         , value()
         , section()
+        , name()
     {
         for (int c = 0; c < 256; ++c) {
             const bool control = c < 0x20 && c != '\t';
@@ -42,19 +44,12 @@ struct Classes {
                     ? Special
                     : Plain;
             section[c] = (control || high || c == '-' || c == '?' || c == ']') ? Special : Plain;
+            const bool letter = (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || c == '_';
+            name[c] = letter ? 3 : ((c >= '0' && c <= '9') || c == '.' || c == '-') ? 2 : 0;
         }
     }
 };
 constexpr Classes kClasses;
-
-inline bool NameStart(uchar c)
-{
-    return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || c == '_';
-}
-inline bool NameChar(uchar c)
-{
-    return NameStart(c) || (c >= '0' && c <= '9') || c == '.' || c == '-';
-}
 
 void AppendUtf8(std::string& out, std::uint32_t v)
 {
@@ -166,7 +161,7 @@ bool XmlTokens::Tokenize(const char* data, std::size_t size)
     m_decoded.clear();
     if (size >= Decoded / 2) // ranges and positions are 32-bit
         return false;
-    m_tokens.reserve(size / 16 + 8);
+    m_tokens.reserve(size / 8 + 8);
     XmlTokenizer tokenizer(*this, data, size);
     if (tokenizer.Run())
         return true;
@@ -267,10 +262,10 @@ bool XmlTokenizer::Space(const uchar* limit)
 
 bool XmlTokenizer::Name(std::uint32_t& start, std::uint32_t& size)
 {
-    if (m_p == m_end || !NameStart(*m_p))
+    if (m_p == m_end || !(kClasses.name[*m_p] & 1))
         return false;
     const uchar* from = m_p++;
-    while (m_p < m_end && NameChar(*m_p))
+    while (m_p < m_end && kClasses.name[*m_p])
         ++m_p;
     // Prefixed and non-ASCII names are QXmlStreamReader's.
     if (m_p < m_end && (*m_p == ':' || *m_p >= 0x80))
@@ -564,11 +559,14 @@ bool XmlTokenizer::AttributeValue(XmlTokenAttribute& attribute)
 bool XmlTokenizer::EndTag()
 {
     m_p += 2;
-    std::uint32_t name, nameSize;
-    if (!Name(name, nameSize))
-        return false;
+    // The name must be the open element's, and end there.
     const auto open = m_open.back();
-    if (open.second != nameSize || std::memcmp(m_base + open.first, m_base + name, nameSize) != 0)
+    const std::uint32_t name = Offset(m_p), nameSize = open.second;
+    if (std::size_t(m_end - m_p) <= nameSize ||
+        std::memcmp(m_base + open.first, m_p, nameSize) != 0)
+        return false;
+    m_p += nameSize;
+    if (kClasses.name[*m_p] || *m_p == ':' || *m_p >= 0x80)
         return false;
     Space();
     if (m_p == m_end || *m_p != '>')
@@ -584,13 +582,14 @@ bool XmlTokenizer::Text()
 {
     const uchar* from = m_p;
     const uchar* segment = from;
-    bool decoded = false, blank = true;
+    bool decoded = false;
+    std::uint8_t blank = 1;
     std::uint32_t start = 0;
     std::string& buffer = m_out.m_decoded;
     for (;;) {
         std::uint8_t k;
         while (m_p < m_end && (k = kClasses.text[*m_p]) != Special) {
-            blank = blank && k == Blank;
+            blank &= k; // Plain 0, Blank 1
             ++m_p;
         }
         if (m_p == m_end)
@@ -614,22 +613,22 @@ bool XmlTokenizer::Text()
             if (!Reference(buffer))
                 return false;
             segment = m_p;
-            blank = false;
+            blank = 0;
         } else if (c == ']') {
             if (m_end - m_p >= 3 && m_p[1] == ']' && m_p[2] == '>')
                 return false;
             ++m_p;
-            blank = false;
+            blank = 0;
         } else if (c >= 0x80) {
             if (!Utf8())
                 return false;
-            blank = false;
+            blank = 0;
         } else {
             return false; // control characters
         }
     }
     XmlToken& token = Emit(QXmlStreamReader::Characters, m_p + 1);
-    token.whitespace = blank;
+    token.whitespace = blank != 0;
     if (decoded) {
         Decode(decoded, start, segment, from);
         token.text = start | XmlTokens::Decoded;
