@@ -75,11 +75,12 @@ void AppendUtf8(std::string& out, std::uint32_t v)
 class XmlTokenizer
 {
 public:
-    XmlTokenizer(XmlTokens& out, const char* data, std::size_t size)
+    XmlTokenizer(XmlTokens& out, const char* data, std::size_t size, XmlTokens::Source source)
         : m_out(out)
         , m_base(reinterpret_cast<const uchar*>(data))
         , m_p(m_base)
         , m_end(m_base + size)
+        , m_anyEncoding(source == XmlTokens::Source::String)
     {
     }
     bool Run();
@@ -87,6 +88,7 @@ public:
 private:
     // Sections of the document.
     bool Declaration();
+    bool EncodingName(std::uint32_t start, std::uint32_t size) const;
     bool Misc(); // a comment or a processing instruction, at '<'
     bool StartTag();
     bool EndTag();
@@ -147,13 +149,14 @@ private:
     const uchar* const m_base;
     const uchar* m_p;
     const uchar* const m_end;
+    const bool m_anyEncoding;  // the encoding is fixed already: a QString's UTF-8
     std::int64_t m_adjust = 0; // UTF-16 units minus bytes, up to m_p
     std::uint32_t m_line = 1;
     std::int64_t m_lineStart = 0;
     std::vector<std::pair<std::uint32_t, std::uint32_t>> m_open;
 };
 
-bool XmlTokens::Tokenize(const char* data, std::size_t size)
+bool XmlTokens::Tokenize(const char* data, std::size_t size, Source source)
 {
     m_data = data;
     m_tokens.clear();
@@ -162,7 +165,7 @@ bool XmlTokens::Tokenize(const char* data, std::size_t size)
     if (size >= Decoded / 2) // ranges and positions are 32-bit
         return false;
     m_tokens.reserve(size / 8 + 8);
-    XmlTokenizer tokenizer(*this, data, size);
+    XmlTokenizer tokenizer(*this, data, size, source);
     if (tokenizer.Run())
         return true;
     m_tokens.clear();
@@ -361,6 +364,18 @@ bool XmlTokenizer::Reference(std::string& out)
     return false;
 }
 
+// [A-Za-z] ([A-Za-z0-9._] | '-')*
+bool XmlTokenizer::EncodingName(std::uint32_t start, std::uint32_t size) const
+{
+    if (size == 0 || !((m_base[start] | 0x20) >= 'a' && (m_base[start] | 0x20) <= 'z'))
+        return false;
+    for (std::uint32_t i = 1; i < size; ++i) {
+        if (!kClasses.name[m_base[start + i]])
+            return false;
+    }
+    return true;
+}
+
 bool XmlTokenizer::Declaration()
 {
     m_p += 5;
@@ -414,7 +429,8 @@ bool XmlTokenizer::Declaration()
             return false;
         std::uint32_t start, size;
         if (!encoding && !standalone && Literal("encoding")) {
-            if (!quoted(start, size) || !is(start, size, "utf-8", true))
+            if (!quoted(start, size) ||
+                !(m_anyEncoding ? EncodingName(start, size) : is(start, size, "utf-8", true)))
                 return false;
             token.text = start, token.textSize = size;
             encoding = true;

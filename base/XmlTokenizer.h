@@ -58,12 +58,17 @@ public:
     /// Top bit of a range's start: the range lies in the tokenizer's buffer.
     static constexpr std::uint32_t Decoded = 0x80000000u;
 
+    /// Where the bytes come from. QXmlStreamReader reads a QString as UTF-8 whatever its
+    /// declaration names: for Source::String any well-formed encoding name is taken and
+    /// reported as written, where Source::Bytes takes UTF-8 only.
+    enum class Source { Bytes, String };
+
     /// Tokenizes the document; false: not this tokenizer's document. The bytes must outlive
     /// the tokens.
-    bool Tokenize(const char* data, std::size_t size);
-    bool Tokenize(const QByteArray& document)
+    bool Tokenize(const char* data, std::size_t size, Source source = Source::Bytes);
+    bool Tokenize(const QByteArray& document, Source source = Source::Bytes)
     {
-        return Tokenize(document.constData(), document.size());
+        return Tokenize(document.constData(), std::size_t(document.size()), source);
     }
 
     const std::vector<XmlToken>& Tokens() const { return m_tokens; }

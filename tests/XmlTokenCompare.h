@@ -9,6 +9,7 @@
 #include <QString>
 #include <QXmlStreamReader>
 
+#include <memory>
 #include <string>
 
 namespace xmltokencompare {
@@ -26,14 +27,22 @@ inline std::string Describe(const QString& text)
     return text.toStdString();
 }
 
-inline Result Compare(const QByteArray& document)
+// With asString, QXmlStreamReader reads the document as a QString, and the tokenizer that
+// string's UTF-8.
+inline Result Compare(const QByteArray& document, bool asString = false)
 {
     using REPORTGENERATOR::XmlToken;
     using REPORTGENERATOR::XmlTokens;
     Result result;
     XmlTokens mine;
-    const bool accepted = mine.Tokenize(document);
-    QXmlStreamReader reader(document);
+    const QString input = asString ? QString::fromUtf8(document) : QString();
+    const QByteArray bytes = asString ? input.toUtf8() : document;
+    const bool accepted =
+        mine.Tokenize(bytes, asString ? XmlTokens::Source::String : XmlTokens::Source::Bytes);
+    const std::unique_ptr<QXmlStreamReader> qtReader =
+        asString ? std::make_unique<QXmlStreamReader>(input)
+                 : std::make_unique<QXmlStreamReader>(bytes);
+    QXmlStreamReader& reader = *qtReader;
     const auto& tokens = mine.Tokens();
     std::size_t index = 0;
     auto fail = [&](const std::string& what) {

@@ -20,10 +20,11 @@ using xmltokencompare::Outcome;
 namespace {
 
 // The tokens in a short written form: type, name or text, flags, attributes, position.
-std::vector<std::string> Written(const QByteArray& document)
+std::vector<std::string> Written(const QByteArray& document,
+                                 XmlTokens::Source source = XmlTokens::Source::Bytes)
 {
     XmlTokens tokens;
-    if (!tokens.Tokenize(document))
+    if (!tokens.Tokenize(document, source))
         return {"not mine"};
     std::vector<std::string> out;
     for (const XmlToken& t : tokens.Tokens()) {
@@ -140,6 +141,19 @@ TEST(XmlTokenizer, DeclarationAndByteOrderMark)
     ExpectTokens("\xEF\xBB\xBF<a/>", {"SD   1:2@2", "SE a 1:4@4", "EE a 1:4@4", "ED 1:4@4"});
     ExpectTokens("\xEF\xBB\xBF<?xml version=\"1.0\"?><a/>",
                  {"SD 1.0  1:21@21", "SE a 1:25@25", "EE a 1:25@25", "ED 1:25@25"});
+}
+
+TEST(XmlTokenizer, AStringTakesAnyDeclaredEncoding)
+{
+    // QXmlStreamReader reads a QString as UTF-8 and only reports the declared encoding.
+    const QByteArray document = "<?xml version=\"1.0\" encoding=\"ISO-8859-1\"?><a>\xC3\xA9</a>";
+    EXPECT_EQ(Written(document, XmlTokens::Source::String),
+              (std::vector<std::string>{"SD 1.0 ISO-8859-1 1:43@43", "SE a 1:46@46",
+                                        "CH [\xC3\xA9] 1:48@48", "EE a 1:51@51", "ED 1:51@51"}));
+    EXPECT_EQ(Compare(document, true).outcome, Outcome::Agreed);
+    EXPECT_EQ(Written(document), std::vector<std::string>{"not mine"});
+    EXPECT_EQ(Written("<?xml version=\"1.0\" encoding=\"8bit\"?><a/>", XmlTokens::Source::String),
+              std::vector<std::string>{"not mine"});
 }
 
 TEST(XmlTokenizer, CommentsInstructionsAndCdata)
@@ -308,6 +322,9 @@ TEST(XmlTokenizer, AgreesWithQXmlStreamReaderOnEveryDocument)
     ASSERT_GT(documents.size(), 400u);
     int agreed = 0, qtAccepted = 0;
     for (const QByteArray& document : documents) {
+        const auto asString = Compare(document, true);
+        ASSERT_NE(asString.outcome, Outcome::Disagreed) << asString.difference << "\n"
+                                                        << document.toStdString();
         const auto result = Compare(document);
         ASSERT_NE(result.outcome, Outcome::Disagreed) << result.difference << "\n"
                                                       << document.toStdString();
@@ -325,6 +342,7 @@ TEST(XmlTokenizer, AgreesOnTheBenchmarkDocument)
     const QByteArray document = bench::DocumentOf(1000).xml.toUtf8();
     const auto result = Compare(document);
     EXPECT_EQ(result.outcome, Outcome::Agreed) << result.difference;
+    EXPECT_EQ(Compare(document, true).outcome, Outcome::Agreed);
     std::mt19937 random(1000);
     for (int i = 0; i < 40; ++i) {
         const QByteArray mutated = Mutated(document, random);
@@ -342,7 +360,7 @@ TEST(XmlTokenizer, AgreesOrFallsBackOnMutatedDocuments)
         const int rounds = Compare(document).qtAccepted ? 300 : 20;
         for (int i = 0; i < rounds; ++i) {
             const QByteArray mutated = Mutated(document, random);
-            const auto result = Compare(mutated);
+            const auto result = Compare(mutated, i % 2 == 1);
             ASSERT_NE(result.outcome, Outcome::Disagreed) << result.difference << "\n"
                                                           << mutated.toStdString();
             agreed += result.outcome == Outcome::Agreed;
