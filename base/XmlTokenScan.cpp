@@ -65,7 +65,7 @@ bool XmlTokenizer::Name(std::uint32_t& start, std::uint32_t& size)
         return false;
     start = Offset(from);
     size = std::uint32_t(m_p - from);
-    return true;
+    return size <= 0xFFFF; // token names are counted in 16 bits
 }
 
 // A UTF-8 sequence at m_p: well formed, no surrogate, neither U+FFFE nor U+FFFF.
@@ -258,7 +258,7 @@ bool XmlTokenizer::Text()
         }
     }
     XmlToken& token = Emit(QXmlStreamReader::Characters, m_p + 1);
-    token.whitespace = blank != 0;
+    token.flags = blank ? XmlToken::Whitespace : 0;
     if (decoded) {
         Decode(decoded, start, segment, from);
         token.text = start | XmlTokens::Decoded;

@@ -18,15 +18,18 @@ bool XmlTokens::Tokenize(const char* data, std::size_t size, Source source)
     m_tokens.clear();
     m_attributes.clear();
     m_decoded.clear();
+    m_lineStarts.assign(1, 0);
     if (size >= Decoded / 2) // ranges and positions are 32-bit
         return false;
     m_tokens.reserve(size / 8 + 8);
+    m_lineStarts.reserve(size / 32 + 8);
     XmlTokenizer tokenizer(*this, data, size, source);
     if (tokenizer.Run())
         return true;
     m_tokens.clear();
     m_attributes.clear();
     m_decoded.clear();
+    m_lineStarts.assign(1, 0);
     return false;
 }
 
@@ -44,7 +47,7 @@ bool XmlTokenizer::Run()
         if (!Declaration())
             return false;
     } else if (first == ' ' || first == '\t' || first == '\n' || first == '\r') {
-        Emit(QXmlStreamReader::StartDocument, m_p + 1).column = 1;
+        Emit(QXmlStreamReader::StartDocument, m_p + 1);
         m_out.m_tokens.back().offset = 1;
     } else if (first == '<' && m_end - m_p > 1 && m_p[1] == '?') {
         // The lookahead goes as far as the target matches "xml", and one further.
@@ -52,10 +55,10 @@ bool XmlTokenizer::Run()
         while (read < 6 && m_end - m_p > read - 1 && m_p[read - 1] == "<?xml"[read - 1])
             ++read;
         XmlToken& token = Emit(QXmlStreamReader::StartDocument, m_p);
-        token.line = 1, token.column = read, token.offset = read;
+        token.line = 1, token.offset = read;
     } else if (first == '<') {
         XmlToken& token = Emit(QXmlStreamReader::StartDocument, m_p);
-        token.line = 1, token.column = 2, token.offset = 2;
+        token.line = 1, token.offset = 2;
     } else {
         return false;
     }
@@ -115,7 +118,7 @@ bool XmlTokenizer::Declaration()
     m_p += 5;
     Space();
     XmlToken token;
-    token.type = QXmlStreamReader::StartDocument;
+    token.kind = QXmlStreamReader::StartDocument;
     auto quoted = [this](std::uint32_t& start, std::uint32_t& size) {
         Space();
         if (m_p == m_end || *m_p != '=')
@@ -150,9 +153,11 @@ bool XmlTokenizer::Declaration()
         }
         return true;
     };
-    if (!Literal("version") || !quoted(token.name, token.nameSize) ||
-        !is(token.name, token.nameSize, "1.0", false))
+    std::uint32_t version, versionSize;
+    if (!Literal("version") || !quoted(version, versionSize) ||
+        !is(version, versionSize, "1.0", false))
         return false;
+    token.name = version, token.nameSize = std::uint16_t(versionSize);
     bool encoding = false, standalone = false;
     for (;;) {
         const uchar* before = m_p;
@@ -172,7 +177,7 @@ bool XmlTokenizer::Declaration()
             if (!quoted(start, size))
                 return false;
             if (is(start, size, "yes", false))
-                token.standalone = true;
+                token.flags = XmlToken::Standalone;
             else if (!is(start, size, "no", false))
                 return false;
             standalone = true;
@@ -181,7 +186,7 @@ bool XmlTokenizer::Declaration()
         }
     }
     XmlToken& emitted = Emit(QXmlStreamReader::StartDocument, m_p);
-    token.line = emitted.line, token.column = emitted.column, token.offset = emitted.offset;
+    token.line = emitted.line, token.offset = emitted.offset;
     emitted = token;
     return true;
 }
@@ -239,12 +244,12 @@ bool XmlTokenizer::StartTag()
             continue;
         }
         XmlToken& token = Emit(QXmlStreamReader::StartElement, m_p);
-        token.name = name, token.nameSize = nameSize;
-        token.firstAttribute = first;
-        token.attributeCount = std::uint32_t(attributes.size()) - first;
+        token.name = name, token.nameSize = std::uint16_t(nameSize);
+        token.text = first; // the attributes
+        token.textSize = std::uint32_t(attributes.size()) - first;
         if (empty) {
             XmlToken& end = Emit(QXmlStreamReader::EndElement, m_p);
-            end.name = name, end.nameSize = nameSize;
+            end.name = name, end.nameSize = std::uint16_t(nameSize);
         } else {
             m_open.emplace_back(name, nameSize);
         }
@@ -270,7 +275,7 @@ bool XmlTokenizer::EndTag()
     ++m_p;
     m_open.pop_back();
     XmlToken& token = Emit(QXmlStreamReader::EndElement, m_p);
-    token.name = name, token.nameSize = nameSize;
+    token.name = name, token.nameSize = std::uint16_t(nameSize);
     return true;
 }
 
@@ -296,7 +301,7 @@ bool XmlTokenizer::Cdata()
         return false;
     ++m_p; // '>'
     XmlToken& token = Emit(QXmlStreamReader::Characters, m_p);
-    token.cdata = true;
+    token.flags = XmlToken::Cdata;
     token.text = start, token.textSize = size;
     return true;
 }
@@ -321,7 +326,7 @@ bool XmlTokenizer::ProcessingInstruction()
             return false;
     }
     XmlToken& token = Emit(QXmlStreamReader::ProcessingInstruction, m_p);
-    token.name = name, token.nameSize = nameSize;
+    token.name = name, token.nameSize = std::uint16_t(nameSize);
     token.text = start, token.textSize = size;
     return true;
 }

@@ -20,21 +20,33 @@ namespace REPORTGENERATOR {
 /// stands there literally, into the tokenizer's own buffer where entities, character
 /// references or line ends had to be replaced.
 struct XmlToken {
-    QXmlStreamReader::TokenType type = QXmlStreamReader::NoToken;
-    bool whitespace = false; // isWhitespace()
-    bool cdata = false;      // isCDATA()
-    bool standalone = false; // isStandaloneDocument(), on StartDocument
+    enum Flag : std::uint8_t { Whitespace = 1, Cdata = 2, Standalone = 4 };
+    std::uint8_t kind = QXmlStreamReader::NoToken; // a QXmlStreamReader::TokenType
+    std::uint8_t flags = 0;
     // StartElement, EndElement: the name; ProcessingInstruction: the target;
     // StartDocument: the version.
-    std::uint32_t name = 0, nameSize = 0;
+    std::uint16_t nameSize = 0;
+    std::uint32_t name = 0;
     // Characters, Comment: the text; ProcessingInstruction: the data; StartDocument: the
     // encoding. Tagged with XmlTokens::Decoded when in the tokenizer's buffer.
+    // StartElement: the first of its attributes in XmlTokens::Attributes(), and their count.
     std::uint32_t text = 0, textSize = 0;
-    // StartElement: its attributes in XmlTokens::Attributes().
-    std::uint32_t firstAttribute = 0, attributeCount = 0;
-    // lineNumber(), columnNumber() and characterOffset() after the token.
-    std::uint32_t line = 0, column = 0, offset = 0;
+    // lineNumber() and characterOffset() after the token; XmlTokens::Column() gives
+    // columnNumber().
+    std::uint32_t line = 0, offset = 0;
+
+    QXmlStreamReader::TokenType Type() const { return QXmlStreamReader::TokenType(kind); }
+    bool IsWhitespace() const { return flags & Whitespace; } // isWhitespace()
+    bool IsCdata() const { return flags & Cdata; }           // isCDATA()
+    bool IsStandalone() const { return flags & Standalone; } // isStandaloneDocument()
+    std::uint32_t FirstAttribute() const { return text; }
+    std::uint32_t AttributeCount() const
+    {
+        return kind == QXmlStreamReader::StartElement ? textSize : 0;
+    }
 };
+
+static_assert(sizeof(XmlToken) == 24, "a token is kept small: a document has many");
 
 struct XmlTokenAttribute {
     std::uint32_t name = 0, nameSize = 0;
@@ -73,6 +85,11 @@ public:
 
     const std::vector<XmlToken>& Tokens() const { return m_tokens; }
     const std::vector<XmlTokenAttribute>& Attributes() const { return m_attributes; }
+    /// columnNumber() after the token.
+    std::uint32_t Column(const XmlToken& token) const
+    {
+        return token.offset - m_lineStarts[token.line - 1];
+    }
 
     std::string_view Bytes(std::uint32_t start, std::uint32_t size) const
     {
@@ -97,6 +114,7 @@ private:
     const char* m_data = nullptr;
     std::vector<XmlToken> m_tokens;
     std::vector<XmlTokenAttribute> m_attributes;
+    std::vector<std::uint32_t> m_lineStarts; // UTF-16 offset of each line's start
     std::string m_decoded;
 };
 

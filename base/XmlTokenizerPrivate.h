@@ -104,15 +104,15 @@ private:
     {
         ++m_line;
         m_lineStart = Utf16(m_p);
+        m_out.m_lineStarts.push_back(std::uint32_t(m_lineStart));
     }
     XmlToken& Emit(QXmlStreamReader::TokenType type, const uchar* at)
     {
         m_out.m_tokens.emplace_back();
         XmlToken& token = m_out.m_tokens.back();
-        token.type = type;
+        token.kind = std::uint8_t(type);
         const std::int64_t offset = Utf16(at);
         token.line = m_line;
-        token.column = std::uint32_t(offset - m_lineStart);
         token.offset = std::uint32_t(offset);
         return token;
     }

@@ -38,11 +38,11 @@ MEASURE(tok_tokenize, REPORTGENERATOR::XmlTokens t;
 MEASURE(
     tok_tokenize_strings, REPORTGENERATOR::XmlTokens t; t.Tokenize(bytes); for (const auto& token
                                                                                 : t.Tokens()) {
-        if (token.type == QXmlStreamReader::Characters)
+        if (token.Type() == QXmlStreamReader::Characters)
             sink += REPORTGENERATOR::XmlTokens::ToString(t.Text(token)).size();
-        for (std::uint32_t i = 0; i < token.attributeCount; ++i)
+        for (std::uint32_t i = 0; i < token.AttributeCount(); ++i)
             sink += REPORTGENERATOR::XmlTokens::ToString(
-                        t.Value(t.Attributes()[token.firstAttribute + i]))
+                        t.Value(t.Attributes()[token.FirstAttribute() + i]))
                         .size();
     })
 // The document as the library holds it (a QString) made into bytes first.

@@ -70,23 +70,23 @@ inline Result Compare(const QByteArray& document, bool asString = false)
         if (index >= tokens.size())
             return fail("QXmlStreamReader has more tokens");
         const XmlToken& token = tokens[index];
-        if (token.type != type)
+        if (token.Type() != type)
             return fail("type " + std::to_string(int(type)) + " against " +
-                        std::to_string(int(token.type)));
-        if (reader.lineNumber() != token.line || reader.columnNumber() != token.column ||
+                        std::to_string(int(token.Type())));
+        if (reader.lineNumber() != token.line || reader.columnNumber() != mine.Column(token) ||
             reader.characterOffset() != token.offset)
             return fail("position " + std::to_string(reader.lineNumber()) + ":" +
                         std::to_string(reader.columnNumber()) + "@" +
                         std::to_string(reader.characterOffset()) + " against " +
-                        std::to_string(token.line) + ":" + std::to_string(token.column) + "@" +
-                        std::to_string(token.offset));
+                        std::to_string(token.line) + ":" + std::to_string(mine.Column(token)) +
+                        "@" + std::to_string(token.offset));
         std::string d;
         switch (type) {
         case QXmlStreamReader::StartDocument:
             d = same("version", reader.documentVersion().toString(), mine.Name(token));
             if (d.empty())
                 d = same("encoding", reader.documentEncoding().toString(), mine.Text(token));
-            if (d.empty() && reader.isStandaloneDocument() != token.standalone)
+            if (d.empty() && reader.isStandaloneDocument() != token.IsStandalone())
                 d = "standalone";
             break;
         case QXmlStreamReader::StartElement:
@@ -100,11 +100,11 @@ inline Result Compare(const QByteArray& document, bool asString = false)
                 const QXmlStreamAttributes attributes = reader.attributes();
                 if (!reader.namespaceDeclarations().isEmpty())
                     d = "namespace declarations";
-                else if (attributes.size() != int(token.attributeCount))
+                else if (attributes.size() != int(token.AttributeCount()))
                     d = "attribute count " + std::to_string(attributes.size()) + " against " +
-                        std::to_string(token.attributeCount);
+                        std::to_string(token.AttributeCount());
                 for (int i = 0; d.empty() && i < attributes.size(); ++i) {
-                    const auto& own = mine.Attributes()[token.firstAttribute + i];
+                    const auto& own = mine.Attributes()[token.FirstAttribute() + i];
                     d = same("attribute", attributes[i].qualifiedName().toString(), mine.Name(own));
                     if (d.empty())
                         d = same("attribute name", attributes[i].name().toString(), mine.Name(own));
@@ -117,9 +117,9 @@ inline Result Compare(const QByteArray& document, bool asString = false)
             break;
         case QXmlStreamReader::Characters:
             d = same("text", reader.text().toString(), mine.Text(token));
-            if (d.empty() && (reader.isWhitespace() != token.whitespace))
+            if (d.empty() && (reader.isWhitespace() != token.IsWhitespace()))
                 d = "whitespace flag";
-            if (d.empty() && (reader.isCDATA() != token.cdata))
+            if (d.empty() && (reader.isCDATA() != token.IsCdata()))
                 d = "CDATA flag";
             break;
         case QXmlStreamReader::Comment:

@@ -29,18 +29,18 @@ std::vector<std::string> Written(const QByteArray& document,
     std::vector<std::string> out;
     for (const XmlToken& t : tokens.Tokens()) {
         std::string line;
-        switch (t.type) {
+        switch (t.Type()) {
         case QXmlStreamReader::StartDocument:
             line = "SD " + std::string(tokens.Name(t)) + " " + std::string(tokens.Text(t)) +
-                   (t.standalone ? " standalone" : "");
+                   (t.IsStandalone() ? " standalone" : "");
             break;
         case QXmlStreamReader::EndDocument:
             line = "ED";
             break;
         case QXmlStreamReader::StartElement:
             line = "SE " + std::string(tokens.Name(t));
-            for (std::uint32_t i = 0; i < t.attributeCount; ++i) {
-                const auto& a = tokens.Attributes()[t.firstAttribute + i];
+            for (std::uint32_t i = 0; i < t.AttributeCount(); ++i) {
+                const auto& a = tokens.Attributes()[t.FirstAttribute() + i];
                 line +=
                     " " + std::string(tokens.Name(a)) + "=[" + std::string(tokens.Value(a)) + "]";
             }
@@ -49,8 +49,8 @@ std::vector<std::string> Written(const QByteArray& document,
             line = "EE " + std::string(tokens.Name(t));
             break;
         case QXmlStreamReader::Characters:
-            line = "CH [" + std::string(tokens.Text(t)) + "]" + (t.whitespace ? " ws" : "") +
-                   (t.cdata ? " cdata" : "");
+            line = "CH [" + std::string(tokens.Text(t)) + "]" + (t.IsWhitespace() ? " ws" : "") +
+                   (t.IsCdata() ? " cdata" : "");
             break;
         case QXmlStreamReader::Comment:
             line = "CM [" + std::string(tokens.Text(t)) + "]";
@@ -62,7 +62,7 @@ std::vector<std::string> Written(const QByteArray& document,
             line = "?";
             break;
         }
-        line += " " + std::to_string(t.line) + ":" + std::to_string(t.column) + "@" +
+        line += " " + std::to_string(t.line) + ":" + std::to_string(tokens.Column(t)) + "@" +
                 std::to_string(t.offset);
         out.push_back(line);
     }
