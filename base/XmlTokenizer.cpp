@@ -2,6 +2,10 @@
 
 #include <cstring>
 
+#if QT_VERSION < QT_VERSION_CHECK(6, 0, 0)
+#include <QTextCodec>
+#endif
+
 // Positions follow QXmlStreamReader, which counts UTF-16 units of the decoded text (the
 // byte-order mark not counted) and reports each token only once it has read the token's
 // lookahead: text ends one character after it (on the '<' that ends it), and a document
@@ -110,6 +114,12 @@ bool XmlTokenizer::EncodingName(std::uint32_t start, std::uint32_t size) const
         if (!kClasses.name[m_base[start + i]])
             return false;
     }
+#if QT_VERSION < QT_VERSION_CHECK(6, 0, 0)
+    // Qt 5 reads a QString as UTF-8 too, but refuses a name it has no codec for.
+    if (!QTextCodec::codecForName(
+            QByteArray(reinterpret_cast<const char*>(m_base) + start, int(size))))
+        return false;
+#endif
     return true;
 }
 
