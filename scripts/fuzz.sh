@@ -20,7 +20,7 @@ while [ $# -gt 0 ]; do
 done
 if [ ${#targets[@]} -eq 0 ]; then
     targets=(settings_xml settings_binary bearing_xml bearing_binary detail_xml detail_binary
-             roundtrip)
+             roundtrip xml_tokenizer)
 fi
 
 bash scripts/deps.sh
