@@ -271,6 +271,68 @@ void CheckClean(benchmark::State& state, bool logger)
         [&]() { benchmark::DoNotOptimize(bench::CheckPlain(document.plain)); });
 }
 
+// How an application used a document before copying it.
+enum class Use { NonConst, Checked, Copied };
+
+// A loaded document that holds an application logger, used as applications do: the non-const
+// list getter called and one member edited through it, Check(true) run, or a copy taken and
+// kept.
+struct UsedDocument {
+    KVT317_Settings source;
+    KVT317_Settings earlier;
+};
+
+std::unique_ptr<UsedDocument> MakeUsed(const bench::Document& document, Use use)
+{
+    auto used = std::make_unique<UsedDocument>();
+    used->source.SetLogger(bench::Silent());
+    used->source.SetXmlString(document.xml, false);
+    switch (use) {
+    case Use::NonConst:
+        used->source.GetKVT317SettingsDetail()[document.size / 2].SetThreshold(7);
+        break;
+    case Use::Checked:
+        used->source.Check(true);
+        break;
+    case Use::Copied:
+        used->earlier = used->source;
+        break;
+    }
+    return used;
+}
+
+// A copy of a used document given a logger of its own, as an application hands a copy on, at
+// 1,000 and at 10,000 details, timed in turn: "large_over_small" tells whether the copy grows
+// with the document. The copies are timed in batches, since one may take a few nanoseconds.
+void CopyAfterUse(benchmark::State& state, Use use)
+{
+    const std::unique_ptr<UsedDocument> small = MakeUsed(bench::DocumentOf(1000), use);
+    const std::unique_ptr<UsedDocument> large = MakeUsed(bench::DocumentOf(10000), use);
+    const auto own = std::make_shared<REPORTGENERATOR::Logger>(REPORTGENERATOR::Logger::Sink());
+    constexpr int Batch = 16;
+    const auto copies = [&own](const KVT317_Settings& source) {
+        const Clock::time_point start = Clock::now();
+        for (int i = 0; i < Batch; ++i) {
+            KVT317_Settings copy(source);
+            copy.SetLogger(own);
+            benchmark::DoNotOptimize(copy);
+        }
+        return Seconds(Clock::now() - start);
+    };
+    double smallSeconds = 0;
+    double largeSeconds = 0;
+    for (auto _ : state) {
+        smallSeconds += copies(small->source);
+        const double seconds = copies(large->source);
+        largeSeconds += seconds;
+        state.SetIterationTime(seconds / Batch);
+    }
+    const double copiesMade = static_cast<double>(state.iterations()) * Batch;
+    state.counters["ns_at_1000"] = smallSeconds / copiesMade * 1e9;
+    state.counters["ns_at_10000"] = largeSeconds / copiesMade * 1e9;
+    state.counters["large_over_small"] = largeSeconds / smallSeconds;
+}
+
 // Memory a loaded document holds per detail, against the detail's share of the XML text.
 void MemoryPerDetail(benchmark::State& state)
 {
@@ -375,6 +437,16 @@ KVT317_BENCHMARK(Copy);
 KVT317_BENCHMARK(CopyAndEdit);
 KVT317_BENCHMARK(Equality);
 KVT317_BENCHMARK(CheckClean);
+// The iteration time is the copy at 10,000 details.
+BENCHMARK_CAPTURE(CopyAfterUse, non_const, Use::NonConst)
+    ->UseManualTime()
+    ->Unit(benchmark::kMicrosecond);
+BENCHMARK_CAPTURE(CopyAfterUse, checked, Use::Checked)
+    ->UseManualTime()
+    ->Unit(benchmark::kMicrosecond);
+BENCHMARK_CAPTURE(CopyAfterUse, copied, Use::Copied)
+    ->UseManualTime()
+    ->Unit(benchmark::kMicrosecond);
 // The shipped example holds 3 details.
 BENCHMARK(LockShareOfASet)->Arg(3)->UseManualTime()->Unit(benchmark::kMicrosecond);
 BENCHMARK(MemoryPerDetail)

@@ -133,6 +133,48 @@ bool RunPeers()
 }
 #endif
 
+// Copies of a loaded document that holds an application logger, after the application used
+// it: each copy is given a logger of its own, as an application gives a copy it hands on.
+// Measured at 1,000 and at ten times as many details.
+struct Used {
+    KVT317_Settings nonConst; // the non-const list getter called and one member edited
+    KVT317_Settings checked;  // Check(true) run
+    KVT317_Settings copied;   // copied, the copy kept
+    KVT317_Settings earlier;
+};
+Used* used[2] = {};
+std::shared_ptr<REPORTGENERATOR::Logger>* own = nullptr;
+
+void Load(KVT317_Settings& settings, const QByteArray& binary)
+{
+    settings.SetLogger(bench::Silent());
+    QByteArray bytes = binary;
+    settings.SetBinaryRepresentation(bytes);
+}
+
+Used* UsedOf(const QByteArray& binary)
+{
+    auto* u = new Used;
+    Load(u->nonConst, binary);
+    QVector<KVT317XML::KVT317SettingsDetail>& details = u->nonConst.GetKVT317SettingsDetail();
+    details[details.size() / 2].SetThreshold(7);
+    Load(u->checked, binary);
+    u->checked.Check(true);
+    Load(u->copied, binary);
+    u->earlier = u->copied;
+    return u;
+}
+
+#define MEASURE_COPY_AFTER_USE(Name, Use)                                                          \
+    MEASURE(Name##_small, KVT317_Settings c(used[0]->Use); c.SetLogger(*own);                      \
+            sink += c.IsInitialized())                                                             \
+    MEASURE(Name##_large, KVT317_Settings c(used[1]->Use); c.SetLogger(*own);                      \
+            sink += c.IsInitialized())
+
+MEASURE_COPY_AFTER_USE(used_copy_non_const, nonConst)
+MEASURE_COPY_AFTER_USE(used_copy_checked, checked)
+MEASURE_COPY_AFTER_USE(used_copy_copied, copied)
+
 } // namespace
 
 int main(int argc, char** argv)
@@ -174,7 +216,31 @@ int main(int argc, char** argv)
     logger_check();
     if (!RunPeers())
         return 1;
+
+    // The larger document holds the same details ten times over.
+    own = new std::shared_ptr<REPORTGENERATOR::Logger>(
+        std::make_shared<REPORTGENERATOR::Logger>(REPORTGENERATOR::Logger::Sink()));
+    used[0] = UsedOf(document->binary);
+    {
+        const QVector<KVT317XML::KVT317SettingsDetail>& details =
+            document->record.GetKVT317SettingsDetail();
+        QVector<KVT317XML::KVT317SettingsDetail> larger;
+        for (int i = 0; i < 10; ++i)
+            larger += details;
+        KVT317_Settings made;
+        made.SetKVT317SettingsDetail(larger);
+        used[1] = UsedOf(made.GetBinaryRepresentationAsQByteArray());
+    }
+    used_copy_non_const_small();
+    used_copy_non_const_large();
+    used_copy_checked_small();
+    used_copy_checked_large();
+    used_copy_copied_small();
+    used_copy_copied_large();
     std::printf("%lld\n", static_cast<long long>(sink));
+    delete used[1];
+    delete used[0];
+    delete own;
     delete plainOther;
     delete otherLogged;
     delete other;

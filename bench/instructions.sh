@@ -41,3 +41,11 @@ if grep -q ':peer_xml_load \[' "$out/annotated"; then
         printf '%-14s %15s %15s %7.2f\n' "peer/$op" "$a" "$b" "$(echo "$a / $b" | bc -l)"
     done
 fi
+# Copies of a document with an application logger, each given a logger of its own, after the
+# document was used: here the second column is the copy at ten times as many details, the
+# third the same at the size given, and the ratio tells whether a copy grows with the details.
+for use in non_const checked copied; do
+    a=$(count "used_copy_${use}_large")
+    b=$(count "used_copy_${use}_small")
+    printf '%-14s %15s %15s %7.2f\n' "used_copy/$use" "$a" "$b" "$(echo "$a / $b" | bc -l)"
+done

@@ -161,9 +161,9 @@ public:
 
 protected:
     /// A record of the given member table, object name and class id.
-    Record(const RecordType& type, const QString& name, __int64 id);
+    Record(const RecordType& type, const QString& name, qint64 id);
     /// Shares other's storage and takes over its validation switch (not its logger).
-    Record(const Record& other, const QString& name, __int64 id);
+    Record(const Record& other, const QString& name, qint64 id);
     /// Assignment: shares other's storage; switch and logger stay.
     void ShareStorage(const Record& other);
 

@@ -142,7 +142,7 @@ struct MemberDescription {
 /// printing with qDebug) and for the library itself.
 struct KVT317XML_EXPORT RecordDescription {
     QString name;                           ///< object name and XML element name
-    __int64 id = 0;                         ///< class id; its low 32 bits tag binary frames
+    qint64 id = 0;                          ///< class id; its low 32 bits tag binary frames
     std::vector<MemberDescription> members; ///< in member order
     /// The bits of the members in the order XML and binary carry them: attributes first,
     /// then the others, each in member order.

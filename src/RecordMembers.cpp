@@ -14,13 +14,6 @@ namespace KVT317XML {
 
 namespace {
 
-// Values equal by the member's kind: numbers exactly, texts and date-times by Qt's
-// equality, child records by their own rule.
-bool ValuesEqual(const MemberRow& row, const StorageBlock& a, const StorageBlock& b)
-{
-    return row.kind->equal(row, SlotOf(a, row), SlotOf(b, row));
-}
-
 // Equality of the members of one kind whose flags are given.
 template <class T>
 bool SameValues(quint32 flags, const std::ptrdiff_t* offsets, const StorageBlock* a,
@@ -32,6 +25,54 @@ bool SameValues(quint32 flags, const std::ptrdiff_t* offsets, const StorageBlock
             return false;
     }
     return true;
+}
+
+// Equality of every member of one kind, by the plan's offsets.
+template <class T>
+bool SameAll(const std::ptrdiff_t* offsets, int count, const StorageBlock* a, const StorageBlock* b)
+{
+    for (int i = 0; i < count; ++i)
+        if (!(At<T>(a, offsets[i]) == At<T>(b, offsets[i])))
+            return false;
+    return true;
+}
+
+template <class T> T BytesAt(const StorageBlock* block, std::ptrdiff_t offset)
+{
+    T value;
+    std::memcpy(&value, reinterpret_cast<const char*>(block) + offset, sizeof value);
+    return value;
+}
+
+// Every whole number and enumeration of the plan, compared by its bytes.
+bool SameWholeNumbers(const EqualityPlan& plan, const StorageBlock* a, const StorageBlock* b)
+{
+    quint64 differ = 0;
+    for (int i = 0; i < plan.words; ++i)
+        differ |= BytesAt<quint64>(a, plan.wordAt[i]) ^ BytesAt<quint64>(b, plan.wordAt[i]);
+    for (int i = 0; i < plan.singles; ++i)
+        differ |= BytesAt<quint32>(a, plan.singleAt[i]) ^ BytesAt<quint32>(b, plan.singleAt[i]);
+    return differ == 0;
+}
+
+// The members that hold a value of their own (not a record or a list), set on both sides:
+// numbers exactly, texts and date-times by Qt's equality. The order of the comparisons does
+// not matter: only the result is seen.
+inline bool SameScalars(const RecordType& type, quint32 set, const StorageBlock* a,
+                        const StorageBlock* b)
+{
+    const EqualityPlan& plan = type.equality;
+    if ((set & plan.members) == plan.members)
+        return SameWholeNumbers(plan, a, b) && SameAll<double>(plan.doubleAt, plan.doubles, a, b) &&
+               SameAll<float>(plan.floatAt, plan.floats, a, b) &&
+               SameAll<QString>(plan.textAt, plan.texts, a, b) &&
+               SameAll<QDateTime>(plan.dateTimeAt, plan.dateTimes, a, b);
+    const std::ptrdiff_t* at = type.valueOffsets;
+    return SameValues<int>(set & type.integerFlags, at, a, b) &&
+           SameValues<double>(set & type.doubleFlags, at, a, b) &&
+           SameValues<float>(set & type.floatFlags, at, a, b) &&
+           SameValues<QString>(set & type.textFlags, at, a, b) &&
+           SameValues<QDateTime>(set & type.dateTimeFlags, at, a, b);
 }
 
 } // namespace
@@ -240,6 +281,39 @@ void Record::ResetToDefault()
     }
 }
 
+void PlanEquality(RecordType& type)
+{
+    EqualityPlan& plan = type.equality;
+    plan = EqualityPlan();
+    // Whole numbers pair when one lies right after the other.
+    std::ptrdiff_t alone = 0;
+    bool pending = false;
+    for (quint32 bits = type.integerFlags; bits; bits &= bits - 1) {
+        const std::ptrdiff_t at = type.valueOffsets[qCountTrailingZeroBits(bits)];
+        if (pending && at == alone + std::ptrdiff_t(sizeof(int))) {
+            plan.wordAt[plan.words++] = alone;
+            pending = false;
+            continue;
+        }
+        if (pending)
+            plan.singleAt[plan.singles++] = alone;
+        alone = at;
+        pending = true;
+    }
+    if (pending)
+        plan.singleAt[plan.singles++] = alone;
+    const auto place = [&type](quint32 flags, std::ptrdiff_t* offsets, int& count) {
+        for (; flags; flags &= flags - 1)
+            offsets[count++] = type.valueOffsets[qCountTrailingZeroBits(flags)];
+    };
+    place(type.doubleFlags, plan.doubleAt, plan.doubles);
+    place(type.floatFlags, plan.floatAt, plan.floats);
+    place(type.textFlags, plan.textAt, plan.texts);
+    place(type.dateTimeFlags, plan.dateTimeAt, plan.dateTimes);
+    plan.members = type.integerFlags | type.doubleFlags | type.floatFlags | type.textFlags |
+                   type.dateTimeFlags;
+}
+
 bool Record::Equals(const Record& other) const
 {
     if (&m_type != &other.m_type)
@@ -248,33 +322,49 @@ bool Record::Equals(const Record& other) const
     const StorageBlock* b = other.d.constData();
     if (a == b)
         return true;
-    // Lists compare by their items, their set flags take no part; every other member must
-    // be set on both sides or on neither, and equal where set.
-    for (const int bit : m_type.children) {
-        const MemberRow& row = m_type.rows[bit];
-        if (!row.list)
-            continue;
-        const int sizeA = a ? row.list->size(SlotOf(*a, row)) : 0;
-        const int sizeB = b ? row.list->size(SlotOf(*b, row)) : 0;
-        if (sizeA != sizeB || (sizeA > 0 && !ValuesEqual(row, *a, *b)))
-            return false;
-    }
+    // Every member but a list must be set on both sides or on neither, and equal where set;
+    // lists compare by their items, their set flags take no part.
     const quint32 set = (a ? a->isSet : 0) & ~m_type.listFlags;
     if (set != ((b ? b->isSet : 0) & ~m_type.listFlags))
         return false;
+    for (quint32 lists = m_type.listFlags; lists; lists &= lists - 1) {
+        const MemberRow& row = m_type.rows[qCountTrailingZeroBits(lists)];
+        const int size = a ? row.list->size(SlotOf(*a, row)) : 0;
+        if (size != (b ? row.list->size(SlotOf(*b, row)) : 0))
+            return false;
+        if (size == 0)
+            continue;
+        // The items lie in one array each; two lists that share theirs are equal.
+        const char* x = reinterpret_cast<const char*>(&row.list->item(SlotOf(*a, row), 0));
+        const char* y = reinterpret_cast<const char*>(&row.list->item(SlotOf(*b, row), 0));
+        if (x == y)
+            continue;
+        const std::ptrdiff_t stride =
+            size > 1 ? reinterpret_cast<const char*>(&row.list->item(SlotOf(*a, row), 1)) - x : 0;
+        for (int i = 0; i < size; ++i, x += stride, y += stride)
+            if (!reinterpret_cast<const Record*>(x)->Equals(*reinterpret_cast<const Record*>(y)))
+                return false;
+    }
     if (!set)
         return true;
-    // The order of the comparisons does not matter: only the result is seen.
-    const std::ptrdiff_t* at = m_type.valueOffsets;
-    if (!SameValues<int>(set & m_type.integerFlags, at, a, b) ||
-        !SameValues<double>(set & m_type.doubleFlags, at, a, b) ||
-        !SameValues<float>(set & m_type.floatFlags, at, a, b) ||
-        !SameValues<QString>(set & m_type.textFlags, at, a, b) ||
-        !SameValues<QDateTime>(set & m_type.dateTimeFlags, at, a, b))
+    if (!SameScalars(m_type, set, a, b))
         return false;
-    for (quint32 bits = set & m_type.recordFlags; bits; bits &= bits - 1) {
-        const MemberRow& row = m_type.rows[qCountTrailingZeroBits(bits)];
-        if (!RecordAt(row, a, row.valueOffset).Equals(RecordAt(row, b, row.valueOffset)))
+    for (quint32 records = set & m_type.recordFlags; records; records &= records - 1) {
+        const MemberRow& row = m_type.rows[qCountTrailingZeroBits(records)];
+        const Record& x = RecordAt(row, a, row.valueOffset);
+        const Record& y = RecordAt(row, b, row.valueOffset);
+        if (x.m_type.hasChildren || &x.m_type != &y.m_type) {
+            if (!x.Equals(y))
+                return false;
+            continue;
+        }
+        // A child that holds only values of its own is compared here, without a call.
+        const StorageBlock* xa = x.d.constData();
+        const StorageBlock* ya = y.d.constData();
+        if (xa == ya)
+            continue;
+        const quint32 childSet = xa ? xa->isSet : 0;
+        if (childSet != (ya ? ya->isSet : 0) || !SameScalars(x.m_type, childSet, xa, ya))
             return false;
     }
     return true;

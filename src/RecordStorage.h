@@ -206,6 +206,26 @@ struct MemberRow {
     }
 };
 
+// The members that hold a value of their own (not a record or a list), by kind, with their
+// offsets from the values block in member order: a record whose such members are all set
+// compares them without testing their flags one by one. Whole numbers and enumerations that
+// lie side by side pair into 8-byte words, since their equality is that of their bytes.
+struct EqualityPlan {
+    quint32 members = 0; // the members of the plan
+    int words = 0;       // pairs of whole numbers
+    int singles = 0;     // whole numbers left alone
+    int doubles = 0;
+    int floats = 0;
+    int texts = 0;
+    int dateTimes = 0;
+    std::ptrdiff_t wordAt[16] = {};
+    std::ptrdiff_t singleAt[32] = {};
+    std::ptrdiff_t doubleAt[32] = {};
+    std::ptrdiff_t floatAt[32] = {};
+    std::ptrdiff_t textAt[32] = {};
+    std::ptrdiff_t dateTimeAt[32] = {};
+};
+
 struct RecordType {
     RecordDescription description;
     std::vector<MemberRow> rows;  // member order
@@ -237,6 +257,7 @@ struct RecordType {
     }
     int BitOfTag(quint32 tag) const { return bitsByTag[SlotOfTag(tag)]; }
     std::ptrdiff_t valueOffsets[32] = {};
+    EqualityPlan equality;
     QSharedDataPointer<StorageBlock> prototype; // a fresh record's storage
     QSharedDataPointer<StorageBlock> virgin;    // the same, marked as no storage
 };
@@ -438,6 +459,9 @@ void FinishRecordType(RecordType& type, StorageBlock* values, DefaultsBlock* def
                       std::ptrdiff_t dataInValues, std::ptrdiff_t defInDefaults,
                       std::ptrdiff_t invalidInDefaults);
 
+// Fills the type's equality plan from its member flags and offsets.
+void PlanEquality(RecordType& type);
+
 // Builds the type of record class Class from its member table, in member order.
 template <class Class, class Data>
 RecordType MakeRecordType(const char* name, __int64 id, std::vector<MemberRow> rows)
@@ -459,6 +483,7 @@ RecordType MakeRecordType(const char* name, __int64 id, std::vector<MemberRow> r
                      offset(static_cast<StorageBlock*>(values), &values->data),
                      offset(static_cast<DefaultsBlock*>(defaults), &defaults->def),
                      offset(static_cast<DefaultsBlock*>(defaults), &defaults->invalid));
+    PlanEquality(type);
     return type;
 }
 

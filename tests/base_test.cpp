@@ -11,6 +11,7 @@
 #include <cmath>
 #include <limits>
 #include <thread>
+#include <type_traits>
 #include <vector>
 
 using REPORTGENERATOR::BinaryParsingException;
@@ -181,7 +182,7 @@ TEST(Base, GenericValidityMarkers)
     double d = 1.0;
     int i = 1;
     unsigned int u = 1;
-    __int64 l = 1;
+    qint64 l = 1;
     QString s = QStringLiteral("");
     EXPECT_TRUE(range.IsValid(f) && range.IsValid(d) && range.IsValid(i) && range.IsValid(u) &&
                 range.IsValid(l) && range.IsValid(s) && range.IsValid(true));
@@ -195,13 +196,15 @@ TEST(Base, GenericValidityMarkers)
     EXPECT_TRUE(std::isnan(d));
     EXPECT_EQ(i, std::numeric_limits<int>::min());
     EXPECT_EQ(u, std::numeric_limits<unsigned int>::max());
-    EXPECT_EQ(l, std::numeric_limits<__int64>::min());
+    EXPECT_EQ(l, std::numeric_limits<qint64>::min());
     EXPECT_TRUE(s.isNull());
     EXPECT_FALSE(range.IsValid(f) || range.IsValid(d) || range.IsValid(i) || range.IsValid(u) ||
                  range.IsValid(l) || range.IsValid(s));
     EXPECT_FALSE(range.IsValid(QDateTime()));
     EXPECT_TRUE(range.IsValid(Utc(2000, 1, 1, 0, 0, 0, 0)));
-    EXPECT_EQ(sizeof(__int64), 8u);
+    // The interface's class ids are Qt's 64-bit integers, whatever it calls their type.
+    static_assert(std::is_same_v<decltype(KVT317XML::FrequencyRange::id), const qint64>);
+    EXPECT_EQ(sizeof(KVT317XML::FrequencyRange::id), 8u);
 }
 
 TEST(Base, SkipCurrentElement)

@@ -14,6 +14,7 @@
 #include <atomic>
 #include <functional>
 #include <thread>
+#include <utility>
 #include <vector>
 
 using KVT317XML::BearingSettings;
@@ -220,5 +221,82 @@ TEST(Threads, CopiesOfOneDocumentWithAnApplicationLogger)
     EXPECT_EQ(log.counts,
               (QMap<QString, int>{
                   {QStringLiteral("ERROR: KVT317SettingsDetail: Please set Threshold properly."),
+                   Threads * Rounds}}));
+}
+
+TEST(Threads, CopiesOfADocumentUsedThroughItsNonConstGetterAreEditedAndCheckedOnEachThread)
+{
+    KVT317_Settings shared;
+    SharedLog log;
+    shared.SetLogger(log.logger);
+    QByteArray binary = ExampleFile("settings.bin");
+    ASSERT_TRUE(shared.SetBinaryRepresentation(binary));
+    // What applications do before they hand copies on: the non-const list getter, and an
+    // edit through the reference it gives.
+    shared.GetKVT317SettingsDetail()[2].SetThreshold(77);
+    QString sourceXml = Text(ExampleFile("settings.xml"));
+    sourceXml.replace(QStringLiteral("<Threshold>20<"), QStringLiteral("<Threshold>77<"));
+    ASSERT_EQ(shared.GetXmlString(), sourceXml);
+    const KVT317_Settings& document = shared;
+
+    RunThreads([&](int t) {
+        // Threads with an even number reset the first detail's threshold, the others the
+        // second's; a reset threshold is written as its default, 20.
+        const int edited = t % 2;
+        QString copyXml = sourceXml;
+        copyXml.replace(edited == 0 ? QStringLiteral("<Threshold>10<")
+                                    : QStringLiteral("<Threshold>15<"),
+                        QStringLiteral("<Threshold>20<"));
+        copyXml.replace(edited == 0 ? QStringLiteral("<ScanMemoryID>10<")
+                                    : QStringLiteral("<ScanMemoryID>20<"),
+                        QStringLiteral("<ScanMemoryID>%1<").arg(500 + t));
+        for (int round = 0; round < Rounds; ++round) {
+            KVT317_Settings copy(document);
+            copy.SetLogger(log.logger);
+            KVT317SettingsDetail& item = copy.GetKVT317SettingsDetail()[edited];
+            item.ResetThreshold();
+            item.SetScanMemoryID(500 + t);
+            copy.Check(true);
+            EXPECT_FALSE(copy == document);
+            EXPECT_TRUE(copy != document);
+            const QVector<KVT317SettingsDetail>& items =
+                std::as_const(copy).GetKVT317SettingsDetail();
+            ASSERT_EQ(items.size(), 3);
+            EXPECT_FALSE(items.at(edited).IsThresholdSet());
+            EXPECT_EQ(items.at(edited).GetScanMemoryID(), 500 + t);
+            EXPECT_EQ(items.at(1 - edited).GetThreshold(), edited == 0 ? 15 : 10);
+            EXPECT_EQ(items.at(2).GetThreshold(), 77);
+            EXPECT_EQ(items.at(2).GetLogger(), log.logger);
+            EXPECT_EQ(copy.GetXmlString(), copyXml);
+            const KVT317_Settings again(document);
+            EXPECT_TRUE(again == document);
+
+            // The source, through const operations only.
+            const QVector<KVT317SettingsDetail>& details = document.GetKVT317SettingsDetail();
+            ASSERT_EQ(details.size(), 3);
+            EXPECT_EQ(details.at(0).GetThreshold(), 10);
+            EXPECT_EQ(details.at(1).GetThreshold(), 15);
+            EXPECT_EQ(details.at(2).GetThreshold(), 77);
+            EXPECT_EQ(details.at(edited).GetScanMemoryID(), edited == 0 ? 10 : 20);
+            EXPECT_EQ(details.at(1).GetFrequencyRange().GetStartFrequency(), 156000000.0);
+            EXPECT_EQ(details.at(0).GetLogger(), log.logger);
+            document.Check(true);
+            EXPECT_EQ(document.GetXmlString(), sourceXml);
+        }
+    });
+
+    EXPECT_EQ(shared.GetXmlString(), sourceXml);
+    for (const KVT317SettingsDetail& item : document.GetKVT317SettingsDetail()) {
+        EXPECT_EQ(item.GetLogger(), log.logger);
+        EXPECT_EQ(item.GetFrequencyRange().GetLogger(), log.logger);
+    }
+    // Each copy's check reports its reset threshold, and each write of a copy the incomplete
+    // detail; the source, complete, reports nothing.
+    EXPECT_EQ(log.counts,
+              (QMap<QString, int>{
+                  {QStringLiteral("ERROR: KVT317SettingsDetail: Please set Threshold properly."),
+                   Threads * Rounds},
+                  {QStringLiteral("WARNING: Parameters for KVT317SettingsDetail are not set "
+                                  "properly in 'KVT317_Settings'."),
                    Threads * Rounds}}));
 }

@@ -38,7 +38,7 @@ int main()
                                                "</FrequencyRange>\n");
     const QStringList expectedReports{
         QStringLiteral("ERROR: FrequencyRange: Please set StopFrequency properly.")};
-    const __int64 id = KVT317XML::FrequencyRange::GetId();
+    const qint64 id = KVT317XML::FrequencyRange::GetId();
     if (range.GetXmlString() != expectedXml || reports != expectedReports || id != 245222484) {
         std::puts("consumer: unexpected result");
         return 1;

@@ -74,7 +74,6 @@ void DiagnosticList::Add(Diagnostic diagnostic, bool early)
     diagnostic.sequence = early ? m_early++ : m_sequence++;
     if (diagnostic.level != Level::Note)
         (diagnostic.level == Level::Error ? m_errors : m_warnings)++;
-    m_origins[static_cast<int>(diagnostic.origin)]++;
     const QPair<int, QString> key(static_cast<int>(diagnostic.level), diagnostic.message);
     auto found = m_index.constFind(key);
     if (found == m_index.constEnd()) {
@@ -124,11 +123,6 @@ std::vector<DiagnosticList::Entry> DiagnosticList::Sorted() const
     return entries;
 }
 
-bool DiagnosticList::Any(Diagnostic::Origin origin) const
-{
-    return m_origins[static_cast<int>(origin)] > 0;
-}
-
 void DiagnosticList::Absorb(const DiagnosticList& other)
 {
     for (const Kind& kind : other.m_kinds) {
@@ -143,7 +137,6 @@ void DiagnosticList::Absorb(const DiagnosticList& other)
             .count += more;
         if (first.level != Level::Note)
             (first.level == Level::Error ? m_errors : m_warnings) += more;
-        m_origins[static_cast<int>(first.origin)] += more;
     }
 }
 

@@ -82,8 +82,6 @@ public:
     qint64 Count() const { return m_errors + m_warnings; }
     qint64 Errors() const { return m_errors; }
     qint64 Warnings() const { return m_warnings; }
-    // Whether any diagnostic of these origins was added.
-    bool Any(Diagnostic::Origin origin) const;
 
     // Calls `visit` with each kept diagnostic, which it may change (its place, its label).
     void ForEachKept(const std::function<void(Diagnostic&)>& visit);
@@ -104,7 +102,6 @@ private:
     qint64 m_early = std::numeric_limits<qint64>::min();
     qint64 m_errors = 0;
     qint64 m_warnings = 0;
-    qint64 m_origins[4] = {0, 0, 0, 0};
 };
 
 QString LevelName(Level level);

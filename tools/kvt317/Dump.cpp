@@ -8,11 +8,6 @@ using namespace KVT317XML;
 
 namespace {
 
-QString TagText(quint32 tag)
-{
-    return Hex32(tag);
-}
-
 // How deep an entry stands: the frame 0, its members 1, a list's items 2 and their members
 // 3, a nested record's members one more than the record.
 int Depth(const ReadPath& path)
@@ -98,15 +93,14 @@ protected:
         };
         const qint64 offset = entry.position.offset;
         const int depth = Depth(path);
-        const QString head =
-            QStringLiteral("%1 %2, length %3")
-                .arg(TagText(entry.tag),
-                     entry.member ? entry.member->name : QStringLiteral("(unknown)"))
-                .arg(entry.length);
+        const QString head = QStringLiteral("%1 %2, length %3")
+                                 .arg(Hex32(entry.tag), entry.member ? entry.member->name
+                                                                     : QStringLiteral("(unknown)"))
+                                 .arg(entry.length);
         if (!entry.member && path.isEmpty() && offset == 0 && entry.tag != 0) {
             line(0, 0,
                  QStringLiteral("frame %1 %2, length %3")
-                     .arg(TagText(entry.tag), entry.record->name)
+                     .arg(Hex32(entry.tag), entry.record->name)
                      .arg(entry.length));
         } else if (!entry.member && entry.tag == 0) {
             line(offset, depth - 1,
@@ -207,7 +201,7 @@ private:
             m_frameOpen = true;
             Begin(0);
             json.Key(QStringLiteral("tag"));
-            json.String(TagText(entry.tag));
+            json.String(Hex32(entry.tag));
             json.Key(QStringLiteral("record"));
             json.String(entry.record->name);
             json.Key(QStringLiteral("length"));
@@ -234,7 +228,7 @@ private:
         CloseTo(Containers(path));
         Begin(entry.position.offset);
         json.Key(QStringLiteral("tag"));
-        json.String(TagText(entry.tag));
+        json.String(Hex32(entry.tag));
         json.Key(QStringLiteral("member"));
         entry.member ? json.String(entry.member->name) : json.Null();
         json.Key(QStringLiteral("length"));
