@@ -1,5 +1,7 @@
 #pragma once
 
+#include "Json.h"
+
 #include <ReadObserver.h>
 #include <Record.h>
 #include <RecordDescription.h>
@@ -110,7 +112,6 @@ private:
 QString LevelName(Level level);
 
 class Channel;
-class JsonWriter;
 
 // One line of text per diagnostic: FILE:LINE:COLUMN: LEVEL: RECORD: message, and after
 // the last one listed of a kind that was cut short, FILE: ... and N more like this. The

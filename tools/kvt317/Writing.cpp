@@ -9,14 +9,27 @@
 
 using namespace KVT317XML;
 
-QByteArray Serialise(const Record& record, Form form, int level)
+std::vector<int> WriteOrder(const RecordDescription& description)
+{
+    std::vector<int> order;
+    for (const bool attributes : {true, false})
+        for (const MemberDescription& member : description.members)
+            if (member.attribute == attributes)
+                order.push_back(member.bit);
+    return order;
+}
+
+QByteArray Serialise(const Record& record, Form form, int level, const DetectedForm* encoding)
 {
     record.SetLogger(nullptr);
     switch (form) {
     case Form::Xml:
+        if (encoding)
+            return EncodeDocumentText(record.GetXmlString(), encoding->encoding,
+                                      encoding->byteOrderMark);
         return record.GetXmlString().toUtf8();
     case Form::Json:
-        return DocumentJson(record);
+        return WriteJsonDocument(record);
     case Form::Binary:
         return record.GetBinaryRepresentationAsQByteArray();
     case Form::Compressed:
@@ -32,7 +45,8 @@ std::unique_ptr<Record> ReadBack(const QByteArray& bytes, Form form, const QStri
     bool read = false;
     DiagnosticList findings;
     if (form == Form::Json) {
-        JsonRead json = ReadJsonDocument(bytes, findings);
+        Collector collector(findings);
+        JsonDocumentRead json = ReadJsonDocument(bytes, &collector);
         if (!json.record) {
             reason = json.fault;
             return nullptr;
@@ -45,8 +59,10 @@ std::unique_ptr<Record> ReadBack(const QByteArray& bytes, Form form, const QStri
         Collector collector(findings);
         ObserveReading observe(collector);
         QByteArray data = bytes;
-        read = form == Form::Xml ? record->SetXmlString(QString::fromUtf8(bytes), true)
-                                 : record->SetBinaryRepresentation(data);
+        read =
+            form == Form::Xml
+                ? record->SetXmlString(DecodeDocumentText(bytes, DetectDocumentForm(bytes)), true)
+                : record->SetBinaryRepresentation(data);
     }
     record->SetLogger(nullptr);
     if (read)
@@ -165,7 +181,10 @@ int WriteChecked(const Document& input, const Record& record, const WriteRequest
             return false;
         return diagnostic.origin != Diagnostic::Origin::XmlText || request.form == Form::Xml;
     };
-    const QByteArray bytes = Serialise(record, request.form, request.level);
+    // An edit keeps the file's text encoding and byte-order mark: UTF-16 stays UTF-16.
+    const bool keepEncoding = request.edit && request.form == input.form;
+    const QByteArray bytes =
+        Serialise(record, request.form, request.level, keepEncoding ? &input.detected : nullptr);
     QString reason;
     const std::unique_ptr<Record> back =
         ReadBack(bytes, request.form, record.GetObjectName(), reason);
