@@ -24,8 +24,9 @@ bool IRGObject::EditFile(const QString& path, const std::function<bool(IRGObject
     bool loaded = false;
     switch (found.form) {
     case DocumentForm::Json:
-        ReportDocumentFault(QStringLiteral("Cannot edit '%1': it is a JSON document, which "
-                                           "KVT317XML::EditSettingsFile() edits")
+        ReportDocumentFault(QStringLiteral("Cannot edit '%1': it is a JSON document, which the "
+                                           "record base does not read; "
+                                           "KVT317XML::ReadJsonDocument() reads it")
                                 .arg(path));
         return false;
     case DocumentForm::Xml:

@@ -12,11 +12,6 @@
 QByteArray Serialise(const KVT317XML::Record& record, Form form, int level,
                      const KVT317XML::DetectedForm* encoding = nullptr);
 
-// Reads bytes written in a form back into a new record of the type; null, with the
-// reason, when they do not read.
-std::unique_ptr<KVT317XML::Record> ReadBack(const QByteArray& bytes, Form form, const QString& type,
-                                            QString& reason);
-
 struct WriteRequest {
     QString path; // "-" for standard output
     Form form = Form::Xml;
