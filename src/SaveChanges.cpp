@@ -13,10 +13,13 @@ std::vector<SaveChange> ChangesBetween(const Record& before, const Record& after
     std::vector<SaveChange> changes;
     for (const RecordDifference& difference : CompareRecords(before, after)) {
         SaveChange change;
+        // The root's own members have no path: the root is named by its type.
+        const QString path =
+            difference.path.isEmpty() ? before.GetDescription().name : difference.path;
         if (difference.bit < 0)
             change.message = QStringLiteral("%1 would change on writing: it holds numbers with "
                                             "more decimals than are written")
-                                 .arg(difference.path);
+                                 .arg(path);
         else if (difference.onlyInA || difference.onlyInB)
             change.message =
                 QStringLiteral("%1 would be %2 on writing")
@@ -24,7 +27,7 @@ std::vector<SaveChange> ChangesBetween(const Record& before, const Record& after
                          difference.onlyInA ? QStringLiteral("dropped") : QStringLiteral("added"));
         else
             change.message = QStringLiteral("%1 would change on writing: %2 -> %3")
-                                 .arg(difference.path, difference.a, difference.b);
+                                 .arg(path, difference.a, difference.b);
         change.kind = difference.onlyInA   ? SaveChange::Kind::Dropped
                       : difference.onlyInB ? SaveChange::Kind::Added
                                            : SaveChange::Kind::ValueChanged;
