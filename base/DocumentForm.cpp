@@ -12,13 +12,13 @@ bool IsBlank(char16_t c)
 }
 
 // The code unit at `index` of a text in `encoding` (from `start`); 0 past the end.
-char16_t UnitAt(const QByteArray& bytes, qsizetype start, TextEncoding encoding, qsizetype index)
+char16_t UnitAt(const QByteArray& bytes, int start, TextEncoding encoding, int index)
 {
     if (encoding == TextEncoding::Utf8) {
-        const qsizetype at = start + index;
+        const int at = start + index;
         return at < bytes.size() ? static_cast<uchar>(bytes.at(at)) : 0;
     }
-    const qsizetype at = start + 2 * index;
+    const int at = start + 2 * index;
     if (at + 1 >= bytes.size())
         return 0;
     const auto first = static_cast<uchar>(bytes.at(at));
@@ -28,9 +28,9 @@ char16_t UnitAt(const QByteArray& bytes, qsizetype start, TextEncoding encoding,
 }
 
 // The first character after blanks, in a text of `encoding` from `start`.
-char16_t FirstCharacter(const QByteArray& bytes, qsizetype start, TextEncoding encoding)
+char16_t FirstCharacter(const QByteArray& bytes, int start, TextEncoding encoding)
 {
-    for (qsizetype i = 0;; ++i) {
+    for (int i = 0;; ++i) {
         const char16_t c = UnitAt(bytes, start, encoding, i);
         if (!IsBlank(c))
             return c;
@@ -62,7 +62,7 @@ bool LooksLikeUtf16(const QByteArray& bytes, TextEncoding encoding)
 DetectedForm DetectDocumentForm(const QByteArray& bytes)
 {
     DetectedForm detected;
-    qsizetype start = 0;
+    int start = 0;
     if (bytes.startsWith("\xFF\xFE")) {
         detected.encoding = TextEncoding::Utf16LittleEndian;
         detected.byteOrderMark = true;
@@ -163,10 +163,12 @@ QString DecodeDocumentText(const QByteArray& bytes, const DetectedForm& detected
     if (detected.encoding == TextEncoding::Utf8)
         return QString::fromUtf8(
             detected.byteOrderMark && bytes.startsWith("\xEF\xBB\xBF") ? bytes.mid(3) : bytes);
-    const qsizetype start = detected.byteOrderMark ? 2 : 0;
-    QString text((bytes.size() - start) / 2, Qt::Uninitialized);
-    for (qsizetype i = 0; i < text.size(); ++i)
-        text[i] = QChar(UnitAt(bytes, start, detected.encoding, i));
+    const int start = detected.byteOrderMark ? 2 : 0;
+    const int units = static_cast<int>((bytes.size() - start) / 2);
+    QString text(units, Qt::Uninitialized);
+    QChar* out = text.data();
+    for (int i = 0; i < units; ++i)
+        out[i] = QChar(UnitAt(bytes, start, detected.encoding, i));
     return text;
 }
 
