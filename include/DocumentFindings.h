@@ -93,7 +93,7 @@ public:
     /// A kept finding and how many like it are only counted.
     struct Entry {
         const DocumentFinding* diagnostic; ///< the finding
-        qint64 more;                    ///< identical findings after this one that are not listed
+        qint64 more; ///< identical findings after this one that are not listed
     };
     /// The kept findings in input order.
     std::vector<Entry> Sorted() const;
