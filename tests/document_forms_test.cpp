@@ -174,3 +174,16 @@ TEST(DocumentForms, EditFileRefusesJsonWithItsReason)
                                          .arg(path)));
     EXPECT_EQ(FileBytes(path), json);
 }
+
+TEST(DocumentForms, EditFileKeepsTheByteOrderMarkOfUtf8)
+{
+    QTemporaryDir dir;
+    const QByteArray utf8 = QByteArray(BearingXml).replace("UTF-16", "UTF-8");
+    const QString path = WriteFile(dir, "bearing.xml", "\xEF\xBB\xBF" + utf8);
+    BearingSettings bearing;
+    ASSERT_TRUE(bearing.EditFile(path, [&bearing](REPORTGENERATOR::IRGObject&) {
+        bearing.SetName(QStringLiteral("edited"));
+        return true;
+    }));
+    EXPECT_EQ(FileBytes(path), "\xEF\xBB\xBF" + QByteArray(EditedXml).replace("UTF-16", "UTF-8"));
+}

@@ -87,3 +87,31 @@ TEST(ModelDocumentForms, TheModelOpensEveryForm)
                       .GetBinaryRepresentationAsQByteArray());
     EXPECT_EQ(LoadSettingsDocument(binary).form, DocumentForm::Binary);
 }
+
+TEST(ModelDocumentForms, JsonFindingsArePlacedAtTheirKeys)
+{
+    QTemporaryDir dir;
+    const QString path = WriteFile(dir, "bearing.json",
+                                   "{\"BearingSettings\": {\n"
+                                   "  \"Frequency\": 2,\n"
+                                   "  \"Colour\": \"red\"\n"
+                                   "}}\n");
+    const LoadedDocument loaded = LoadSettingsDocument(path);
+    ASSERT_TRUE(loaded.record) << loaded.error.toStdString();
+    ASSERT_EQ(loaded.findings.size(), 1u);
+    const ReadFinding& finding = loaded.findings.front();
+    EXPECT_EQ(finding.kind, FindingKind::UnknownElement);
+    EXPECT_EQ(finding.position.line, 3);
+    EXPECT_EQ(finding.position.column, 3);
+    EXPECT_EQ(finding.message, QStringLiteral("unknown member 'Colour' (ignored)"));
+    EXPECT_EQ(finding.text, QStringLiteral("Colour"));
+
+    const QString broken = WriteFile(dir, "broken.json", "{\"BearingSettings\": 1}");
+    const LoadedDocument refused = LoadSettingsDocument(broken);
+    EXPECT_FALSE(refused.record);
+    EXPECT_EQ(refused.error,
+              QStringLiteral("%1:1:1: expected an object with one member, named after the record "
+                             "type (KVT317_Settings, KVT317SettingsDetail, BearingSettings, "
+                             "FrequencyRange), whose value is an object")
+                  .arg(broken));
+}
