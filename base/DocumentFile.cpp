@@ -492,30 +492,4 @@ bool IRGObject::WriteFile(const QString& path, const QByteArray& document) const
     return written;
 }
 
-bool IRGObject::EditFile(const QString& path, const std::function<bool(IRGObject&)>& edit,
-                         int waitMilliseconds)
-{
-    DocumentLock lock(path);
-    QString fault;
-    if (!lock.Acquire(waitMilliseconds, &fault)) {
-        ReportDocumentFault(fault);
-        return false;
-    }
-    QFile file(path);
-    if (!OpenForReading(&file))
-        return false;
-    const QByteArray bytes = file.peek(64);
-    qsizetype first = bytes.startsWith("\xEF\xBB\xBF") ? 3 : 0;
-    while (first < bytes.size() && QByteArrayLiteral(" \t\r\n").contains(bytes.at(first)))
-        ++first;
-    const bool xml = first < bytes.size() && bytes.at(first) == '<';
-    const bool compressed = bytes.startsWith(QByteArrayLiteral("KVTZ"));
-    if (!(xml ? LoadXml(&file) : LoadBinary(&file)))
-        return false;
-    file.close();
-    if (!edit(*this))
-        return false;
-    return xml ? SaveXml(path) : SaveBinary(path, compressed);
-}
-
 } // namespace REPORTGENERATOR

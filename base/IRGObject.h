@@ -241,7 +241,8 @@ public:
     /// @p waitMilliseconds for another holder), loads the file (XML, binary or compressed
     /// binary, by its content) in place of what the record holds, calls @p edit, and when
     /// that returns true saves the record in the file's own form (as SaveXml() and
-    /// SaveBinary() do), all before the lock is released. So edits by several programs
+    /// SaveBinary() do; XML in the encoding and with the byte-order mark it had, UTF-16 too,
+    /// see DetectDocumentForm()), all before the lock is released. So edits by several programs
     /// through the lock never undo each other. Returns false, writing nothing, when the lock
     /// cannot be taken (one ERROR report names the process that holds it), the file does not
     /// load, @p edit returns false, or the save fails. Exceptions of @p edit and of the

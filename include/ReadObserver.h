@@ -39,7 +39,8 @@ enum class FindingKind {
     ProcessingInstruction,   ///< an XML processing instruction, which no written form keeps
     TextOutsideMembers,      ///< character data between member elements; ignored
     ElementInText,           ///< an element inside a member's text; skipped with its content
-    NotXmlCharacter ///< a binary text holding a character XML cannot carry; no XML is written
+    NotXmlCharacter, ///< a binary text holding a character XML cannot carry; no XML is written
+    WrongJsonType    ///< a JSON value of a type its member cannot take; ignored
 };
 
 /// One step from a document's root to a record inside it: the member of the enclosing

@@ -4,6 +4,9 @@
 #include <FrequencyRange.h>
 #include <KVT317_Settings.h>
 #include <RecordDescription.h>
+#include <SettingsJson.h>
+
+#include <DocumentFile.h>
 
 #include <QFile>
 
@@ -11,36 +14,30 @@
 
 namespace KVT317XML {
 
-QString DocumentFormName(DocumentForm form)
-{
-    switch (form) {
-    case DocumentForm::Xml:
-        return QStringLiteral("XML");
-    case DocumentForm::Binary:
-        return QStringLiteral("binary");
-    case DocumentForm::Compressed:
-        return QStringLiteral("compressed binary");
-    }
-    return QString();
-}
-
 namespace {
 
-bool IsBlank(char c)
+// A JSON document, read through the library's JSON form.
+LoadedDocument LoadedJson(LoadedDocument document, const QByteArray& bytes)
 {
-    return c == ' ' || c == '\t' || c == '\r' || c == '\n';
-}
-
-DocumentForm FormOf(const QByteArray& bytes)
-{
-    if (bytes.startsWith("\xFF\xFE") || bytes.startsWith("\xFE\xFF"))
-        return DocumentForm::Xml; // UTF-16
-    if (bytes.startsWith("KVTZ"))
-        return DocumentForm::Compressed;
-    int i = bytes.startsWith("\xEF\xBB\xBF") ? 3 : 0;
-    while (i < bytes.size() && IsBlank(bytes.at(i)))
-        ++i;
-    return i < bytes.size() && bytes.at(i) == '<' ? DocumentForm::Xml : DocumentForm::Binary;
+    ReadFindings findings;
+    JsonDocumentRead read = ReadJsonDocument(bytes, &findings);
+    document.findings = findings.Findings();
+    if (!read.record) {
+        ReadFinding fault;
+        fault.kind = FindingKind::DocumentFault;
+        fault.position = read.faultPosition;
+        fault.message = read.fault;
+        document.findings.push_back(fault);
+        document.error = QStringLiteral("%1:%2:%3: %4")
+                             .arg(document.path)
+                             .arg(read.faultPosition.line)
+                             .arg(read.faultPosition.column)
+                             .arg(read.fault);
+        return document;
+    }
+    read.record->SetValidate(false);
+    document.record = std::move(read.record);
+    return document;
 }
 
 } // namespace
@@ -56,15 +53,14 @@ LoadedDocument LoadSettingsDocument(const QString& path)
     }
     const QByteArray bytes = file.readAll();
     file.close();
-    document.form = FormOf(bytes);
+    document.detected = DetectDocumentForm(bytes);
+    document.form = document.detected.form;
+    if (document.form == DocumentForm::Json)
+        return LoadedJson(std::move(document), bytes);
     const RecordDescription* type = nullptr;
+    QString text;
     if (document.form == DocumentForm::Xml) {
-        QString text;
-        if (bytes.startsWith("\xFF\xFE") || bytes.startsWith("\xFE\xFF"))
-            text = QString::fromUtf16(reinterpret_cast<const char16_t*>(bytes.constData() + 2),
-                                      (bytes.size() - 2) / 2);
-        else
-            text = QString::fromUtf8(bytes);
+        text = DecodeDocumentText(bytes, document.detected);
         type = XmlDocumentType(text);
     } else {
         type = BinaryDocumentType(bytes);
@@ -81,8 +77,12 @@ LoadedDocument LoadSettingsDocument(const QString& path)
     bool loaded = false;
     {
         ObserveReading observe(findings);
-        loaded =
-            document.form == DocumentForm::Xml ? record->LoadXml(path) : record->LoadBinary(&file);
+        if (document.form != DocumentForm::Xml)
+            loaded = record->LoadBinary(&file);
+        else if (document.detected.encoding == TextEncoding::Utf8)
+            loaded = record->LoadXml(path);
+        else
+            loaded = record->SetXmlString(text, true); // UTF-16, decoded above
     }
     document.findings = findings.Findings();
     if (!loaded) {
@@ -102,6 +102,8 @@ QByteArray DocumentBytes(const Record& record, DocumentForm form)
     switch (form) {
     case DocumentForm::Xml:
         return record.GetXmlString().toUtf8();
+    case DocumentForm::Json:
+        return WriteJsonDocument(record);
     case DocumentForm::Binary:
         return record.GetBinaryRepresentationAsQByteArray();
     case DocumentForm::Compressed:
@@ -125,8 +127,18 @@ std::unique_ptr<Record> LoadedBack(const RecordDescription& type, QByteArray byt
     {
         ObserveReading observe(found);
         try {
-            loaded = form == DocumentForm::Xml ? back->SetXmlString(QString::fromUtf8(bytes), true)
-                                               : back->SetBinaryRepresentation(bytes);
+            if (form == DocumentForm::Json) {
+                JsonDocumentRead read = ReadJsonDocument(bytes, &found);
+                loaded = read.record != nullptr;
+                if (loaded) {
+                    back = std::move(read.record);
+                    back->SetValidate(false);
+                }
+            } else {
+                loaded = form == DocumentForm::Xml
+                             ? back->SetXmlString(QString::fromUtf8(bytes), true)
+                             : back->SetBinaryRepresentation(bytes);
+            }
         } catch (const std::exception&) {
             loaded = false;
         }
@@ -254,9 +266,17 @@ bool SaveSettingsDocument(const Record& record, const QString& path, DocumentFor
         }));
     bool saved = false;
     try {
-        saved = form == DocumentForm::Xml
-                    ? copy->SaveXml(path)
-                    : copy->SaveBinary(path, form == DocumentForm::Compressed);
+        if (form == DocumentForm::Json) {
+            QString fault;
+            saved = REPORTGENERATOR::WriteDocumentFile(path, WriteJsonDocument(*copy), &fault,
+                                                       &out.warnings);
+            if (!saved)
+                errors.append(fault);
+        } else {
+            saved = form == DocumentForm::Xml
+                        ? copy->SaveXml(path)
+                        : copy->SaveBinary(path, form == DocumentForm::Compressed);
+        }
     } catch (const std::exception& refused) {
         out.error = QString::fromUtf8(refused.what());
         return false;

@@ -146,6 +146,8 @@ QString FindingKindName(FindingKind kind)
         return QStringLiteral("element-in-text");
     case FindingKind::NotXmlCharacter:
         return QStringLiteral("not-xml-character");
+    case FindingKind::WrongJsonType:
+        return QStringLiteral("wrong-json-type");
     }
     return QString();
 }

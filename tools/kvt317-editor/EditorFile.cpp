@@ -9,6 +9,7 @@
 #include <KVT317_Settings.h>
 #include <Logger.h>
 #include <RGException.h>
+#include <SettingsFile.h>
 
 #include <QAction>
 #include <QCryptographicHash>
@@ -272,7 +273,9 @@ EditorWindow::Written EditorWindow::WriteThroughEdit(const QString& path, QByteA
                         tr("the document has %1 fault(s) at level error").arg(rule.faults.size());
                 if (!refusal.isEmpty())
                     return false;
-                expected = DocumentBytes(*scratch, m_form);
+                // The edit keeps the file's encoding (UTF-16 stays UTF-16), as the bytes do.
+                expected = KVT317XML::SettingsDocumentBytes(*scratch,
+                                                            KVT317XML::DetectDocumentForm(bytes));
                 saving = true;
                 return true;
             },

@@ -1,10 +1,10 @@
 #include "Analysis.h"
 #include "Values.h"
 
-#include <MemberDisplay.h>
+#include <SettingsJson.h>
+#include <SettingsLint.h>
+
 #include <QHash>
-#include <QJsonArray>
-#include <QJsonDocument>
 #include <QRegularExpression>
 #include <QSet>
 
@@ -66,192 +66,6 @@ public:
 
 private:
     const QSet<QString>& m_wanted;
-};
-
-// The JSON text, walked once more with the member tables: QJsonDocument tells no positions,
-// and folds a key given twice into the last one without a word. Finds where each record,
-// item and member was given, and says which keys are given twice.
-class JsonPlaces
-{
-public:
-    JsonPlaces(const QString& text, const QSet<QString>* wanted, DiagnosticList* twice)
-        : m_text(text)
-        , m_wanted(wanted)
-        , m_twice(twice)
-        , m_lines(text)
-    {
-    }
-
-    // {"Type": {...}}: the root is where its type is named.
-    void Run(const RecordDescription& root)
-    {
-        Blank();
-        if (!Take(u'{'))
-            return;
-        Blank();
-        const Location where = At(m_pos);
-        Key();
-        Blank();
-        Take(u':');
-        ReadPath path;
-        Record(root, path, where);
-    }
-
-    QHash<QString, Location> places;
-
-private:
-    Location At(int position) const { return m_lines.At(position); }
-    QChar Peek() const { return m_pos < m_text.size() ? m_text.at(m_pos) : QChar(); }
-    bool Take(char16_t c)
-    {
-        if (Peek() != QChar(c))
-            return false;
-        ++m_pos;
-        return true;
-    }
-    void Blank()
-    {
-        while (m_pos < m_text.size() && (m_text.at(m_pos) == u' ' || m_text.at(m_pos) == u'\n' ||
-                                         m_text.at(m_pos) == u'\r' || m_text.at(m_pos) == u'\t'))
-            ++m_pos;
-    }
-    void Keep(const QString& key, const Location& where)
-    {
-        if (!m_wanted || m_wanted->contains(key))
-            places.insert(key, where);
-    }
-
-    // A string: its text, escapes resolved.
-    QString Key()
-    {
-        const int start = m_pos;
-        SkipString();
-        const QStringView raw = QStringView(m_text).mid(start + 1, m_pos - start - 2);
-        if (!raw.contains(u'\\'))
-            return raw.toString();
-        const QByteArray array = '[' + m_text.mid(start, m_pos - start).toUtf8() + ']';
-        return QJsonDocument::fromJson(array).array().at(0).toString();
-    }
-    void SkipString()
-    {
-        ++m_pos;
-        while (m_pos < m_text.size() && m_text.at(m_pos) != u'"')
-            m_pos += m_text.at(m_pos) == u'\\' ? 2 : 1;
-        ++m_pos;
-    }
-    // Any value, nested ones included.
-    void SkipValue()
-    {
-        int depth = 0;
-        do {
-            Blank();
-            const QChar c = Peek();
-            if (c.isNull())
-                return;
-            if (c == u'"') {
-                SkipString();
-            } else if (c == u'{' || c == u'[') {
-                ++depth;
-                ++m_pos;
-            } else if (c == u'}' || c == u']') {
-                --depth;
-                ++m_pos;
-            } else if (c == u',' || c == u':') {
-                ++m_pos;
-            } else {
-                while (m_pos < m_text.size() && QStringLiteral(",:]} \n\r\t").indexOf(Peek()) < 0)
-                    ++m_pos;
-            }
-        } while (depth > 0);
-    }
-
-    // A record's object; anything else is skipped, as the reader ignores it.
-    void Record(const RecordDescription& description, ReadPath& path, const Location& where)
-    {
-        Keep(::Key(path, -1), where);
-        Blank();
-        if (!Take(u'{')) {
-            SkipValue();
-            return;
-        }
-        QHash<int, Location> given;
-        for (;;) {
-            Blank();
-            if (Take(u'}'))
-                return;
-            if (Peek() != QChar(u'"'))
-                return;
-            const Location at = At(m_pos);
-            const QString key = Key();
-            Blank();
-            Take(u':');
-            Member(description, path, key, at, given);
-            Blank();
-            Take(u',');
-        }
-    }
-
-    void Member(const RecordDescription& description, ReadPath& path, const QString& key,
-                const Location& where, QHash<int, Location>& given)
-    {
-        const MemberDescription* member = description.FindName(key);
-        if (!member) {
-            Keep(::Key(path, -1, key), where);
-            SkipValue();
-            return;
-        }
-        if (m_twice && given.contains(member->bit)) {
-            const Location first = given.value(member->bit);
-            Diagnostic diagnostic;
-            diagnostic.where = where;
-            diagnostic.level = Level::Warning;
-            diagnostic.record = &description;
-            diagnostic.path = path;
-            diagnostic.bit = member->bit;
-            diagnostic.message =
-                QStringLiteral("%1 given twice (first at %2:%3); the later one wins")
-                    .arg(member->name)
-                    .arg(first.line)
-                    .arg(first.column);
-            m_twice->Add(std::move(diagnostic));
-        }
-        if (member->kind == MemberKind::Record && given.contains(member->bit)) {
-            // What the earlier one gave is gone: the later one wins.
-            ReadPath child = path;
-            child.append(ReadStep{member->bit, -1});
-            const QString prefix = ::Key(child, -1).chopped(2);
-            for (auto it = places.begin(); it != places.end();)
-                it = it.key().startsWith(prefix) ? places.erase(it) : std::next(it);
-        }
-        given.insert(member->bit, where);
-        Keep(::Key(path, member->bit), where);
-        Blank();
-        if (member->kind == MemberKind::Record) {
-            path.append(ReadStep{member->bit, -1});
-            Record(*member->nested(), path, where);
-            path.removeLast();
-        } else if (member->kind == MemberKind::RecordList && Peek() == QChar(u'[')) {
-            ++m_pos;
-            for (int item = 0;; ++item) {
-                Blank();
-                if (Peek().isNull() || Take(u']'))
-                    return;
-                path.append(ReadStep{member->bit, item});
-                Record(*member->nested(), path, At(m_pos));
-                path.removeLast();
-                Blank();
-                Take(u',');
-            }
-        } else {
-            SkipValue();
-        }
-    }
-
-    const QString& m_text;
-    const QSet<QString>* m_wanted;
-    DiagnosticList* m_twice;
-    LineIndex m_lines;
-    int m_pos = 0;
 };
 
 } // namespace
@@ -340,12 +154,10 @@ void Place(const Document& document, DiagnosticList& list)
     });
     QHash<QString, Location> places;
     if (!wanted.isEmpty()) {
+        Places entries(wanted);
         if (document.form == Form::Json) {
-            JsonPlaces json(document.text, &wanted, nullptr);
-            json.Run(*type);
-            places = std::move(json.places);
+            ReadJsonDocument(document.bytes, &entries);
         } else {
-            Places entries(wanted);
             const std::unique_ptr<Record> scratch = NewRecord(*type);
             scratch->SetLogger(nullptr);
             ObserveReading observe(entries);
@@ -355,8 +167,8 @@ void Place(const Document& document, DiagnosticList& list)
                 QByteArray bytes = document.bytes;
                 scratch->SetBinaryRepresentation(bytes);
             }
-            places = std::move(entries.m_places);
         }
+        places = std::move(entries.m_places);
     }
     list.ForEachKept([&](Diagnostic& diagnostic) {
         if (!diagnostic.where.Known() && diagnostic.record && !places.isEmpty()) {
@@ -373,96 +185,19 @@ void Place(const Document& document, DiagnosticList& list)
     });
 }
 
-namespace {
-
-// A lint warning about a member of the record at `path`.
-void Warn(Document& document, const ReadPath& path, const RecordDescription& record,
-          const QString& member, const QString& message)
-{
-    Diagnostic diagnostic;
-    diagnostic.level = Level::Warning;
-    diagnostic.origin = Diagnostic::Origin::Lint;
-    diagnostic.record = &record;
-    diagnostic.path = path;
-    diagnostic.bit = record.FindName(member) ? record.FindName(member)->bit : -1;
-    diagnostic.message = message;
-    document.diagnostics.Add(std::move(diagnostic));
-}
-
-QString Shown(const Record& record, const MemberDescription& member)
-{
-    const QString unit = MemberUnit(record.GetDescription(), member);
-    const QString text = record.MemberText(member.bit);
-    return unit == QLatin1String("Hz") ? HertzText(text, member.precision) : text;
-}
-
-// Start above stop in a frequency range, at any depth.
-void LintRanges(Document& document, const Record& record, ReadPath& path)
-{
-    const RecordDescription& description = record.GetDescription();
-    const MemberDescription* start = description.FindName(QStringLiteral("StartFrequency"));
-    const MemberDescription* stop = description.FindName(QStringLiteral("StopFrequency"));
-    if (start && stop && record.IsMemberSet(start->bit) && record.IsMemberSet(stop->bit) &&
-        record.MemberValue(start->bit).toDouble() > record.MemberValue(stop->bit).toDouble())
-        Warn(document, path, description, stop->name,
-             QStringLiteral("StartFrequency %1 lies above StopFrequency %2")
-                 .arg(Shown(record, *start), Shown(record, *stop)));
-    for (const MemberDescription& member : description.members) {
-        if (member.kind == MemberKind::Record && record.IsMemberSet(member.bit)) {
-            path.append(ReadStep{member.bit, -1});
-            LintRanges(document, *record.Child(member.bit), path);
-            path.removeLast();
-        }
-        for (int i = 0; member.kind == MemberKind::RecordList && i < record.ListSize(member.bit);
-             ++i) {
-            path.append(ReadStep{member.bit, i});
-            LintRanges(document, *record.ListItem(member.bit, i), path);
-            path.removeLast();
-        }
-    }
-}
-
-// A member that should tell the items of a list apart, given twice.
-void LintUnique(Document& document, const Record& list, const MemberDescription& items,
-                const QString& name)
-{
-    QHash<QString, int> first;
-    for (int i = 0; i < list.ListSize(items.bit); ++i) {
-        const Record& item = *list.ListItem(items.bit, i);
-        const MemberDescription* member = item.GetDescription().FindName(name);
-        if (!member || !item.IsMemberSet(member->bit))
-            continue;
-        const QString text = item.MemberText(member->bit);
-        const auto earlier = first.constFind(text);
-        if (earlier == first.constEnd()) {
-            first.insert(text, i);
-            continue;
-        }
-        const bool selects = name == QLatin1String("Name");
-        Warn(document, ReadPath{ReadStep{items.bit, i}}, item.GetDescription(), name,
-             QStringLiteral("%1 %2 is also the %1 of %3[%4]%5")
-                 .arg(name, selects ? QLatin1Char('\'') + text + QLatin1Char('\'') : text,
-                      items.name)
-                 .arg(earlier.value() + 1)
-                 .arg(selects ? QStringLiteral("; [Name=...] paths cannot tell them apart")
-                              : QString()));
-    }
-}
-
-} // namespace
-
 void Lint(Document& document)
 {
     if (!document.loaded || !document.record)
         return;
-    const Record& root = *document.record;
-    ReadPath path;
-    LintRanges(document, root, path);
-    for (const MemberDescription& member : root.GetDescription().members) {
-        if (member.kind != MemberKind::RecordList)
-            continue;
-        LintUnique(document, root, member, QStringLiteral("Name"));
-        LintUnique(document, root, member, QStringLiteral("index"));
+    for (const LintWarning& warning : LintSettings(*document.record)) {
+        Diagnostic diagnostic;
+        diagnostic.level = Level::Warning;
+        diagnostic.origin = Diagnostic::Origin::Lint;
+        diagnostic.record = warning.record;
+        diagnostic.path = warning.path;
+        diagnostic.bit = warning.member ? warning.member->bit : -1;
+        diagnostic.message = warning.message;
+        document.diagnostics.Add(std::move(diagnostic));
     }
 }
 
@@ -478,13 +213,6 @@ void Analyse(Document& document, bool keepRecord, bool lint)
     }
     if (lint)
         Lint(document);
-    const RecordDescription* type = FindDescription(document.type);
-    if (document.form == Form::Json && type && !document.text.isNull()) {
-        // Keys given twice, which QJsonDocument folds into the last one.
-        static const QSet<QString> none;
-        JsonPlaces json(document.text, &none, &document.diagnostics);
-        json.Run(*type);
-    }
     Label(document, document.diagnostics);
     if (!keepRecord)
         document.record.reset();

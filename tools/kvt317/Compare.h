@@ -1,29 +1,7 @@
 #pragma once
 
-#include <Record.h>
+// The library's comparison of records, under the names the commands use.
+#include <RecordComparison.h>
 
-#include <QString>
-
-#include <utility>
-#include <vector>
-
-// One member in which two records of one type differ.
-struct Difference {
-    std::vector<std::pair<int, int>> steps; // from the root to the record: (bit, item or -1)
-    int bit = -1;       // the member; -1 when the records differ only beyond their texts
-    QString recordPath; // "KVT317SettingsDetail[2]"
-    QString path;       // "KVT317SettingsDetail[2].Threshold"
-    QString a;          // the member's text in A, "(unset)" when it is not set
-    QString b;
-    bool onlyInA = false; // a list item that only A holds
-    bool onlyInB = false;
-    bool numeric = false; // the texts are numbers
-};
-
-// The members in which two records differ, in member order, list items paired by
-// position, or with `byName` by their Name (items without one, or whose Name the other list
-// lacks, are only in one of the two). Where the records are unequal by the library's own rule
-// but every text is the same (numbers that differ beyond the decimals written), the record
-// itself is listed.
-std::vector<Difference> CompareRecords(const KVT317XML::Record& a, const KVT317XML::Record& b,
-                                       bool byName = false);
+using Difference = KVT317XML::RecordDifference;
+using KVT317XML::CompareRecords;

@@ -1,6 +1,5 @@
 #include "Document.h"
 #include "Analysis.h"
-#include "JsonForm.h"
 #include "Output.h"
 #include "Values.h"
 
@@ -8,6 +7,7 @@
 #include <FrequencyRange.h>
 #include <KVT317SettingsDetail.h>
 #include <KVT317_Settings.h>
+#include <SettingsJson.h>
 
 #include <QFile>
 #include <QFileInfo>
@@ -27,59 +27,6 @@
 
 using namespace KVT317XML;
 using REPORTGENERATOR::LogLevel;
-
-QString FormName(Form form)
-{
-    switch (form) {
-    case Form::Xml:
-        return QStringLiteral("XML");
-    case Form::Json:
-        return QStringLiteral("JSON");
-    case Form::Binary:
-        return QStringLiteral("binary");
-    case Form::Compressed:
-        return QStringLiteral("compressed binary");
-    }
-    return QString();
-}
-
-bool FormFromOption(const QString& text, Form& form)
-{
-    static const struct {
-        const char* name;
-        Form form;
-    } forms[] = {{"xml", Form::Xml},
-                 {"json", Form::Json},
-                 {"binary", Form::Binary},
-                 {"bin", Form::Binary},
-                 {"compressed", Form::Compressed},
-                 {"binz", Form::Compressed}};
-    for (const auto& entry : forms) {
-        if (text == QLatin1String(entry.name)) {
-            form = entry.form;
-            return true;
-        }
-    }
-    return false;
-}
-
-bool FormFromFileName(const QString& path, Form& form)
-{
-    static const struct {
-        const char* ending;
-        Form form;
-    } endings[] = {{".xml", Form::Xml},
-                   {".json", Form::Json},
-                   {".bin", Form::Binary},
-                   {".binz", Form::Compressed}};
-    for (const auto& entry : endings) {
-        if (path.endsWith(QLatin1String(entry.ending), Qt::CaseInsensitive)) {
-            form = entry.form;
-            return true;
-        }
-    }
-    return false;
-}
 
 // ---- LineIndex -----------------------------------------------------------------------
 
@@ -156,22 +103,6 @@ const QByteArray Utf8Mark("\xEF\xBB\xBF");
 
 } // namespace
 
-Form DetectForm(const QByteArray& bytes)
-{
-    if (bytes.startsWith("\xFF\xFE") || bytes.startsWith("\xFE\xFF"))
-        return Form::Xml; // UTF-16
-    if (bytes.startsWith("KVTZ"))
-        return Form::Compressed;
-    int i = bytes.startsWith(Utf8Mark) ? 3 : 0;
-    while (i < bytes.size() && IsBlank(bytes.at(i)))
-        ++i;
-    if (i < bytes.size() && bytes.at(i) == '<')
-        return Form::Xml;
-    if (i < bytes.size() && (bytes.at(i) == '{' || bytes.at(i) == '['))
-        return Form::Json;
-    return Form::Binary;
-}
-
 namespace {
 
 bool IsEmpty(const QByteArray& bytes)
@@ -190,10 +121,12 @@ Location Utf8Location(const QByteArray& bytes, qint64 offset)
 bool DecodeXml(Document& document)
 {
     const QByteArray& bytes = document.bytes;
+    if (document.detected.encoding != KVT317XML::TextEncoding::Utf8) {
+        document.text = KVT317XML::DecodeDocumentText(bytes, document.detected);
+        return true;
+    }
     QString encoding;
-    if (bytes.startsWith("\xFF\xFE") || bytes.startsWith("\xFE\xFF")) {
-        encoding = QStringLiteral("UTF-16");
-    } else {
+    {
         static const QRegularExpression declaration(
             QStringLiteral("^\\s*<\\?xml[^>]*encoding\\s*=\\s*[\"']([A-Za-z0-9._-]+)[\"']"));
         const QRegularExpressionMatch match =
@@ -264,9 +197,11 @@ void LoadXml(Document& document)
 void LoadJson(Document& document)
 {
     document.text = QString::fromUtf8(document.bytes);
-    JsonRead read = ReadJsonDocument(document.bytes, document.diagnostics);
+    Collector collector(document.diagnostics);
+    JsonDocumentRead read = ReadJsonDocument(document.bytes, &collector);
     if (!read.record) {
-        document.fault = Utf8Location(document.bytes, read.faultOffset);
+        document.fault = {read.faultPosition.offset, static_cast<int>(read.faultPosition.line),
+                          static_cast<int>(read.faultPosition.column)};
         document.diagnostics.Add(document.fault, Level::Error, read.fault);
         return;
     }
@@ -322,7 +257,8 @@ std::unique_ptr<Document> LoadDocument(const QString& path)
                                                  "document in XML, JSON or binary form"));
         return document;
     }
-    document->form = DetectForm(document->bytes);
+    document->detected = DetectDocumentForm(document->bytes);
+    document->form = document->detected.form;
     switch (document->form) {
     case Form::Xml:
         LoadXml(*document);

@@ -3,6 +3,7 @@
 #include "Diagnostics.h"
 
 #include <Record.h>
+#include <SettingsFile.h>
 
 #include <QByteArray>
 #include <QString>
@@ -11,12 +12,21 @@
 #include <utility>
 #include <vector>
 
-// The forms a document takes. The JSON form is the tool's own (see Tree.h).
-enum class Form { Xml, Json, Binary, Compressed };
+// The forms a document takes, as the library tells and names them.
+using Form = KVT317XML::DocumentForm;
 
-QString FormName(Form form); // "XML", "JSON", "binary", "compressed binary"
-bool FormFromOption(const QString& text, Form& form); // xml, json, binary (bin), compressed (binz)
-bool FormFromFileName(const QString& path, Form& form); // .xml, .json, .bin, .binz
+inline QString FormName(Form form)
+{
+    return KVT317XML::DocumentFormName(form);
+}
+inline bool FormFromOption(const QString& text, Form& form)
+{
+    return KVT317XML::DocumentFormFromName(text, form);
+}
+inline bool FormFromFileName(const QString& path, Form& form)
+{
+    return KVT317XML::DocumentFormFromFileName(path, form);
+}
 
 // One input of the tool: its bytes, its form and record type, and the record the library
 // loaded from it with validation off, together with every finding of the load.
@@ -26,6 +36,7 @@ struct Document {
     QByteArray bytes;
     QString text; // XML and JSON: the decoded text
     Form form = Form::Xml;
+    KVT317XML::DetectedForm detected; // the form with its text encoding, kept by an edit
     QString type;
     std::unique_ptr<KVT317XML::Record> record;
     bool readable = false;
@@ -39,10 +50,6 @@ struct Document {
     Location fault; // where loading failed
     bool analysed = false;
 };
-
-// The form of a document by its first bytes: '<' (after blanks or a byte-order mark) XML,
-// '{' or '[' JSON, "KVTZ" compressed binary; anything else is taken as a binary frame.
-Form DetectForm(const QByteArray& bytes);
 
 // Reads and loads one input. A file that cannot be read leaves readable false.
 std::unique_ptr<Document> LoadDocument(const QString& path);

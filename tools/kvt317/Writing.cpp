@@ -1,95 +1,57 @@
 #include "Writing.h"
 #include "Analysis.h"
-#include "Compare.h"
 #include "JsonForm.h"
+
 #include "Output.h"
+#include <SaveChanges.h>
 
 #include <QHash>
 #include <QRegularExpression>
 
 using namespace KVT317XML;
 
-QByteArray Serialise(const Record& record, Form form, int level)
+std::vector<int> WriteOrder(const RecordDescription& description)
 {
-    record.SetLogger(nullptr);
-    switch (form) {
-    case Form::Xml:
-        return record.GetXmlString().toUtf8();
-    case Form::Json:
-        return DocumentJson(record);
-    case Form::Binary:
-        return record.GetBinaryRepresentationAsQByteArray();
-    case Form::Compressed:
-        return record.GetCompressedBinaryRepresentationAsQByteArray(level);
-    }
-    return QByteArray();
+    std::vector<int> order;
+    for (const bool attributes : {true, false})
+        for (const MemberDescription& member : description.members)
+            if (member.attribute == attributes)
+                order.push_back(member.bit);
+    return order;
 }
 
-std::unique_ptr<Record> ReadBack(const QByteArray& bytes, Form form, const QString& type,
-                                 QString& reason)
+QByteArray Serialise(const Record& record, Form form, int level, const DetectedForm* encoding)
 {
-    std::unique_ptr<Record> record;
-    bool read = false;
-    DiagnosticList findings;
-    if (form == Form::Json) {
-        JsonRead json = ReadJsonDocument(bytes, findings);
-        if (!json.record) {
-            reason = json.fault;
-            return nullptr;
-        }
-        record = std::move(json.record);
-        read = findings.Errors() == 0;
-    } else {
-        record = NewRecord(*FindDescription(type));
-        record->SetLogger(nullptr);
-        Collector collector(findings);
-        ObserveReading observe(collector);
-        QByteArray data = bytes;
-        read = form == Form::Xml ? record->SetXmlString(QString::fromUtf8(bytes), true)
-                                 : record->SetBinaryRepresentation(data);
+    record.SetLogger(nullptr);
+    DetectedForm target;
+    target.form = form;
+    if (encoding) {
+        target.encoding = encoding->encoding;
+        target.byteOrderMark = encoding->byteOrderMark;
     }
-    record->SetLogger(nullptr);
-    if (read)
-        return record;
-    for (const DiagnosticList::Entry& entry : findings.Sorted())
-        if (entry.diagnostic->level == Level::Error && reason.isNull())
-            reason = entry.diagnostic->message;
-    return nullptr;
+    return SettingsDocumentBytes(record, target, level);
 }
 
 namespace {
 
-// Adds the differences between two records as findings, placed in the input where its
-// places still fit.
-void AddChanges(const Document& input, const Record& a, const Record& b, bool locatable,
+// Adds what a save would change as findings, placed in the input where its places still fit.
+void AddChanges(const Document& input, const std::vector<SaveChange>& changes, bool locatable,
                 const std::function<bool(const QString&, int)>& changed, DiagnosticList& out)
 {
     DiagnosticList found;
-    for (const Difference& difference : CompareRecords(a, b)) {
-        if (changed && changed(difference.recordPath, difference.bit))
+    for (const SaveChange& change : changes) {
+        const int bit = change.member ? change.member->bit : -1;
+        if (changed && input.record &&
+            changed(PathText(input.record->GetDescription(), change.path), bit))
             continue;
         Diagnostic diagnostic;
         diagnostic.level = Level::Error;
-        if (difference.bit < 0)
-            diagnostic.message = QStringLiteral("%1 would change on writing: it holds numbers "
-                                                "with more decimals than are written")
-                                     .arg(difference.path);
-        else if (difference.onlyInA || difference.onlyInB)
-            diagnostic.message =
-                QStringLiteral("%1 would be %2 on writing")
-                    .arg(difference.path, difference.onlyInA ? "dropped" : "added");
-        else
-            diagnostic.message = QStringLiteral("%1 would change on writing: %2 -> %3")
-                                     .arg(difference.path, difference.a, difference.b);
+        diagnostic.message = change.message;
         if (locatable) {
-            // The record the difference is in, for its place; the message names it already.
-            const RecordDescription* record = &a.GetDescription();
-            for (const auto& [bit, item] : difference.steps) {
-                diagnostic.path.append(ReadStep{bit, item});
-                record = record->members[static_cast<std::size_t>(bit)].nested();
-            }
-            diagnostic.record = record;
-            diagnostic.bit = difference.bit;
+            // The record the change is in, for its place; the message names it already.
+            diagnostic.path = change.path;
+            diagnostic.record = change.record;
+            diagnostic.bit = bit;
         }
         found.Add(std::move(diagnostic));
     }
@@ -165,16 +127,21 @@ int WriteChecked(const Document& input, const Record& record, const WriteRequest
             return false;
         return diagnostic.origin != Diagnostic::Origin::XmlText || request.form == Form::Xml;
     };
-    const QByteArray bytes = Serialise(record, request.form, request.level);
-    QString reason;
-    const std::unique_ptr<Record> back =
-        ReadBack(bytes, request.form, record.GetObjectName(), reason);
+    // An edit keeps the file's text encoding and byte-order mark: UTF-16 stays UTF-16.
+    DetectedForm written;
+    written.form = request.form;
+    if (request.edit && request.form == input.form)
+        written = input.detected;
+    record.SetLogger(nullptr);
+    const SavePlan plan = PlanSave(record, written, {}, request.level);
+    const QByteArray& bytes = plan.bytes;
 
     DiagnosticList changes;
     if (request.before)
-        AddChanges(input, *request.before, record, request.locatable, request.changed, changes);
-    if (back)
-        AddChanges(input, record, *back, request.locatable, nullptr, changes);
+        AddChanges(input, ChangesBetween(*request.before, record), request.locatable,
+                   request.changed, changes);
+    if (plan.refusal.isEmpty())
+        AddChanges(input, plan.changes, request.locatable, nullptr, changes);
 
     // An edit lists what stops it and what it brings; the faults that were there already,
     // and stay, are counted, not listed on every edit.
@@ -215,9 +182,8 @@ int WriteChecked(const Document& input, const Record& record, const WriteRequest
 
     const QString output =
         request.path == QLatin1String("-") ? QStringLiteral("<stdout>") : request.path;
-    if (!back) {
-        Err() << "kvt317: " << output << " not written: the " << FormName(request.form)
-              << " written would not read back: " << reason << '\n';
+    if (!plan.refusal.isEmpty()) {
+        Err() << "kvt317: " << output << " not written: " << plan.refusal << '\n';
         return Faults;
     }
     const qint64 uncarried = Count(input.diagnostics, [&](const Diagnostic& diagnostic) {

@@ -8,12 +8,9 @@
 
 // The bytes of a record in a form. The record's logger is silenced: what writing would
 // report, the check of the document has already said.
-QByteArray Serialise(const KVT317XML::Record& record, Form form, int level);
-
-// Reads bytes written in a form back into a new record of the type; null, with the
-// reason, when they do not read.
-std::unique_ptr<KVT317XML::Record> ReadBack(const QByteArray& bytes, Form form, const QString& type,
-                                            QString& reason);
+// XML goes out in UTF-8 unless `encoding` gives the encoding and byte-order mark to keep.
+QByteArray Serialise(const KVT317XML::Record& record, Form form, int level,
+                     const KVT317XML::DetectedForm* encoding = nullptr);
 
 struct WriteRequest {
     QString path; // "-" for standard output

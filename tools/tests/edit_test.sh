@@ -114,6 +114,23 @@ TEXT
 run "set as a filter" 0 kvt317 set - DFMode Cont <examples/bearing-settings.xml
 sed -n 6p out >line
 same line <<<"  <DFMode>Cont</DFMode>"
+# A UTF-16 file stays UTF-16, in its byte order and with its byte-order mark or without.
+sed 's/encoding="UTF-8"/encoding="UTF-16"/' examples/bearing-settings.xml >b16.txt
+sed 's|<DFMode>Gate</DFMode>|<DFMode>Cont</DFMode>|' b16.txt >b16-edited.txt
+for order in LE BE; do
+    for mark in with without; do
+        printf '' >b16.xml
+        printf '' >b16-expected.xml
+        if [ $mark = with ]; then
+            [ $order = LE ] && printf '\xff\xfe' | tee b16.xml >b16-expected.xml
+            [ $order = BE ] && printf '\xfe\xff' | tee b16.xml >b16-expected.xml
+        fi
+        iconv -f UTF-8 -t UTF-16$order b16.txt >>b16.xml
+        iconv -f UTF-8 -t UTF-16$order b16-edited.txt >>b16-expected.xml
+        run "set UTF-16$order $mark mark" 0 kvt317 set b16.xml DFMode Cont
+        same_file "UTF-16$order $mark mark kept" b16.xml b16-expected.xml
+    done
+done
 
 # A document with a fault: set refuses unless the command itself mends it.
 sed 's|<Threshold>15</Threshold>|<Threshold>fifteen</Threshold>|' examples/settings.xml >t.xml

@@ -1,6 +1,6 @@
-#include "Compare.h"
+#include "RecordComparison.h"
 
-using namespace KVT317XML;
+namespace KVT317XML {
 
 namespace {
 
@@ -60,12 +60,12 @@ int FindByName(const Record& record, int bit, const QString& name, std::vector<b
 }
 
 void Compare(const Record& a, const Record& b, std::vector<std::pair<int, int>>& steps,
-             const QString& path, bool byName, std::vector<Difference>& out)
+             const QString& path, bool byName, std::vector<RecordDifference>& out)
 {
     const std::size_t before = out.size();
     const auto add = [&](int bit, const QString& where, const QString& textA,
                          const QString& textB) {
-        Difference difference;
+        RecordDifference difference;
         difference.steps = steps;
         difference.bit = bit;
         difference.recordPath = path;
@@ -152,10 +152,12 @@ void Compare(const Record& a, const Record& b, std::vector<std::pair<int, int>>&
 
 } // namespace
 
-std::vector<Difference> CompareRecords(const Record& a, const Record& b, bool byName)
+std::vector<RecordDifference> CompareRecords(const Record& a, const Record& b, bool byName)
 {
-    std::vector<Difference> out;
+    std::vector<RecordDifference> out;
     std::vector<std::pair<int, int>> steps;
     Compare(a, b, steps, QString(), byName, out);
     return out;
 }
+
+} // namespace KVT317XML

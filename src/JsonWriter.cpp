@@ -1,6 +1,8 @@
-#include "Json.h"
+#include "JsonWriter.h"
 
 #include <QRegularExpression>
+
+namespace KVT317XML {
 
 void JsonWriter::BeforeValue()
 {
@@ -162,3 +164,5 @@ bool IsJsonNumber(const QString& text)
         QStringLiteral("^-?(0|[1-9][0-9]*)(\\.[0-9]+)?([eE][+-]?[0-9]+)?$"));
     return number.match(text).hasMatch();
 }
+
+} // namespace KVT317XML

@@ -1,9 +1,9 @@
-#include "Paths.h"
-#include "Values.h"
+#include "MemberPath.h"
+#include "NameSuggestion.h"
 
-using namespace KVT317XML;
+namespace KVT317XML {
 
-const MemberDescription& Target::Member() const
+const MemberDescription& MemberTarget::Member() const
 {
     return record->GetDescription().members[static_cast<std::size_t>(bit)];
 }
@@ -23,6 +23,29 @@ struct Segment {
 QString AtFault(const QString& text, int at)
 {
     return QStringLiteral("'%1' (column %2)").arg(text.at(at)).arg(at + 1);
+}
+
+// The member's kind in words, as the tool's member list shows it.
+QString KindWords(const MemberDescription& member)
+{
+    switch (member.kind) {
+    case MemberKind::Integer:
+        return QStringLiteral("whole number");
+    case MemberKind::Float:
+    case MemberKind::Double:
+        return QStringLiteral("number, %1 decimals").arg(member.precision);
+    case MemberKind::Text:
+        return QStringLiteral("text");
+    case MemberKind::DateTime:
+        return QStringLiteral("date-time");
+    case MemberKind::Enumeration:
+        return QStringLiteral("enumeration");
+    case MemberKind::Record:
+        return QStringLiteral("record ") + member.nested()->name;
+    case MemberKind::RecordList:
+        return QStringLiteral("list of ") + member.nested()->name;
+    }
+    return QString();
 }
 
 bool IsNameCharacter(QChar c)
@@ -149,7 +172,8 @@ QString SelectItem(const Record& record, int bit, const Segment& segment, const 
 
 } // namespace
 
-QString Resolve(Record& root, const QString& path, bool create, Target& target, bool* notSet)
+QString ResolveMemberPath(Record& root, const QString& path, bool create, MemberTarget& target,
+                          bool* notSet)
 {
     if (notSet)
         *notSet = false;
@@ -169,7 +193,7 @@ QString Resolve(Record& root, const QString& path, bool create, Target& target, 
             QStringList names;
             for (const MemberDescription& candidate : description.members)
                 names.append(candidate.name);
-            const QString suggestion = Suggestion(segment.name, names);
+            const QString suggestion = ClosestName(segment.name, names);
             return QStringLiteral("%1 has no member '%2'%3")
                 .arg(recordPath.isEmpty() ? description.name : recordPath, segment.name,
                      suggestion.isNull() ? QString()
@@ -202,7 +226,7 @@ QString Resolve(Record& root, const QString& path, bool create, Target& target, 
                 .arg(memberPath);
         if (member->kind != MemberKind::Record)
             return QStringLiteral("%1 is a %2; nothing follows it in a path")
-                .arg(memberPath, KindName(*member));
+                .arg(memberPath, KindWords(*member));
         if (!record->IsMemberSet(member->bit)) {
             if (!create) {
                 if (notSet)
@@ -218,13 +242,13 @@ QString Resolve(Record& root, const QString& path, bool create, Target& target, 
     return QString();
 }
 
-QStringList Expand(Record& root, const QString& path, QString& error)
+QStringList ExpandMemberPath(Record& root, const QString& path, QString& error)
 {
     const int all = path.indexOf(QLatin1String("[*]"));
     if (all < 0)
         return {path};
-    Target list;
-    error = Resolve(root, path.left(all), false, list);
+    MemberTarget list;
+    error = ResolveMemberPath(root, path.left(all), false, list);
     if (!error.isEmpty())
         return {};
     if (list.Member().kind != MemberKind::RecordList || list.item >= 0) {
@@ -234,10 +258,12 @@ QStringList Expand(Record& root, const QString& path, QString& error)
     QStringList paths;
     const int size = list.record->IsMemberSet(list.bit) ? list.record->ListSize(list.bit) : 0;
     for (int i = 1; i <= size; ++i) {
-        paths +=
-            Expand(root, path.left(all) + QStringLiteral("[%1]").arg(i) + path.mid(all + 3), error);
+        paths += ExpandMemberPath(
+            root, path.left(all) + QStringLiteral("[%1]").arg(i) + path.mid(all + 3), error);
         if (!error.isEmpty())
             return {};
     }
     return paths;
 }
+
+} // namespace KVT317XML

@@ -1,7 +1,7 @@
-#include "JsonForm.h"
-#include "Analysis.h"
-#include "Json.h"
-#include "Values.h"
+#include "SettingsJson.h"
+#include "JsonPlaces.h"
+#include "JsonWriter.h"
+#include "NameSuggestion.h"
 
 #include <QJsonArray>
 #include <QJsonDocument>
@@ -11,8 +11,12 @@
 
 #include <cmath>
 
-using namespace KVT317XML;
+namespace KVT317XML {
 
+namespace {
+
+// The bits of a record's members in the order XML and binary carry them: attributes
+// first, then the others, each in member order.
 std::vector<int> WriteOrder(const RecordDescription& description)
 {
     std::vector<int> order;
@@ -22,6 +26,8 @@ std::vector<int> WriteOrder(const RecordDescription& description)
                 order.push_back(member.bit);
     return order;
 }
+
+} // namespace
 
 void WriteRecordJson(JsonWriter& json, const Record& record)
 {
@@ -64,7 +70,7 @@ void WriteRecordJson(JsonWriter& json, const Record& record)
     json.EndObject();
 }
 
-QByteArray DocumentJson(const Record& record)
+QByteArray WriteJsonDocument(const Record& record)
 {
     JsonWriter json;
     json.BeginObject();
@@ -100,10 +106,10 @@ QString JsonTypeName(const QJsonValue& value)
 class JsonReader
 {
 public:
-    explicit JsonReader(DiagnosticList& findings)
-        : m_findings(findings)
-        , m_collector(findings)
-        , m_observe(m_collector)
+    JsonReader(const JsonPlaces& places, ReadObserver* observer)
+        : m_places(places)
+        , m_observer(observer)
+        , m_forward([this](const ReadFinding& finding) { Forward(finding); })
     {
     }
 
@@ -116,8 +122,8 @@ public:
                 QStringList names;
                 for (const MemberDescription& candidate : description.members)
                     names.append(candidate.name);
-                const QString suggestion = Suggestion(it.key(), names);
-                Find(description, -1,
+                const QString suggestion = ClosestName(it.key(), names);
+                Find(description, nullptr, FindingKind::UnknownElement,
                      QStringLiteral("unknown member '%1' (ignored)%2")
                          .arg(it.key(),
                               suggestion.isNull()
@@ -139,17 +145,34 @@ private:
         record.SetMemberText(bit, text);
     }
     // What the library says next is about this record.
-    void Within(const Record& record)
+    void Within(const Record& record) { m_record = &record.GetDescription(); }
+
+    // A report of the library while the record at the current path is built.
+    void Forward(const ReadFinding& finding)
     {
-        m_collector.base = m_path;
-        m_collector.baseRecord = &record.GetDescription();
+        if (!m_observer)
+            return;
+        ReadFinding placed = finding;
+        placed.path = m_path + finding.path;
+        if (!placed.record)
+            placed.record = m_record;
+        if (!placed.position.IsKnown())
+            placed.position = Place(placed.path, placed.member);
+        m_observer->Found(placed);
+    }
+
+    // Where the member (or the record, without one) stands in the text.
+    ReadPosition Place(const ReadPath& path, const MemberDescription* member) const
+    {
+        const ReadPosition at = member ? m_places.At(path, member->bit) : ReadPosition();
+        return at.IsKnown() ? at : m_places.At(path, -1);
     }
 
     void Member(Record& record, const MemberDescription& member, const QJsonValue& value)
     {
         const RecordDescription& description = record.GetDescription();
         const auto expected = [&](const char* what) {
-            Find(description, member.bit,
+            Find(description, &member, FindingKind::WrongJsonType,
                  QStringLiteral("%1: expected %2, found %3 (ignored)")
                      .arg(member.name, QLatin1String(what), JsonTypeName(value)));
         };
@@ -159,7 +182,7 @@ private:
             if (!value.isDouble())
                 return expected("a whole number");
             if (std::trunc(number) != number || std::fabs(number) >= 9.2e18)
-                return Find(description, member.bit,
+                return Find(description, &member, FindingKind::WrongJsonType,
                             QStringLiteral("%1: %2 is not a whole number (ignored)")
                                 .arg(member.name,
                                      QString::number(number, 'g', QLocale::FloatingPointShortest)));
@@ -208,7 +231,7 @@ private:
                 // An item that is no object stays in the list, empty, so that the items
                 // after it keep their positions.
                 if (!items.at(i).isObject())
-                    Find(*member.nested(), -1,
+                    Find(*member.nested(), nullptr, FindingKind::WrongJsonType,
                          QStringLiteral("expected an object, found %1 (read as an empty item)")
                              .arg(JsonTypeName(items.at(i))));
                 Read(items.at(i).toObject(), *item);
@@ -221,34 +244,53 @@ private:
         }
     }
 
-    void Find(const RecordDescription& record, int bit, const QString& message,
-              const QString& unknownKey = QString())
+    void Find(const RecordDescription& record, const MemberDescription* member, FindingKind kind,
+              const QString& message, const QString& unknownKey = QString())
     {
-        Diagnostic diagnostic;
-        diagnostic.record = &record;
-        diagnostic.path = m_path;
-        diagnostic.bit = bit;
-        diagnostic.message = message;
-        diagnostic.key = unknownKey;
-        m_findings.Add(std::move(diagnostic));
+        if (!m_observer)
+            return;
+        ReadFinding finding;
+        finding.kind = kind;
+        finding.record = &record;
+        finding.path = m_path;
+        finding.member = member;
+        finding.message = message;
+        finding.text = unknownKey;
+        const ReadPosition key =
+            unknownKey.isNull() ? ReadPosition() : m_places.At(m_path, -1, unknownKey);
+        finding.position = key.IsKnown() ? key : Place(m_path, member);
+        m_observer->Found(finding);
     }
 
-    DiagnosticList& m_findings;
-    Collector m_collector;
-    ObserveReading m_observe;
+    const JsonPlaces& m_places;
+    ReadObserver* m_observer;
+    ObserveReading m_forward;
     ReadPath m_path;
+    const RecordDescription* m_record = nullptr;
 };
+
+const RecordDescription* FindType(const QString& name)
+{
+    for (const RecordDescription* description : AllRecordDescriptions())
+        if (description->name == name)
+            return description;
+    return nullptr;
+}
 
 } // namespace
 
-JsonRead ReadJsonDocument(const QByteArray& bytes, DiagnosticList& findings)
+JsonDocumentRead ReadJsonDocument(const QByteArray& bytes, ReadObserver* observer)
 {
-    JsonRead read;
+    JsonDocumentRead read;
+    const QString text = QString::fromUtf8(bytes);
+    JsonPlaces places(text, nullptr);
     QJsonParseError error;
     const QJsonDocument document = QJsonDocument::fromJson(bytes, &error);
     if (error.error != QJsonParseError::NoError) {
         read.fault = error.errorString();
         read.faultOffset = error.offset;
+        const QString before = QString::fromUtf8(bytes.left(error.offset));
+        read.faultPosition = JsonPlaces(before, nullptr).PositionOf(before.size());
         return read;
     }
     QStringList types;
@@ -256,16 +298,26 @@ JsonRead ReadJsonDocument(const QByteArray& bytes, DiagnosticList& findings)
         types.append(description->name);
     const QJsonObject top = document.object();
     const RecordDescription* description =
-        document.isObject() && top.size() == 1 ? FindDescription(top.begin().key()) : nullptr;
+        document.isObject() && top.size() == 1 ? FindType(top.begin().key()) : nullptr;
     if (!description || !top.begin().value().isObject()) {
         read.fault = QStringLiteral("expected an object with one member, named after the record "
                                     "type (%1), whose value is an object")
                          .arg(types.join(QStringLiteral(", ")));
+        read.faultPosition = places.PositionOf(0);
         return read;
     }
+    JsonPlaces walk(text, observer);
+    walk.Run(*description);
     read.record = NewRecord(*description);
     read.record->SetLogger(nullptr); // every report is a finding
-    JsonReader reader(findings);
-    reader.Read(top.begin().value().toObject(), *read.record);
+    {
+        JsonReader reader(walk, observer);
+        reader.Read(top.begin().value().toObject(), *read.record);
+    }
+    if (observer)
+        for (const ReadFinding& twice : walk.GivenTwice())
+            observer->Found(twice);
     return read;
 }
+
+} // namespace KVT317XML
