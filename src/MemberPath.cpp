@@ -25,29 +25,6 @@ QString AtFault(const QString& text, int at)
     return QStringLiteral("'%1' (column %2)").arg(text.at(at)).arg(at + 1);
 }
 
-// The member's kind in words, as the tool's member list shows it.
-QString KindWords(const MemberDescription& member)
-{
-    switch (member.kind) {
-    case MemberKind::Integer:
-        return QStringLiteral("whole number");
-    case MemberKind::Float:
-    case MemberKind::Double:
-        return QStringLiteral("number, %1 decimals").arg(member.precision);
-    case MemberKind::Text:
-        return QStringLiteral("text");
-    case MemberKind::DateTime:
-        return QStringLiteral("date-time");
-    case MemberKind::Enumeration:
-        return QStringLiteral("enumeration");
-    case MemberKind::Record:
-        return QStringLiteral("record ") + member.nested()->name;
-    case MemberKind::RecordList:
-        return QStringLiteral("list of ") + member.nested()->name;
-    }
-    return QString();
-}
-
 bool IsNameCharacter(QChar c)
 {
     return c.isLetterOrNumber() || c == QLatin1Char('_');
@@ -226,7 +203,7 @@ QString ResolveMemberPath(Record& root, const QString& path, bool create, Member
                 .arg(memberPath);
         if (member->kind != MemberKind::Record)
             return QStringLiteral("%1 is a %2; nothing follows it in a path")
-                .arg(memberPath, KindWords(*member));
+                .arg(memberPath, member->kindName);
         if (!record->IsMemberSet(member->bit)) {
             if (!create) {
                 if (notSet)

@@ -13,58 +13,31 @@
 
 namespace KVT317XML {
 
-namespace {
-
-// The bits of a record's members in the order XML and binary carry them: attributes
-// first, then the others, each in member order.
-std::vector<int> WriteOrder(const RecordDescription& description)
-{
-    std::vector<int> order;
-    for (const bool attributes : {true, false})
-        for (const MemberDescription& member : description.members)
-            if (member.attribute == attributes)
-                order.push_back(member.bit);
-    return order;
-}
-
-} // namespace
-
 void WriteRecordJson(JsonWriter& json, const Record& record)
 {
     const RecordDescription& description = record.GetDescription();
     json.BeginObject();
-    for (const int bit : WriteOrder(description)) {
+    for (const int bit : description.writeOrder) {
         if (!record.IsMemberSet(bit))
             continue;
         const MemberDescription& member = description.members[bit];
+        const MemberKindOperations& kind = *member.operations;
         json.Key(member.name);
-        switch (member.kind) {
-        case MemberKind::Record:
+        if (kind.record) {
             WriteRecordJson(json, *record.Child(bit));
-            break;
-        case MemberKind::RecordList:
+        } else if (kind.list) {
             json.BeginArray();
             for (int i = 0; i < record.ListSize(bit); ++i)
                 WriteRecordJson(json, *record.ListItem(bit, i));
             json.EndArray();
-            break;
-        case MemberKind::Integer:
-        case MemberKind::Float:
-        case MemberKind::Double: {
+        } else {
             const QString text = record.MemberText(bit);
-            IsJsonNumber(text) ? json.RawNumber(text) : json.String(text);
-            break;
-        }
-        case MemberKind::Text:
-            json.String(record.MemberText(bit));
-            break;
-        case MemberKind::Enumeration:
-        case MemberKind::DateTime: {
-            // An invalid enumerator and a null date-time have no text; XML writes them empty.
-            const QString text = record.MemberText(bit);
-            json.String(text.isNull() ? QStringLiteral("") : text);
-            break;
-        }
+            if (kind.number && IsJsonNumber(text))
+                json.RawNumber(text);
+            else if (kind.text)
+                json.String(text);
+            else // an invalid enumerator and a null date-time have no text; XML writes them empty
+                json.String(text.isNull() ? QStringLiteral("") : text);
         }
     }
     json.EndObject();

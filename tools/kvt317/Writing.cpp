@@ -10,16 +10,6 @@
 
 using namespace KVT317XML;
 
-std::vector<int> WriteOrder(const RecordDescription& description)
-{
-    std::vector<int> order;
-    for (const bool attributes : {true, false})
-        for (const MemberDescription& member : description.members)
-            if (member.attribute == attributes)
-                order.push_back(member.bit);
-    return order;
-}
-
 QByteArray Serialise(const Record& record, Form form, int level, const DetectedForm* encoding)
 {
     record.SetLogger(nullptr);
