@@ -177,14 +177,23 @@ bool Record::HoldAlready(quint8 settings) const
 
 // After taking another record's storage (copy or assignment) the held records read this
 // record's settings; where they already hold them, nothing is pending.
-void Record::FollowSharedStorage(const Record& other)
+void Record::FollowSharedStorage(const Record& other, bool fresh)
 {
-    m_down = other.m_down;
-    m_down.pending = 0;
+    if (m_type.children.empty())
+        return;
+    Down down = other.m_down;
+    down.pending = 0;
     if (!(other.m_down.held & DownValidate) || other.m_down.pending & DownValidate)
-        m_down.held &= ~DownValidate;
+        down.held &= ~DownValidate;
     if (!(other.m_down.held & DownLogger) || other.m_down.pending & DownLogger)
-        m_down.held &= ~DownLogger;
+        down.held &= ~DownLogger;
+    m_down = down;
+    // A record under construction reports with nothing but its own settings.
+    if (fresh) {
+        if (HasStorage())
+            MarkPending();
+        return;
+    }
     PassDown();
 }
 

@@ -48,8 +48,11 @@ struct StorageBlock : public QSharedData {
 
     quint32 isSet = 0; // bit i: member i is set
     // A reference into this block was handed out (a non-const getter): it must never be
-    // seen through another record, so copies of the record copy the block at once.
-    bool lent = false;
+    // seen through another record, so copies of the record copy the block at once. A
+    // reference to a list's items (LentItems) reaches the items' objects, which a copy of
+    // the block still shares: then a copy copies the items too.
+    enum : quint8 { LentBlock = 1, LentItems = 2 };
+    quint8 lent = 0;
     // The storage of a child record that has none of its own yet: read like a fresh one,
     // never written, and counted as no storage at all.
     bool virgin = false;
@@ -212,6 +215,7 @@ struct RecordType {
     }
     int BitOfTag(quint32 tag) const { return bitsByTag[SlotOfTag(tag)]; }
     std::ptrdiff_t valueOffsets[32] = {};
+    quint32 enumerationSizes[32] = {}; // the number of names of each enumeration member
     QSharedDataPointer<StorageBlock> prototype; // a fresh record's storage
     QSharedDataPointer<StorageBlock> virgin;    // the same, marked as no storage
 };
