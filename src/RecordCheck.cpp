@@ -79,14 +79,12 @@ void Record::Check(bool noThrow) const
         const MemberDescription& member = row.description;
         const void* value = reinterpret_cast<const char*>(&block) + row.valueOffset;
         if (row.asRecord) {
-            CheckHeld(context, member, -1, RecordAt(row, value, 0), noThrow, validate,
-                      logger);
+            CheckHeld(context, member, -1, RecordAt(row, value, 0), noThrow, validate, logger);
         } else if (row.list) {
             if (!(block.isSet & (quint32(1) << member.bit)))
                 ReportCheck(member, noThrow);
             for (int i = 0; i < row.list->size(value); ++i)
-                CheckHeld(context, member, i, row.list->item(value, i), noThrow, validate,
-                          logger);
+                CheckHeld(context, member, i, row.list->item(value, i), noThrow, validate, logger);
         } else if (faults & (quint32(1) << member.bit)) {
             ReportCheck(member, noThrow);
         }

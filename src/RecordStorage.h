@@ -215,7 +215,7 @@ struct RecordType {
     }
     int BitOfTag(quint32 tag) const { return bitsByTag[SlotOfTag(tag)]; }
     std::ptrdiff_t valueOffsets[32] = {};
-    quint32 enumerationSizes[32] = {}; // the number of names of each enumeration member
+    quint32 enumerationSizes[32] = {};          // the number of names of each enumeration member
     QSharedDataPointer<StorageBlock> prototype; // a fresh record's storage
     QSharedDataPointer<StorageBlock> virgin;    // the same, marked as no storage
 };

@@ -25,6 +25,13 @@ QString NonNull(const QString& text)
 
 void Record::GetXml(QXmlStreamWriter& writer) const
 {
+    ReadContext* const context = ReadContext::Current();
+    if (context && context->Depth() == 0) {
+        // The record written first is the root of the paths its reports carry.
+        const ReadContext::Scope scope(context, m_type.description, -1, -1);
+        GetXml(writer);
+        return;
+    }
     PassDown();
     if (GetValidate()) {
         Check();
@@ -58,6 +65,7 @@ void Record::GetXml(QXmlStreamWriter& writer) const
             if (!child.HasData())
                 ReportIncomplete(member);
             if (set) {
+                const ReadContext::Scope scope(context, *member.nested(), member.bit, -1);
                 const ReportingAs as = Reporting(child);
                 child.GetXml(writer);
             }
@@ -67,6 +75,7 @@ void Record::GetXml(QXmlStreamWriter& writer) const
                 if (!item.HasData())
                     ReportIncomplete(member);
                 if (set) {
+                    const ReadContext::Scope scope(context, *member.nested(), member.bit, i);
                     const ReportingAs as = Reporting(item);
                     item.GetXml(writer);
                 }
@@ -206,21 +215,21 @@ void Record::AssignFromText(int bit, const QString& text)
     case MemberKind::Integer: {
         const int value = text.toInt(context ? &read : nullptr, 10);
         if (!read)
-            context->Say(member, read::WholeNumberNotRead(member, text), text);
+            context->Report(member, read::WholeNumberNotRead(member, text), text);
         Assign<int>(bit, value);
         break;
     }
     case MemberKind::Float: {
         const float value = text.toFloat(context ? &read : nullptr);
         if (context)
-            context->Say(member, read::NumberFinding(member, text, read, value), text);
+            context->Report(member, read::NumberFinding(member, text, read, value), text);
         Assign<float>(bit, value);
         break;
     }
     case MemberKind::Double: {
         const double value = text.toDouble(context ? &read : nullptr);
         if (context)
-            context->Say(member, read::NumberFinding(member, text, read, value), text);
+            context->Report(member, read::NumberFinding(member, text, read, value), text);
         Assign<double>(bit, value);
         break;
     }
@@ -230,14 +239,14 @@ void Record::AssignFromText(int bit, const QString& text)
     case MemberKind::DateTime: {
         const QDateTime value = REPORTGENERATOR::Converters::ToDateTime(text);
         if (context && value.isNull())
-            context->Say(member, read::DateTimeNotRead(member, text), text);
+            context->Report(member, read::DateTimeNotRead(member, text), text);
         Assign<QDateTime>(bit, value);
         break;
     }
     case MemberKind::Enumeration: {
         const int index = member.enumeration->names.indexOf(text);
         if (context && index < 0)
-            context->Say(member, read::UnknownName(member, text), text);
+            context->Report(member, read::UnknownName(member, text), text);
         AssignEnum(bit, index >= 0 ? index : EnumIndex(bit, text));
         break;
     }

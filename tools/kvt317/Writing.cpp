@@ -9,9 +9,12 @@
 
 using namespace KVT317XML;
 
-QByteArray Serialise(const Record& record, Form form, int level)
+QByteArray Serialise(const Record& record, Form form, int level, DiagnosticList* findings)
 {
     record.SetLogger(nullptr);
+    DiagnosticList ignored;
+    Collector collector(findings ? *findings : ignored);
+    ObserveReading observe(collector);
     switch (form) {
     case Form::Xml:
         return record.GetXmlString().toUtf8();
@@ -165,7 +168,8 @@ int WriteChecked(const Document& input, const Record& record, const WriteRequest
             return false;
         return diagnostic.origin != Diagnostic::Origin::XmlText || request.form == Form::Xml;
     };
-    const QByteArray bytes = Serialise(record, request.form, request.level);
+    DiagnosticList writing;
+    const QByteArray bytes = Serialise(record, request.form, request.level, &writing);
     QString reason;
     const std::unique_ptr<Record> back =
         ReadBack(bytes, request.form, record.GetObjectName(), reason);
@@ -203,6 +207,7 @@ int WriteChecked(const Document& input, const Record& record, const WriteRequest
     if (request.findings)
         PrintDiagnostics(Err(), input.label, *request.findings);
     PrintDiagnostics(Err(), input.label, changes);
+    PrintDiagnostics(Err(), input.label, writing);
     PrintDiagnostics(Err(), input.label, input.notes);
     const qint64 added = request.edit ? PrintNewFaults(input, record, there) : 0;
     if (request.edit)

@@ -6,9 +6,10 @@
 
 #include <functional>
 
-// The bytes of a record in a form. The record's logger is silenced: what writing would
-// report, the check of the document has already said.
-QByteArray Serialise(const KVT317XML::Record& record, Form form, int level);
+// The bytes of a record in a form. The record's logger is silenced; what writing reports
+// goes to `findings` where given, with the record and member it is about.
+QByteArray Serialise(const KVT317XML::Record& record, Form form, int level,
+                     DiagnosticList* findings = nullptr);
 
 // Reads bytes written in a form back into a new record of the type; null, with the
 // reason, when they do not read.
