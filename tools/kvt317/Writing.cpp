@@ -207,7 +207,14 @@ int WriteChecked(const Document& input, const Record& record, const WriteRequest
     if (request.findings)
         PrintDiagnostics(Err(), input.label, *request.findings);
     PrintDiagnostics(Err(), input.label, changes);
-    PrintDiagnostics(Err(), input.label, writing);
+    // What writing reports about a member the input's findings name already adds nothing.
+    PrintDiagnostics(Err(), input.label, writing, [&input](const Diagnostic& diagnostic) {
+        for (const DiagnosticList::Entry& entry : input.diagnostics.Sorted())
+            if (entry.diagnostic->path == diagnostic.path &&
+                entry.diagnostic->bit == diagnostic.bit)
+                return false;
+        return true;
+    });
     PrintDiagnostics(Err(), input.label, input.notes);
     const qint64 added = request.edit ? PrintNewFaults(input, record, there) : 0;
     if (request.edit)
