@@ -106,6 +106,10 @@ struct RecordAccess {
         if ((keep & KeepLogger) && copy.CurrentLogger() != source.CurrentLogger())
             copy.IRGObject::SetLogger(source.OwnLogger());
         copy.m_down = source.m_down;
+        // A setting not taken is the copy's own: its held records read it where they do
+        // not hold it.
+        if (keep != KeepBoth)
+            copy.MarkPending();
     }
 };
 
@@ -327,7 +331,10 @@ template <class T> const ListOps& ListOpsOf()
         [](const void* s, int i) -> const Record& {
             return static_cast<const Slot*>(s)->items.at(i);
         },
-        [](void* s, int i) -> Record& { return static_cast<Slot*>(s)->items[i]; },
+        [](void* s, int i) -> Record& {
+            // Detached already: no test of the sharing per item.
+            return const_cast<T&>(static_cast<Slot*>(s)->items.constData()[i]);
+        },
         [](void* s, quint8 keep) {
             QVector<T>& items = static_cast<Slot*>(s)->items;
             if (items.isDetached())
