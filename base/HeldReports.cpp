@@ -1,5 +1,6 @@
 #include "DocumentInternals.h"
 #include "IRGObject.h"
+#include "Operation.h"
 
 #include <QHash>
 #include <QStringList>
@@ -19,15 +20,18 @@ class HeldReports
 {
 public:
     HeldReports()
-        : m_outer(t_current)
+        : m_outer(Current())
     {
-        t_current = this;
+        Operation::OfThread().heldReports = this;
     }
-    ~HeldReports() { t_current = m_outer; }
+    ~HeldReports() { Operation::OfThread().heldReports = m_outer; }
     HeldReports(const HeldReports&) = delete;
     HeldReports& operator=(const HeldReports&) = delete;
 
-    static HeldReports* Current() { return t_current; }
+    static HeldReports* Current()
+    {
+        return static_cast<HeldReports*>(Operation::OfThread().heldReports);
+    }
 
     void Add(const std::shared_ptr<Logger>& logger, LogLevel level, const QString& message)
     {
@@ -52,7 +56,7 @@ public:
     // Sends the held reports on, in order, outside the hold.
     void Release()
     {
-        t_current = m_outer;
+        Operation::OfThread().heldReports = m_outer;
         for (const Report& report : m_reports)
             for (quint32 i = 0; i < report.count; ++i)
                 m_loggers[report.logger]->Log(report.level, m_textList.at(report.text));
@@ -61,7 +65,7 @@ public:
 
     void Drop()
     {
-        t_current = m_outer;
+        Operation::OfThread().heldReports = m_outer;
         m_reports.clear();
     }
 
@@ -81,15 +85,12 @@ private:
         return index;
     }
 
-    static thread_local HeldReports* t_current;
     HeldReports* m_outer;
     std::vector<Report> m_reports;
     std::vector<std::shared_ptr<Logger>> m_loggers;
     QHash<QString, quint32> m_texts;
     QStringList m_textList;
 };
-
-thread_local HeldReports* HeldReports::t_current = nullptr;
 
 } // namespace
 

@@ -1,5 +1,6 @@
 #include "IRGObject.h"
 #include "DocumentInternals.h"
+#include "Operation.h"
 #include "ReadTap.h"
 
 #include <utility>
@@ -82,13 +83,11 @@ std::shared_ptr<Logger> IRGObject::GetLogger() const
 }
 
 namespace {
-// The innermost ReportingAs of the thread. Every call into a held record reads it, so it
-// takes the static TLS model: one load from the thread pointer instead of a call to
-// __tls_get_addr, which the general model of a shared library costs on each access.
-#if defined(__GNUC__) && defined(__ELF__)
-__attribute__((tls_model("initial-exec")))
-#endif
-thread_local const void* t_reportingAs = nullptr;
+// The innermost ReportingAs of the thread.
+const void*& CurrentReportingAs() noexcept
+{
+    return Operation::OfThread().reportingAs;
+}
 } // namespace
 
 IRGObject::ReportingAs::ReportingAs(const IRGObject& record, bool validate,
@@ -96,19 +95,19 @@ IRGObject::ReportingAs::ReportingAs(const IRGObject& record, bool validate,
     : m_record(record)
     , m_validate(validate)
     , m_logger(logger)
-    , m_outer(static_cast<const ReportingAs*>(t_reportingAs))
+    , m_outer(static_cast<const ReportingAs*>(CurrentReportingAs()))
 {
-    t_reportingAs = this;
+    CurrentReportingAs() = this;
 }
 
 IRGObject::ReportingAs::~ReportingAs()
 {
-    t_reportingAs = m_outer;
+    CurrentReportingAs() = m_outer;
 }
 
 const IRGObject::ReportingAs* IRGObject::ReportingAs::For(const IRGObject& record) noexcept
 {
-    const auto* as = static_cast<const ReportingAs*>(t_reportingAs);
+    const auto* as = static_cast<const ReportingAs*>(CurrentReportingAs());
     return as && &as->m_record == &record ? as : nullptr;
 }
 

@@ -1,4 +1,5 @@
 #include "ReadTap.h"
+#include "Operation.h"
 
 #include <QIODevice>
 #include <QXmlStreamReader>
@@ -6,7 +7,10 @@
 namespace REPORTGENERATOR {
 
 namespace {
-thread_local ReadTap* currentTap = nullptr;
+ReadTap*& CurrentTap() noexcept
+{
+    return Operation::OfThread().tap;
+}
 } // namespace
 
 ReadTap::ReadTap() = default;
@@ -14,18 +18,18 @@ ReadTap::~ReadTap() = default;
 
 ReadTap* ReadTap::Current() noexcept
 {
-    return currentTap;
+    return CurrentTap();
 }
 
 ReadTap::Scope::Scope(ReadTap& tap)
-    : m_outer(currentTap)
+    : m_outer(CurrentTap())
 {
-    currentTap = &tap;
+    CurrentTap() = &tap;
 }
 
 ReadTap::Scope::~Scope()
 {
-    currentTap = m_outer;
+    CurrentTap() = m_outer;
 }
 
 void ReadTap::BeginXml(QStringView source)

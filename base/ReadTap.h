@@ -86,8 +86,7 @@ public:
     Position TokenStart(const QXmlStreamReader& reader) const;
     /// The XML text being read, where the whole of it is at hand; empty otherwise.
     QStringView Source() const { return m_source; }
-    /// The offset of the binary frame being read, on its device.
-    qint64 FrameStart() const { return m_frameStart; }
+    /// Binary offsets count from here: where the frame being read starts on its device.
     void SetFrameStart(qint64 offset) { m_frameStart = offset; }
     /// Where a binary stream's device stands, counted from the frame's start; -1 for a
     /// sequential device.

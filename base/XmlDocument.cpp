@@ -1,5 +1,6 @@
 #include "DocumentInternals.h"
 #include "IRGObject.h"
+#include "Operation.h"
 #include "ReadTap.h"
 
 #include <QBuffer>
@@ -12,8 +13,11 @@ namespace REPORTGENERATOR {
 namespace {
 
 // Elements the last SkipUnknownElement on this thread left open, for the content loop that
-// called it; -1 when none ran. Kept here rather than in every record object.
-thread_local qint64 openAfterSkip = -1;
+// called it; -1 when none ran. Kept with the operation rather than in every record object.
+qint64& OpenAfterSkip() noexcept
+{
+    return Operation::OfThread().openAfterSkip;
+}
 
 // Reads the next token, through the tap where one listens; comments and processing
 // instructions are passed over wherever they stand, and so are told to it.
@@ -146,10 +150,10 @@ void IRGObject::ProcessXml(QXmlStreamReader& reader)
     while (!reader.atEnd()) {
         ReadNext(reader, tap, ReadTap::Passage::Content);
         if (reader.isStartElement()) {
-            openAfterSkip = -1;
+            OpenAfterSkip() = -1;
             ProcessXmlStartElement(reader);
-            const qint64 left = openAfterSkip;
-            openAfterSkip = -1;
+            const qint64 left = OpenAfterSkip();
+            OpenAfterSkip() = -1;
             if (left > 0)
                 open += left;
             else if (left < 0 && !reader.isEndElement())
@@ -210,7 +214,7 @@ void IRGObject::SkipUnknownElement(QXmlStreamReader& reader)
         if (reader.name() == name)
             break;
     }
-    openAfterSkip = reader.atEnd() ? 0 : open;
+    OpenAfterSkip() = reader.atEnd() ? 0 : open;
 }
 
 } // namespace REPORTGENERATOR

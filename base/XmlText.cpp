@@ -1,4 +1,5 @@
 #include "XmlText.h"
+#include "Operation.h"
 
 #include <QXmlStreamWriter>
 
@@ -105,28 +106,20 @@ void XmlText::WriteAttribute(QXmlStreamWriter& writer, const QString& name, cons
     writer.writeAttribute(name, written);
 }
 
-namespace {
-// Read by every record written during a save; the static TLS model makes that one load.
-#if defined(__GNUC__) && defined(__ELF__)
-__attribute__((tls_model("initial-exec")))
-#endif
-thread_local TextRefusal* t_refusal = nullptr;
-} // namespace
-
 TextRefusal::TextRefusal()
-    : m_outer(t_refusal)
+    : m_outer(Operation::OfThread().refusal)
 {
-    t_refusal = this;
+    Operation::OfThread().refusal = this;
 }
 
 TextRefusal::~TextRefusal()
 {
-    t_refusal = m_outer;
+    Operation::OfThread().refusal = m_outer;
 }
 
 TextRefusal* TextRefusal::Current() noexcept
 {
-    return t_refusal;
+    return Operation::OfThread().refusal;
 }
 
 void TextRefusal::Found(const QString& member, const QString& text, qsizetype position, uint code)

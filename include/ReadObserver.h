@@ -87,7 +87,9 @@ struct ReadFinding {
     const RecordDescription* record = nullptr;
     /// The member the finding is about; null where it is about the record as a whole.
     const MemberDescription* member = nullptr;
-    /// Where it stands in the input; unknown for reports made outside reading (a Check()).
+    /// Where it stands in the input; unknown for reports made outside reading (a Check()) and
+    /// for those of writing (GetXml(), GetBinary() and the saves), which have no input: their
+    /// path and member say where they are.
     ReadPosition position;
     /// For Report and DocumentFault the library's message as the logger receives it; for the
     /// others a sentence that names the member and says what was read, for example
@@ -119,9 +121,11 @@ struct ReadEntry {
 /// @brief Receives what a load reads, and what the library says while it does.
 ///
 /// Install one with ObserveReading for the duration of a load (SetXmlString(), LoadXml(),
-/// SetBinaryRepresentation(), LoadBinary(), compressed or not) or of a Check(). Every report
-/// the library makes in that time arrives as a finding of kind FindingKind::Report, tied to
-/// its record and member and, while reading, to the place it was raised at; the reports
+/// SetBinaryRepresentation(), LoadBinary(), compressed or not), a Check() or a write
+/// (GetXml(), GetBinary(), GetXmlString(), SaveXml(), SaveBinary(), the binary
+/// representations). Every report the library makes in that time arrives as a finding of kind
+/// FindingKind::Report, tied to its record and member and, while reading, to the place it
+/// was raised at; the reports
 /// still reach the record's logger as always. What the library takes in silence (unknown
 /// elements, attributes and tags; number texts that do not read; unknown names; members
 /// given twice; ...) arrives as findings of the other kinds.

@@ -287,17 +287,26 @@ private:
     bool OwnsChildren() const;
     bool HoldAlready(quint8 settings) const;
     void Held(quint8 settings) const;
-    void FollowSharedStorage(const Record& other);
+    void FollowSharedStorage(const Record& other, bool fresh = false);
     REPORTGENERATOR::IRGObject::ReportingAs Reporting(const Record& held) const
     {
         return ReportingAs(held, GetValidate(), ReportLogger());
+    }
+    // Whether a held record holds the switch and logger this record reports with now
+    // (@p validate, @p logger): then it reports with its own, and a call into it needs no
+    // ReportingAs.
+    static bool HoldsSettings(const Record& held, bool validate,
+                              const REPORTGENERATOR::Logger* logger)
+    {
+        return held.CurrentValidate() == validate && held.CurrentLogger() == logger;
     }
 
     // Reports
     void Report(REPORTGENERATOR::RGException& exception) const;
     void ReportCheck(const MemberDescription& member, bool noThrow) const;
     void CheckHeld(ReadContext* context, const MemberDescription& member, int item,
-                   const Record& child, bool noThrow) const;
+                   const Record& child, bool noThrow, bool validate,
+                   const std::shared_ptr<REPORTGENERATOR::Logger>& logger) const;
     void ReportIncomplete(const MemberDescription& member) const;
     void ReportIncompleteAppend(const MemberDescription& member, int item) const;
     void ReportUnwritable(const MemberDescription& member, const QString& text) const;

@@ -115,7 +115,7 @@ void AssignInteger(Record& record, const MemberRow& row, const QString& text, Re
     bool read = true;
     const int value = text.toInt(context ? &read : nullptr, 10);
     if (!read)
-        context->Say(row.description, read::WholeNumberNotRead(row.description, text), text);
+        context->Report(row.description, read::WholeNumberNotRead(row.description, text), text);
     RecordAccess::Assign<int>(record, row.description.bit, value);
 }
 
@@ -124,8 +124,8 @@ void AssignFloat(Record& record, const MemberRow& row, const QString& text, Read
     bool read = true;
     const float value = REPORTGENERATOR::Numbers::ToFloat(text, context ? &read : nullptr);
     if (context)
-        context->Say(row.description, read::NumberFinding(row.description, text, read, value),
-                     text);
+        context->Report(row.description, read::NumberFinding(row.description, text, read, value),
+                        text);
     RecordAccess::Assign<float>(record, row.description.bit, value);
 }
 
@@ -134,8 +134,8 @@ void AssignDouble(Record& record, const MemberRow& row, const QString& text, Rea
     bool read = true;
     const double value = REPORTGENERATOR::Numbers::ToDouble(text, context ? &read : nullptr);
     if (context)
-        context->Say(row.description, read::NumberFinding(row.description, text, read, value),
-                     text);
+        context->Report(row.description, read::NumberFinding(row.description, text, read, value),
+                        text);
     RecordAccess::Assign<double>(record, row.description.bit, value);
 }
 
@@ -148,7 +148,7 @@ void AssignDateTime(Record& record, const MemberRow& row, const QString& text, R
 {
     const QDateTime value = REPORTGENERATOR::Converters::ToDateTime(text);
     if (context && value.isNull())
-        context->Say(row.description, read::DateTimeNotRead(row.description, text), text);
+        context->Report(row.description, read::DateTimeNotRead(row.description, text), text);
     RecordAccess::Assign<QDateTime>(record, row.description.bit, value);
 }
 
@@ -159,7 +159,7 @@ void AssignEnumeration(Record& record, const MemberRow& row, const QString& text
     const MemberDescription& member = row.description;
     const int index = member.enumeration->names.indexOf(text);
     if (context && index < 0)
-        context->Say(member, read::UnknownName(member, text), text);
+        context->Report(member, read::UnknownName(member, text), text);
     RecordAccess::AssignEnum(
         record, member.bit, index >= 0 ? index : RecordAccess::EnumIndex(record, member.bit, text));
 }

@@ -94,8 +94,8 @@ public:
     // An entry of an unknown tag.
     void UnknownEntry(const ReadPosition& at, quint32 tag, qint64 length);
     // What a member's text is not read as, where there is anything to say.
-    void Say(const MemberDescription& member, const read::TextFinding& finding,
-             const QString& text);
+    void Report(const MemberDescription& member, const read::TextFinding& finding,
+                const QString& text);
     // Whether observers want the entries (and so their texts).
     bool WantsEntries() const { return m_entries; }
     // Attributes of the record's start element that are no attribute members, and values
@@ -105,8 +105,8 @@ public:
     void UnknownElement(const QString& name, const ReadPosition& at);
 
     // A finding in the innermost record, about `member` (or the record).
-    void Find(REPORTGENERATOR::LogLevel level, FindingKind kind, const MemberDescription* member,
-              const ReadPosition& at, const QString& message, const QString& text = QString());
+    void Report(REPORTGENERATOR::LogLevel level, FindingKind kind, const MemberDescription* member,
+                const ReadPosition& at, const QString& message, const QString& text = QString());
 
     // ---- The base's reading ---------------------------------------------------------------
     void Reported(const REPORTGENERATOR::IRGObject& source, REPORTGENERATOR::LogLevel level,
@@ -128,10 +128,10 @@ private:
     {
         return m_records.empty() ? nullptr : m_records.back();
     }
-    void Emit(ReadFinding finding);
-    // An entry to observers that list them.
-    void Tell(const MemberDescription* member, const ReadPosition& at, quint32 tag, qint64 length,
-              const QString& text);
+    void Report(ReadFinding finding);
+    // An entry to observers that list them; null for a record's own start or an unknown tag.
+    void Entry(const MemberDescription* member, const ReadPosition& at, quint32 tag, qint64 length,
+               const QString& text);
     void FlushPending();
 
     ReadObserver& m_observer;

@@ -4,6 +4,7 @@
 #include "ReadText.h"
 
 #include <IRGObject.h>
+#include <Operation.h>
 #include <RGException.h>
 #include <XmlText.h>
 
@@ -16,7 +17,11 @@ namespace KVT317XML {
 
 namespace {
 
-thread_local ReadContext* currentContext = nullptr;
+// The innermost context of the thread is kept with the thread's operation state.
+void*& CurrentContext() noexcept
+{
+    return REPORTGENERATOR::Operation::OfThread().readContext;
+}
 
 // Calls a function for each finding.
 class FunctionObserver final : public ReadObserver
@@ -159,23 +164,23 @@ std::atomic<int> ReadContext::observing{0};
 ReadContext::ReadContext(ReadObserver& observer)
     : m_observer(observer)
     , m_entries(observer.WantsEntries())
-    , m_outer(currentContext)
+    , m_outer(static_cast<ReadContext*>(CurrentContext()))
     , m_tapScope(*this)
 {
-    currentContext = this;
+    CurrentContext() = this;
     ++observing;
 }
 
 ReadContext::~ReadContext()
 {
     FlushPending();
-    currentContext = m_outer;
+    CurrentContext() = m_outer;
     --observing;
 }
 
 ReadContext* ReadContext::CurrentOfThread() noexcept
 {
-    return currentContext;
+    return static_cast<ReadContext*>(CurrentContext());
 }
 
 void ReadContext::Scope::Enter(ReadContext* context, const RecordDescription& record, int bit,
@@ -228,7 +233,7 @@ ReadPosition ReadContext::BinaryPosition(const QIODevice* device, qint64 back) c
     return {0, 0, offset >= 0 ? offset - back : -1};
 }
 
-void ReadContext::Emit(ReadFinding finding)
+void ReadContext::Report(ReadFinding finding)
 {
     FlushPending();
     m_observer.Found(finding);
@@ -242,8 +247,8 @@ void ReadContext::FlushPending()
     m_observer.Found(m_pending);
 }
 
-void ReadContext::Find(LogLevel level, FindingKind kind, const MemberDescription* member,
-                       const ReadPosition& at, const QString& message, const QString& text)
+void ReadContext::Report(LogLevel level, FindingKind kind, const MemberDescription* member,
+                         const ReadPosition& at, const QString& message, const QString& text)
 {
     ReadFinding finding;
     finding.level = level;
@@ -254,14 +259,14 @@ void ReadContext::Find(LogLevel level, FindingKind kind, const MemberDescription
     finding.position = at;
     finding.message = message;
     finding.text = text;
-    Emit(std::move(finding));
+    Report(std::move(finding));
 }
 
 void ReadContext::RecordStart(const ReadPosition& at, quint32 tag, qint64 length)
 {
     m_position = at;
     m_member = nullptr;
-    Tell(nullptr, at, tag, length, QString());
+    Entry(nullptr, at, tag, length, QString());
 }
 
 void ReadContext::MemberGiven(const MemberDescription& member, const ReadPosition& at)
@@ -272,11 +277,11 @@ void ReadContext::MemberGiven(const MemberDescription& member, const ReadPositio
     const quint32 flag = quint32(1) << member.bit;
     if (frame.given & flag) {
         const bool merged = member.kind == MemberKind::Record;
-        Find(LogLevel::Warning, FindingKind::GivenTwice, &member, at,
-             QStringLiteral("%1 given twice%2; %3")
-                 .arg(member.name, WherePhrase(frame.first[member.bit]),
-                      merged ? QStringLiteral("both are read into one record")
-                             : QStringLiteral("the later one wins")));
+        Report(LogLevel::Warning, FindingKind::GivenTwice, &member, at,
+               QStringLiteral("%1 given twice%2; %3")
+                   .arg(member.name, WherePhrase(frame.first[member.bit]),
+                        merged ? QStringLiteral("both are read into one record")
+                               : QStringLiteral("the later one wins")));
     } else {
         frame.given |= flag;
         frame.first[member.bit] = at;
@@ -287,11 +292,11 @@ void ReadContext::MemberGiven(const MemberDescription& member, const ReadPositio
 void ReadContext::Entry(const MemberDescription& member, const ReadPosition& at, quint32 tag,
                         qint64 length, const QString& text)
 {
-    Tell(&member, at, tag, length, text);
+    Entry(&member, at, tag, length, text);
 }
 
-void ReadContext::Tell(const MemberDescription* member, const ReadPosition& at, quint32 tag,
-                       qint64 length, const QString& text)
+void ReadContext::Entry(const MemberDescription* member, const ReadPosition& at, quint32 tag,
+                        qint64 length, const QString& text)
 {
     if (!m_entries)
         return;
@@ -309,17 +314,18 @@ void ReadContext::UnknownEntry(const ReadPosition& at, quint32 tag, qint64 lengt
 {
     m_member = nullptr;
     m_position = at;
-    Find(LogLevel::Error, FindingKind::UnknownTag, nullptr, at,
-         QStringLiteral("unknown entry %1 of %2 bytes (ignored)").arg(read::Hex32(tag)).arg(length),
-         read::Hex32(tag));
-    Tell(nullptr, at, tag, length, QString());
+    Report(
+        LogLevel::Error, FindingKind::UnknownTag, nullptr, at,
+        QStringLiteral("unknown entry %1 of %2 bytes (ignored)").arg(read::Hex32(tag)).arg(length),
+        read::Hex32(tag));
+    Entry(nullptr, at, tag, length, QString());
 }
 
-void ReadContext::Say(const MemberDescription& member, const read::TextFinding& finding,
-                      const QString& text)
+void ReadContext::Report(const MemberDescription& member, const read::TextFinding& finding,
+                         const QString& text)
 {
     if (finding.kind != FindingKind::Report)
-        Find(finding.level, finding.kind, &member, m_position, finding.message, text);
+        Report(finding.level, finding.kind, &member, m_position, finding.message, text);
 }
 
 void ReadContext::Attributes(const QXmlStreamAttributes& attributes, const ReadPosition& at)
@@ -331,11 +337,11 @@ void ReadContext::Attributes(const QXmlStreamAttributes& attributes, const ReadP
         const MemberDescription* member = record.FindName(name);
         if (member && member->attribute) {
             if (!source.isEmpty() && read::NormalisedInSource(source, at.offset, name))
-                Find(LogLevel::Warning, FindingKind::NormalisedAttribute, member, at,
-                     QStringLiteral("%1: a tab or line break in the attribute's value is read "
-                                    "as a blank")
-                         .arg(name),
-                     attribute.value().toString());
+                Report(LogLevel::Warning, FindingKind::NormalisedAttribute, member, at,
+                       QStringLiteral("%1: a tab or line break in the attribute's value is read "
+                                      "as a blank")
+                           .arg(name),
+                       attribute.value().toString());
             continue;
         }
         if (name.startsWith(QLatin1String("xmlns")))
@@ -351,7 +357,7 @@ void ReadContext::Attributes(const QXmlStreamAttributes& attributes, const ReadP
             message = QStringLiteral("unknown attribute '%1' (ignored)").arg(name) +
                       read::DidYouMean(name, names);
         }
-        Find(LogLevel::Error, FindingKind::UnknownAttribute, nullptr, at, message, name);
+        Report(LogLevel::Error, FindingKind::UnknownAttribute, nullptr, at, message, name);
     }
 }
 
@@ -363,9 +369,10 @@ void ReadContext::UnknownElement(const QString& name, const ReadPosition& at)
         names.append(candidate.name);
     m_member = nullptr;
     m_position = at;
-    Find(LogLevel::Error, FindingKind::UnknownElement, nullptr, at,
-         QStringLiteral("unknown element '%1' (ignored)").arg(name) + read::DidYouMean(name, names),
-         name);
+    Report(LogLevel::Error, FindingKind::UnknownElement, nullptr, at,
+           QStringLiteral("unknown element '%1' (ignored)").arg(name) +
+               read::DidYouMean(name, names),
+           name);
 }
 
 void ReadContext::Reported(const REPORTGENERATOR::IRGObject&, LogLevel level,
@@ -385,7 +392,7 @@ void ReadContext::Reported(const REPORTGENERATOR::IRGObject&, LogLevel level,
         m_pendingLength = true;
         return;
     }
-    Emit(std::move(finding));
+    Report(std::move(finding));
 }
 
 void ReadContext::DocumentFault(const QString& message, const Position& where)
@@ -421,7 +428,7 @@ void ReadContext::Passed(const QXmlStreamReader& reader, Passage passage, const 
         finding.position = at;
         finding.message = message;
         finding.text = text;
-        Emit(std::move(finding));
+        Report(std::move(finding));
     };
     if (reader.isComment()) {
         find(LogLevel::Info, FindingKind::Comment, nullptr,

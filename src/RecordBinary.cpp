@@ -99,6 +99,12 @@ bool Record::GetBinary(QDataStream& stream, int tag, bool withTag) const
         return written;
     }
 
+    ReadContext* const context = ReadContext::Current();
+    if (context && context->Depth() == 0) {
+        // The record written first is the root of the paths its reports carry.
+        const ReadContext::Scope scope(context, m_type.description, -1, -1);
+        return GetBinary(stream, tag, withTag);
+    }
     PassDown();
     if (GetValidate()) {
         Check();
@@ -117,6 +123,8 @@ bool Record::GetBinary(QDataStream& stream, int tag, bool withTag) const
             if (set) {
                 const Record& child = RecordAt(row, &block, row.valueOffset);
                 const Refusal refusal(RunningRefusal(child.m_type));
+                const ReadContext::Scope scope(context, *row.description.nested(),
+                                               row.description.bit, -1);
                 const ReportingAs as = Reporting(child);
                 child.GetBinary(stream, static_cast<int>(row.description.tag), true);
                 refusal.Within([&child] { return child.GetObjectName(); });
@@ -144,10 +152,12 @@ void Record::WriteMemberEntry(QDataStream& stream, const MemberRow& row,
         stream << qint32(size);
         REPORTGENERATOR::TextRefusal* const running =
             size > 0 ? RunningRefusal(row.list->item(slot, 0).m_type) : nullptr;
+        ReadContext* const context = ReadContext::Current();
         if (block.isSet & (quint32(1) << member.bit))
             for (int i = 0; i < size; ++i) {
                 const Record& item = row.list->item(slot, i);
                 const Refusal refusal(running);
+                const ReadContext::Scope scope(context, *member.nested(), member.bit, i);
                 const ReportingAs as = Reporting(item);
                 item.GetBinary(stream, static_cast<int>(member.tag), false);
                 refusal.Within([&item, i] {
@@ -218,12 +228,13 @@ void Record::SetBinary(QDataStream& stream, int length)
                     context->Entry(*member, at, static_cast<quint32>(tag), payload,
                                    QString::number(value));
                 if (kept != value)
-                    context->Find(LogLevel::Error, FindingKind::WholeNumberBeyond32Bits, member, at,
-                                  QStringLiteral("%1: %2 does not fit in 32 bits (read as %3)")
-                                      .arg(member->name)
-                                      .arg(value)
-                                      .arg(kept),
-                                  QString::number(value));
+                    context->Report(LogLevel::Error, FindingKind::WholeNumberBeyond32Bits, member,
+                                    at,
+                                    QStringLiteral("%1: %2 does not fit in 32 bits (read as %3)")
+                                        .arg(member->name)
+                                        .arg(value)
+                                        .arg(kept),
+                                    QString::number(value));
             }
             Assign<int>(bit, kept);
         } else if (row.asRecord) {
@@ -270,17 +281,17 @@ void Record::ObserveText(ReadContext& context, const MemberDescription& member,
     context.Entry(member, at, tag, payload, text);
     const int bad = bytes.isNull() ? -1 : read::InvalidUtf8(bytes);
     if (bad >= 0)
-        context.Find(LogLevel::Error, FindingKind::InvalidUtf8, &member,
-                     ReadPosition{0, 0, at.offset + 12 + bad},
-                     QStringLiteral("%1: the text is not valid UTF-8 (byte %2; read as U+FFFD)")
-                         .arg(member.name, read::HexByte(bytes.at(bad))),
-                     text);
+        context.Report(LogLevel::Error, FindingKind::InvalidUtf8, &member,
+                       ReadPosition{0, 0, at.offset + 12 + bad},
+                       QStringLiteral("%1: the text is not valid UTF-8 (byte %2; read as U+FFFD)")
+                           .arg(member.name, read::HexByte(bytes.at(bad))),
+                       text);
     uint code = 0;
     if (member.operations->text && REPORTGENERATOR::XmlText::FirstUnwritable(text, &code) >= 0)
-        context.Find(LogLevel::Error, FindingKind::NotXmlCharacter, &member, at,
-                     QStringLiteral("%1: holds %2, which XML cannot carry")
-                         .arg(member.name, REPORTGENERATOR::XmlText::CodeName(code)),
-                     text);
+        context.Report(LogLevel::Error, FindingKind::NotXmlCharacter, &member, at,
+                       QStringLiteral("%1: holds %2, which XML cannot carry")
+                           .arg(member.name, REPORTGENERATOR::XmlText::CodeName(code)),
+                       text);
 }
 
 void Record::ReadListEntry(const MemberRow& row, QDataStream& stream, int payload,

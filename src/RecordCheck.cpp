@@ -4,6 +4,8 @@
 #include "RecordStorage.h"
 #include "RecordText.h"
 
+#include <optional>
+
 using REPORTGENERATOR::IncompleteDefinitionException;
 using REPORTGENERATOR::LogLevel;
 using REPORTGENERATOR::OutOfRangeException;
@@ -29,13 +31,16 @@ void Record::ReportIncomplete(const MemberDescription& member) const
 // A held record's check, with this record's switch and logger, in the held record's place
 // where an observer listens.
 void Record::CheckHeld(ReadContext* context, const MemberDescription& member, int item,
-                       const Record& child, bool noThrow) const
+                       const Record& child, bool noThrow, bool validate,
+                       const std::shared_ptr<REPORTGENERATOR::Logger>& logger) const
 {
-    const ReportingAs as = Reporting(child);
-    if (!context) {
+    if (!context && HoldsSettings(child, validate, logger.get())) {
         child.Check(noThrow);
         return;
     }
+    std::optional<ReportingAs> as;
+    if (!HoldsSettings(child, validate, logger.get()))
+        as.emplace(child, validate, logger);
     const ReadContext::Scope scope(context, *member.nested(), member.bit, item);
     child.Check(noThrow);
 }
@@ -55,27 +60,31 @@ void Record::Check(bool noThrow) const
     // set texts that are null. A member yields at most one report.
     quint32 faults = m_type.requiredFlags & ~block.isSet;
     for (quint32 bits = block.isSet & m_type.enumerationFlags; bits; bits &= bits - 1) {
-        const MemberRow& row = m_type.rows[qCountTrailingZeroBits(bits)];
-        const int value = EnumAt(&block, row.valueOffset);
-        if (value < 0 || value >= row.description.enumeration->names.size())
+        const int bit = qCountTrailingZeroBits(bits);
+        // Negative values are outside too: as unsigned they are larger than any size.
+        if (static_cast<quint32>(EnumAt(&block, m_type.valueOffsets[bit])) >=
+            m_type.enumerationSizes[bit])
             faults |= bits & (~bits + 1);
     }
     for (quint32 bits = block.isSet & m_type.textFlags; bits; bits &= bits - 1)
-        if (At<QString>(&block, m_type.rows[qCountTrailingZeroBits(bits)].valueOffset).isNull())
+        if (At<QString>(&block, m_type.valueOffsets[qCountTrailingZeroBits(bits)]).isNull())
             faults |= bits & (~bits + 1);
 
     // Reports in member order; children are checked at their place, set or not. Without
     // faults only the children need a visit.
+    const bool validate = m_type.children.empty() ? false : GetValidate();
+    const std::shared_ptr<REPORTGENERATOR::Logger>& logger =
+        m_type.children.empty() ? OwnLogger() : ReportLogger();
     const auto visit = [&](const MemberRow& row) {
         const MemberDescription& member = row.description;
         const void* value = reinterpret_cast<const char*>(&block) + row.valueOffset;
         if (row.asRecord) {
-            CheckHeld(context, member, -1, RecordAt(row, value, 0), noThrow);
+            CheckHeld(context, member, -1, RecordAt(row, value, 0), noThrow, validate, logger);
         } else if (row.list) {
             if (!(block.isSet & (quint32(1) << member.bit)))
                 ReportCheck(member, noThrow);
             for (int i = 0; i < row.list->size(value); ++i)
-                CheckHeld(context, member, i, row.list->item(value, i), noThrow);
+                CheckHeld(context, member, i, row.list->item(value, i), noThrow, validate, logger);
         } else if (faults & (quint32(1) << member.bit)) {
             ReportCheck(member, noThrow);
         }

@@ -100,13 +100,21 @@ void Record::SettleChildren(bool deep) const
     const bool validate = CurrentValidate();
     const std::shared_ptr<REPORTGENERATOR::Logger>& logger = OwnLogger();
     const auto hand = [&](Record& child) {
-        if (pending & DownValidate)
+        bool changed = false;
+        if ((pending & DownValidate) && child.CurrentValidate() != validate) {
             child.IRGObject::SetValidate(validate);
-        if ((pending & DownLogger) && child.CurrentLogger() != logger.get())
+            changed = true;
+        }
+        if ((pending & DownLogger) && child.CurrentLogger() != logger.get()) {
             child.IRGObject::SetLogger(logger);
+            changed = true;
+        }
         if (child.m_type.children.empty())
             return;
-        child.PassDown();
+        // A record whose settings stay marked what its own held records read when they
+        // last changed.
+        if (changed)
+            child.PassDown();
         if (deep && child.OwnsChildren())
             child.SettleChildren(true);
     };
@@ -177,14 +185,27 @@ bool Record::HoldAlready(quint8 settings) const
 
 // After taking another record's storage (copy or assignment) the held records read this
 // record's settings; where they already hold them, nothing is pending.
-void Record::FollowSharedStorage(const Record& other)
+void Record::FollowSharedStorage(const Record& other, bool fresh)
 {
-    m_down = other.m_down;
-    m_down.pending = 0;
-    if (!(other.m_down.held & DownValidate) || other.m_down.pending & DownValidate)
-        m_down.held &= ~DownValidate;
-    if (!(other.m_down.held & DownLogger) || other.m_down.pending & DownLogger)
-        m_down.held &= ~DownLogger;
+    if (m_type.children.empty())
+        return;
+    const Down& source = other.m_down;
+    // What the source's held records hold for certain: nothing it had still to hand down.
+    const quint8 held = source.held & ~source.pending;
+    if (fresh) {
+        // A record under construction reports with nothing but its own settings: its held
+        // records read them wherever they do not hold them yet.
+        quint8 pending = 0;
+        if (HasStorage()) {
+            if (!(held & DownValidate) || source.heldValidate != CurrentValidate())
+                pending |= DownValidate;
+            if (!(held & DownLogger) || source.heldLogger != CurrentLogger())
+                pending |= DownLogger;
+        }
+        m_down = Down{pending, held, source.heldValidate, source.heldLogger};
+        return;
+    }
+    m_down = Down{0, held, source.heldValidate, source.heldLogger};
     PassDown();
 }
 

@@ -92,6 +92,9 @@ void FinishRecordType(RecordType& type, StorageBlock* values, DefaultsBlock* def
         if (row.kind->moreFlags)
             type.*row.kind->moreFlags |= flag;
         row.description.kindName = KindNameOf(row.description);
+        if (row.description.enumeration)
+            type.enumerationSizes[i] =
+                static_cast<quint32>(row.description.enumeration->names.size());
         type.description.members.push_back(row.description);
     }
     for (const bool attributes : {true, false})
@@ -159,7 +162,7 @@ Record::Record(const Record& other, const QString& name, __int64 id)
     // The copy takes the source's switch, and its own (the base's default) logger; its
     // children read both.
     IRGObject::SetValidate(other.CurrentValidate());
-    FollowSharedStorage(other);
+    FollowSharedStorage(other, true);
 }
 
 Record::~Record() = default;
@@ -185,15 +188,16 @@ QSharedDataPointer<StorageBlock> Record::CopyOf(const StorageBlock& source) cons
 {
     QSharedDataPointer<StorageBlock> copy(source.Clone());
     StorageBlock& block = *copy.data();
-    block.lent = false;
+    block.lent = 0;
     block.virgin = false;
     for (const int bit : m_type.children) {
         const MemberRow& row = m_type.rows[bit];
         if (row.asRecord) {
             RecordAccess::KeepSettings(RecordAt(row, &block, row.valueOffset),
                                        RecordAt(row, &source, row.valueOffset));
-        } else if (source.lent) {
+        } else if (source.lent & StorageBlock::LentItems) {
             // References to the source's items may be out: the copy has items of its own.
+            // A reference to a child or a date-time lies inside the block, which is copied.
             DetachItems(row, SlotOf(block, row));
         }
     }
@@ -293,7 +297,7 @@ void* Record::MutableField(int bit, Field field)
 void* Record::LendField(int bit)
 {
     void* value = MutableField(bit, Field::Value);
-    d.data()->lent = true;
+    d.data()->lent |= m_type.rows[bit].list ? StorageBlock::LentItems : StorageBlock::LentBlock;
     return value;
 }
 

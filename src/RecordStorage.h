@@ -49,8 +49,11 @@ struct StorageBlock : public QSharedData {
 
     quint32 isSet = 0; // bit i: member i is set
     // A reference into this block was handed out (a non-const getter): it must never be
-    // seen through another record, so copies of the record copy the block at once.
-    bool lent = false;
+    // seen through another record, so copies of the record copy the block at once. A
+    // reference to a list's items (LentItems) reaches the items' objects, which a copy of
+    // the block still shares: then a copy copies the items too.
+    enum : quint8 { LentBlock = 1, LentItems = 2 };
+    quint8 lent = 0;
     // The storage of a child record that has none of its own yet: read like a fresh one,
     // never written, and counted as no storage at all.
     bool virgin = false;
@@ -118,6 +121,10 @@ struct RecordAccess {
         if ((keep & KeepLogger) && copy.CurrentLogger() != source.CurrentLogger())
             copy.IRGObject::SetLogger(source.OwnLogger());
         copy.m_down = source.m_down;
+        // A setting not taken is the copy's own: its held records read it where they do
+        // not hold it.
+        if (keep != KeepBoth)
+            copy.MarkPending();
     }
 };
 
@@ -258,6 +265,7 @@ struct RecordType {
     int BitOfTag(quint32 tag) const { return bitsByTag[SlotOfTag(tag)]; }
     std::ptrdiff_t valueOffsets[32] = {};
     EqualityPlan equality;
+    quint32 enumerationSizes[32] = {};          // the number of names of each enumeration member
     QSharedDataPointer<StorageBlock> prototype; // a fresh record's storage
     QSharedDataPointer<StorageBlock> virgin;    // the same, marked as no storage
 };
@@ -369,7 +377,10 @@ template <class T> const ListOps& ListOpsOf()
         [](const void* s, int i) -> const Record& {
             return static_cast<const Slot*>(s)->items.at(i);
         },
-        [](void* s, int i) -> Record& { return static_cast<Slot*>(s)->items[i]; },
+        [](void* s, int i) -> Record& {
+            // Detached already: no test of the sharing per item.
+            return const_cast<T&>(static_cast<Slot*>(s)->items.constData()[i]);
+        },
         [](void* s, quint8 keep) {
             QVector<T>& items = static_cast<Slot*>(s)->items;
             if (items.isDetached())

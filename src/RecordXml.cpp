@@ -25,6 +25,13 @@ QString NonNull(const QString& text)
 
 void Record::GetXml(QXmlStreamWriter& writer) const
 {
+    ReadContext* const context = ReadContext::Current();
+    if (context && context->Depth() == 0) {
+        // The record written first is the root of the paths its reports carry.
+        const ReadContext::Scope scope(context, m_type.description, -1, -1);
+        GetXml(writer);
+        return;
+    }
     PassDown();
     if (GetValidate()) {
         Check();
@@ -58,6 +65,7 @@ void Record::GetXml(QXmlStreamWriter& writer) const
             if (!child.HasData())
                 ReportIncomplete(member);
             if (set) {
+                const ReadContext::Scope scope(context, *member.nested(), member.bit, -1);
                 const ReportingAs as = Reporting(child);
                 child.GetXml(writer);
             }
@@ -67,6 +75,7 @@ void Record::GetXml(QXmlStreamWriter& writer) const
                 if (!item.HasData())
                     ReportIncomplete(member);
                 if (set) {
+                    const ReadContext::Scope scope(context, *member.nested(), member.bit, i);
                     const ReportingAs as = Reporting(item);
                     item.GetXml(writer);
                 }

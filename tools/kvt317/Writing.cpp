@@ -123,7 +123,13 @@ int WriteChecked(const Document& input, const Record& record, const WriteRequest
     if (request.edit && request.form == input.form)
         written = input.detected;
     record.SetLogger(nullptr);
-    const SavePlan plan = PlanSave(record, written, {}, request.level);
+    // What writing reports is shown with the record and member it is about.
+    DiagnosticList writing;
+    const SavePlan plan = [&] {
+        Collector collector(writing);
+        ObserveReading observe(collector);
+        return PlanSave(record, written, {}, request.level);
+    }();
     const QByteArray& bytes = plan.bytes;
 
     DiagnosticList changes;
@@ -160,6 +166,14 @@ int WriteChecked(const Document& input, const Record& record, const WriteRequest
     if (request.findings)
         PrintDiagnostics(Err(), input.label, *request.findings);
     PrintDiagnostics(Err(), input.label, changes);
+    // What writing reports about a member the input's findings name already adds nothing.
+    PrintDiagnostics(Err(), input.label, writing, [&input](const Diagnostic& diagnostic) {
+        for (const DiagnosticList::Entry& entry : input.diagnostics.Sorted())
+            if (entry.diagnostic->path == diagnostic.path &&
+                entry.diagnostic->bit == diagnostic.bit)
+                return false;
+        return true;
+    });
     PrintDiagnostics(Err(), input.label, input.notes);
     const qint64 added = request.edit ? PrintNewFaults(input, record, there) : 0;
     if (request.edit)
