@@ -19,8 +19,5 @@ QString Hex32(quint32 value);
 // The offset of the first byte that is not part of valid UTF-8, or -1.
 int InvalidUtf8(const QByteArray& bytes);
 
-// The candidate closest to a misspelt name, or a null text when none is close.
-QString Suggestion(const QString& name, const QStringList& candidates);
-
 // The names of an enumeration member, comma-separated.
 QString AllowedNames(const KVT317XML::MemberDescription& member);

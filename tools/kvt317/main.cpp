@@ -2,6 +2,7 @@
 
 #include "Commands.h"
 #include "Values.h"
+#include <NameSuggestion.h>
 
 #include <KVT317XmlVersion.h>
 
@@ -22,7 +23,7 @@ namespace {
 // "; did you mean 'set'?" for a name close to one of the candidates, or nothing.
 QString DidYouMean(const QString& name, const QStringList& candidates)
 {
-    const QString suggestion = Suggestion(name, candidates);
+    const QString suggestion = KVT317XML::ClosestName(name, candidates);
     return suggestion.isNull() ? QString() : QStringLiteral("; did you mean '%1'?").arg(suggestion);
 }
 
@@ -349,7 +350,7 @@ int Run(const QStringList& arguments)
             for (const QString& option : Option(key).names)
                 if (option.size() > 1)
                     names.append(option);
-        const QString suggestion = Suggestion(unknown, names);
+        const QString suggestion = KVT317XML::ClosestName(unknown, names);
         return UsageError(
             QStringLiteral("unknown option '%1%2'").arg(unknown.size() > 1 ? "--" : "-", unknown) +
                 (suggestion.isNull() ? QString()
