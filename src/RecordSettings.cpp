@@ -82,19 +82,27 @@ bool Record::OwnsChildren() const
 }
 
 // The held records take this record's pending settings into their objects, and their own
-// held records read them in turn (taking them too when `deep`, where nothing shares them).
+// held records read them in turn, and take them too where nothing shares them.
 void Record::SettleChildren(bool deep) const
 {
-    const quint8 pending = m_down.pending;
-    if (!pending)
+    if (!m_down.pending)
         return;
-    if (m_type.children.empty() || !HasStorage() || HoldAlready(pending)) {
-        // Nothing to write: the records already hold what they read.
+    // Both settings are settled together, so that afterwards the record knows its held
+    // records hold both: a later hand-down of the same values leaves nothing pending, and
+    // const operations on the record, which may run on several threads, write nothing.
+    if (m_type.children.empty() || !HasStorage() || HoldAlready(DownBoth)) {
         if (HasStorage())
-            Held(pending);
+            Held(DownBoth);
         m_down.pending = 0;
         return;
     }
+    if (HoldAlready(m_down.pending)) {
+        // Nothing to write: the records already hold what they read.
+        Held(m_down.pending);
+        m_down.pending = 0;
+        return;
+    }
+    const quint8 pending = DownBoth;
     Record& self = const_cast<Record&>(*this);
     StorageBlock& block = self.MutableStorage();
     const bool validate = CurrentValidate();
@@ -115,8 +123,10 @@ void Record::SettleChildren(bool deep) const
         // last changed.
         if (changed)
             child.PassDown();
-        if (deep && child.OwnsChildren())
-            child.SettleChildren(true);
+        // Where nothing shares its held records, they take the settings now too: a const
+        // reference handed out later then writes nothing.
+        if (child.OwnsChildren())
+            child.SettleChildren(deep);
     };
     for (const int bit : m_type.children) {
         const MemberRow& row = m_type.rows[bit];

@@ -253,8 +253,11 @@ const void* Record::ConstField(int bit, Field field) const
     switch (field) {
     case Field::Value:
         if (row.list || row.asRecord) {
-            // A reference to a held record goes out: it holds what it reads.
-            SettleChildren(false);
+            // A reference to a held record goes out: it holds what it reads. Where the held
+            // records hold it already, nothing is written, not even that they do: const
+            // reads of one record may run on several threads at once.
+            if (m_down.pending && !HoldAlready(m_down.pending))
+                SettleChildren(false);
             void* slot = const_cast<void*>(SlotOf(*d.constData(), row));
             return row.list ? row.list->items(slot) : slot;
         }

@@ -228,6 +228,11 @@ Record& Record::BeginItem(const MemberRow& row)
 // validation is on and it is incomplete. An incomplete item is reported either way.
 void Record::EndItem(const MemberRow& row, Record& item)
 {
+    // The item's own held records take its settings now, while nothing shares it: const
+    // operations on the document, which may run on several threads, then write nothing. An
+    // item still on the shared storage of a fresh record is left as it is.
+    if (item.OwnsChildren())
+        item.SettleChildren(true);
     const bool complete = item.HasData();
     StorageBlock& block = MutableStorage();
     void* slot = reinterpret_cast<char*>(&block) + row.valueOffset;
