@@ -14,6 +14,7 @@
 namespace KVT317XML {
 
 class Record;
+class SourcePlaces;
 
 /// What a ReadFinding is about.
 enum class FindingKind {
@@ -189,6 +190,10 @@ public:
     explicit ObserveReading(ReadObserver& observer);
     /// Calls @p found for each finding.
     explicit ObserveReading(std::function<void(const ReadFinding&)> found);
+    /// Makes @p observer listen, and has the XML and binary loads of the scope keep in
+    /// @p places where each record and member stands (SourcePlaces.h); both must outlive
+    /// the scope. One load per SourcePlaces.
+    ObserveReading(ReadObserver& observer, SourcePlaces& places);
     /// Ends the listening; the observer before, if any, listens again.
     ~ObserveReading();
     ObserveReading(const ObserveReading&) = delete;

@@ -17,10 +17,13 @@ class QIODevice;
 
 namespace KVT317XML {
 
+class SourcePlaces;
+
 class ReadContext final : public REPORTGENERATOR::ReadTap
 {
 public:
-    explicit ReadContext(ReadObserver& observer);
+    // With `places`, the load keeps where each record and member stands in it.
+    explicit ReadContext(ReadObserver& observer, SourcePlaces* places = nullptr);
     ~ReadContext() override;
 
     // The context of the calling thread, or null. While no thread observes, one relaxed
@@ -122,6 +125,7 @@ private:
         quint32 given = 0;          // members given in this element or frame
         ReadPosition first[32];     // where each was given first
         bool elementInText = false; // an element in the current member's text was reported
+        int placed = -1;            // the record's handle in m_places, once it started
     };
 
     const RecordDescription* Innermost() const
@@ -135,6 +139,7 @@ private:
     void FlushPending();
 
     ReadObserver& m_observer;
+    SourcePlaces* m_places;
     const bool m_entries;
     ReadContext* m_outer;
     REPORTGENERATOR::ReadTap::Scope m_tapScope;

@@ -2,6 +2,7 @@
 
 #include "ReadContext.h"
 #include "ReadText.h"
+#include "SourcePlaces.h"
 
 #include <IRGObject.h>
 #include <Operation.h>
@@ -86,6 +87,10 @@ struct ObserveReading::Private {
         : context(observer)
     {
     }
+    Private(ReadObserver& observer, SourcePlaces& places)
+        : context(observer, &places)
+    {
+    }
     explicit Private(std::function<void(const ReadFinding&)> found)
         : function(std::move(found))
         , context(function)
@@ -97,6 +102,11 @@ struct ObserveReading::Private {
 
 ObserveReading::ObserveReading(ReadObserver& observer)
     : d(new Private(observer))
+{
+}
+
+ObserveReading::ObserveReading(ReadObserver& observer, SourcePlaces& places)
+    : d(new Private(observer, places))
 {
 }
 
@@ -161,8 +171,9 @@ QString FindingKindName(FindingKind kind)
 
 std::atomic<int> ReadContext::observing{0};
 
-ReadContext::ReadContext(ReadObserver& observer)
+ReadContext::ReadContext(ReadObserver& observer, SourcePlaces* places)
     : m_observer(observer)
+    , m_places(places)
     , m_entries(observer.WantsEntries())
     , m_outer(static_cast<ReadContext*>(CurrentContext()))
     , m_tapScope(*this)
@@ -199,6 +210,9 @@ void ReadContext::Scope::Enter(ReadContext* context, const RecordDescription& re
 
 void ReadContext::Scope::Leave()
 {
+    const Frame& frame = m_context->m_frames.back();
+    if (frame.placed >= 0)
+        m_context->m_places->Given(frame.placed, frame.given, frame.first);
     m_context->m_frames.pop_back();
     m_context->m_records.pop_back();
     if (!m_context->m_path.isEmpty() &&
@@ -266,6 +280,13 @@ void ReadContext::RecordStart(const ReadPosition& at, quint32 tag, qint64 length
 {
     m_position = at;
     m_member = nullptr;
+    if (m_places && !m_frames.empty() && m_frames.back().placed < 0) {
+        const std::size_t depth = m_frames.size();
+        const int parent = depth >= 2 ? m_frames[depth - 2].placed : -1;
+        const ReadStep* step = LastStep();
+        m_frames.back().placed =
+            m_places->StartRecord(parent, step && depth >= 2 ? *step : ReadStep(), at);
+    }
     Entry(nullptr, at, tag, length, QString());
 }
 

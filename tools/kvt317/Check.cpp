@@ -47,7 +47,7 @@ int RunCheck(const Options& options)
             continue;
         }
         Analyse(*document, false, options.lint);
-        const DiagnosticList& diagnostics = document->diagnostics;
+        const DiagnosticList& diagnostics = document->findings;
         errors += diagnostics.Errors();
         warnings += diagnostics.Warnings();
         if (diagnostics.Count() > 0) {

@@ -19,7 +19,7 @@ int Unusable(Document& document)
     if (document.loaded)
         return Success;
     Analyse(document);
-    PrintDiagnostics(Err(), document.label, document.diagnostics);
+    PrintDiagnostics(Err(), document.label, document.findings);
     return Faults;
 }
 

@@ -1,35 +1,15 @@
 #include "Diagnostics.h"
 #include "Json.h"
 #include "Output.h"
-#include "Values.h"
+#include <OpenDocument.h>
 
 using namespace KVT317XML;
-
-namespace {
-
-QString Subject(const Diagnostic& diagnostic)
-{
-    const QString& label = diagnostic.label;
-    return label.isEmpty() ? diagnostic.message : label + QStringLiteral(": ") + diagnostic.message;
-}
-
-} // namespace
 
 void PrintDiagnostics(Channel& channel, const QString& label, const DiagnosticList& list,
                       const std::function<bool(const Diagnostic&)>& filter)
 {
-    for (const DiagnosticList::Entry& entry : list.Sorted()) {
-        const Diagnostic& diagnostic = *entry.diagnostic;
-        if (filter && !filter(diagnostic))
-            continue;
-        channel << label << ':';
-        if (diagnostic.where.Known())
-            channel << diagnostic.where.line << ':' << diagnostic.where.column << ':';
-        channel << ' ' << LevelName(diagnostic.level) << ": " << Printable(Subject(diagnostic))
-                << '\n';
-        if (entry.more > 0)
-            channel << label << ": ... and " << Grouped(entry.more) << " more like this\n";
-    }
+    for (const QString& line : KVT317XML::FindingLines(label, list, filter))
+        channel << line << '\n';
 }
 
 void WriteDiagnosticsJson(JsonWriter& json, const QString& label, const DiagnosticList& list)

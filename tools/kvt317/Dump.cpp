@@ -301,7 +301,7 @@ int RunDump(const Options& options)
         // The frame cannot be listed: too short, not inflated, or of no known type.
         document->loaded = document->loaded && document->record;
         Analyse(*document);
-        PrintDiagnostics(Err(), document->label, document->diagnostics);
+        PrintDiagnostics(Err(), document->label, document->findings);
         return Faults;
     }
     options.json ? json.End() : text.End();

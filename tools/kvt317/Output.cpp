@@ -118,14 +118,6 @@ QString InputLabel(const QString& path)
     return path == QLatin1String("-") ? QStringLiteral("<stdin>") : path;
 }
 
-QString Grouped(qint64 number)
-{
-    QString digits = QString::number(number < 0 ? -number : number);
-    for (int i = digits.size() - 3; i > 0; i -= 3)
-        digits.insert(i, QLatin1Char(','));
-    return number < 0 ? QLatin1Char('-') + digits : digits;
-}
-
 QString WriteOutput(const QString& path, const QByteArray& bytes)
 {
     if (path == QLatin1String("-")) {

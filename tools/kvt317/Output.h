@@ -1,6 +1,8 @@
 #pragma once
 
+#include <OpenDocument.h>
 #include <QByteArray>
+
 #include <QString>
 
 // Exit statuses of the tool.
@@ -52,4 +54,7 @@ QString WriteOutput(const QString& path, const QByteArray& bytes);
 QString InputLabel(const QString& path);
 
 // 1234567 as "1,234,567".
-QString Grouped(qint64 number);
+inline QString Grouped(qint64 number)
+{
+    return KVT317XML::GroupedNumber(number);
+}

@@ -14,28 +14,6 @@ QString KindName(const MemberDescription& member)
     return member.kindName;
 }
 
-QString Printable(const QString& text)
-{
-    QString shown;
-    shown.reserve(text.size());
-    for (int i = 0; i < text.size(); ++i) {
-        const QChar c = text.at(i);
-        const ushort code = c.unicode();
-        const bool pair =
-            c.isHighSurrogate() && i + 1 < text.size() && text.at(i + 1).isLowSurrogate();
-        if (pair) {
-            shown.append(c);
-            shown.append(text.at(++i));
-        } else if (code < 0x20 || code == 0x7F || c.isSurrogate() || code == 0xFFFE ||
-                   code == 0xFFFF) {
-            shown.append(QStringLiteral("\\u%1").arg(code, 4, 16, QLatin1Char('0')));
-        } else {
-            shown.append(c);
-        }
-    }
-    return shown;
-}
-
 QString HexByte(char byte)
 {
     return QStringLiteral("0x") + QString::number(static_cast<unsigned char>(byte), 16)

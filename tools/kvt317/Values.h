@@ -1,5 +1,6 @@
 #pragma once
 
+#include <OpenDocument.h>
 #include <RecordDescription.h>
 
 #include <QString>
@@ -10,7 +11,10 @@ QString KindName(const KVT317XML::MemberDescription& member);
 
 // A text fit for a terminal: control characters, DEL and characters that are no text
 // written as \u0001.
-QString Printable(const QString& text);
+inline QString Printable(const QString& text)
+{
+    return KVT317XML::PrintableText(text);
+}
 
 // "0xFF", "0x0E9DCC54".
 QString HexByte(char byte);

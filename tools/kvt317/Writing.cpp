@@ -85,7 +85,7 @@ qint64 PrintNewFaults(const Document& input, const Record& record,
                       const std::function<bool(const Diagnostic&)>& kept)
 {
     QHash<QString, qint64> before;
-    for (const DiagnosticList::Entry& entry : input.diagnostics.Sorted())
+    for (const DiagnosticList::Entry& entry : input.findings.Sorted())
         if (kept(*entry.diagnostic))
             before[FaultKey(*entry.diagnostic)] += 1 + entry.more;
     DiagnosticList after;
@@ -147,10 +147,10 @@ int WriteChecked(const Document& input, const Record& record, const WriteRequest
     // A conversion onto another document: the input's faults that one had already.
     QHash<QString, qint64> replacedFaults;
     if (request.replaced && !request.edit)
-        for (const DiagnosticList::Entry& entry : request.replaced->diagnostics.Sorted())
+        for (const DiagnosticList::Entry& entry : request.replaced->findings.Sorted())
             replacedFaults[FaultKey(*entry.diagnostic)] += 1 + entry.more;
     qint64 already = 0;
-    PrintDiagnostics(Err(), input.label, input.diagnostics, [&](const Diagnostic& diagnostic) {
+    PrintDiagnostics(Err(), input.label, input.findings, [&](const Diagnostic& diagnostic) {
         if (!relevant(diagnostic))
             return false;
         if (request.edit)
@@ -168,7 +168,7 @@ int WriteChecked(const Document& input, const Record& record, const WriteRequest
     PrintDiagnostics(Err(), input.label, changes);
     // What writing reports about a member the input's findings name already adds nothing.
     PrintDiagnostics(Err(), input.label, writing, [&input](const Diagnostic& diagnostic) {
-        for (const DiagnosticList::Entry& entry : input.diagnostics.Sorted())
+        for (const DiagnosticList::Entry& entry : input.findings.Sorted())
             if (entry.diagnostic->path == diagnostic.path &&
                 entry.diagnostic->bit == diagnostic.bit)
                 return false;
@@ -177,7 +177,7 @@ int WriteChecked(const Document& input, const Record& record, const WriteRequest
     PrintDiagnostics(Err(), input.label, input.notes);
     const qint64 added = request.edit ? PrintNewFaults(input, record, there) : 0;
     if (request.edit)
-        already = Count(input.diagnostics, there);
+        already = Count(input.findings, there);
     const Document& target = request.edit || !request.replaced ? input : *request.replaced;
     if (already > 0)
         Err() << "kvt317: " << target.label << ": " << Grouped(already)
@@ -190,7 +190,7 @@ int WriteChecked(const Document& input, const Record& record, const WriteRequest
         Err() << "kvt317: " << output << " not written: " << plan.refusal << '\n';
         return Faults;
     }
-    const qint64 uncarried = Count(input.diagnostics, [&](const Diagnostic& diagnostic) {
+    const qint64 uncarried = Count(input.findings, [&](const Diagnostic& diagnostic) {
         return relevant(diagnostic) && diagnostic.origin == Diagnostic::Origin::XmlText;
     });
     if (uncarried > 0) {
@@ -201,7 +201,7 @@ int WriteChecked(const Document& input, const Record& record, const WriteRequest
         return Faults;
     }
     const qint64 blocking =
-        Count(input.diagnostics,
+        Count(input.findings,
               [&](const Diagnostic& diagnostic) {
                   return relevant(diagnostic) && diagnostic.origin == Diagnostic::Origin::Input;
               }) +
