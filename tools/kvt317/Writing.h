@@ -2,6 +2,7 @@
 
 #include "Document.h"
 
+#include <DocumentSave.h>
 #include <Record.h>
 
 #include <functional>
@@ -12,29 +13,10 @@
 QByteArray Serialise(const KVT317XML::Record& record, Form form, int level,
                      const KVT317XML::DetectedForm* encoding = nullptr);
 
-struct WriteRequest {
+// A save the library weighs (DocumentSave.h), and where it goes.
+struct WriteRequest : KVT317XML::DocumentSaveRequest {
     QString path; // "-" for standard output
-    Form form = Form::Xml;
-    int level = -1;
     bool force = false;
-    // Diagnostics of the input that the command made void (members it set, items it
-    // removed).
-    std::function<bool(const Diagnostic&)> superseded;
-    // Whether the input's positions still fit the record (not after items moved).
-    bool locatable = true;
-    // Findings of the command itself, printed and weighed with the input's.
-    const DiagnosticList* findings = nullptr;
-    // The record as it was before the command changed it, to make sure nothing but what
-    // the command changed is different: members that differ at the other places count as
-    // changes.
-    const KVT317XML::Record* before = nullptr;
-    std::function<bool(const QString& path, int bit)> changed;
-    // An edit of the input itself: of the faults the written record has, only those the
-    // edit brought are listed; the ones the input had already are counted in one line.
-    bool edit = false;
-    // The document a conversion replaces, loaded and analysed: the input's faults it had
-    // already are counted in one line, not listed.
-    const Document* replaced = nullptr;
 };
 
 // Writes a record read from (or made from) the input, unless that would change anything
