@@ -99,17 +99,9 @@ LoadedDocument LoadSettingsDocument(const QString& path)
 
 QByteArray DocumentBytes(const Record& record, DocumentForm form)
 {
-    switch (form) {
-    case DocumentForm::Xml:
-        return record.GetXmlString().toUtf8();
-    case DocumentForm::Json:
-        return WriteJsonDocument(record);
-    case DocumentForm::Binary:
-        return record.GetBinaryRepresentationAsQByteArray();
-    case DocumentForm::Compressed:
-        return record.GetCompressedBinaryRepresentationAsQByteArray(-1);
-    }
-    return QByteArray();
+    DetectedForm target;
+    target.form = form;
+    return SettingsDocumentBytes(record, target);
 }
 
 namespace {
@@ -243,9 +235,17 @@ SaveReport SaveProblems(const Record& record, DocumentForm form)
 bool SaveSettingsDocument(const Record& record, const QString& path, DocumentForm form,
                           SaveReport* report, SaveFaults faults)
 {
+    DetectedForm target;
+    target.form = form;
+    return SaveSettingsDocument(record, path, target, report, faults);
+}
+
+bool SaveSettingsDocument(const Record& record, const QString& path, const DetectedForm& form,
+                          SaveReport* report, SaveFaults faults)
+{
     SaveReport own;
     SaveReport& out = report ? *report : own;
-    out = SaveProblems(record, form);
+    out = SaveProblems(record, form.form);
     if (!out.error.isEmpty())
         return false;
     if (!out.faults.empty() && faults == SaveFaults::Refuse) {
@@ -266,16 +266,18 @@ bool SaveSettingsDocument(const Record& record, const QString& path, DocumentFor
         }));
     bool saved = false;
     try {
-        if (form == DocumentForm::Json) {
+        const bool plainXml = form.form == DocumentForm::Xml &&
+                              form.encoding == TextEncoding::Utf8 && !form.byteOrderMark;
+        if (form.form == DocumentForm::Json || (form.form == DocumentForm::Xml && !plainXml)) {
+            // The library's bytes of the form, XML in the encoding the file had.
             QString fault;
-            saved = REPORTGENERATOR::WriteDocumentFile(path, WriteJsonDocument(*copy), &fault,
-                                                       &out.warnings);
+            saved = REPORTGENERATOR::WriteDocumentFile(path, SettingsDocumentBytes(*copy, form),
+                                                       &fault, &out.warnings);
             if (!saved)
                 errors.append(fault);
         } else {
-            saved = form == DocumentForm::Xml
-                        ? copy->SaveXml(path)
-                        : copy->SaveBinary(path, form == DocumentForm::Compressed);
+            saved = plainXml ? copy->SaveXml(path)
+                             : copy->SaveBinary(path, form.form == DocumentForm::Compressed);
         }
     } catch (const std::exception& refused) {
         out.error = QString::fromUtf8(refused.what());

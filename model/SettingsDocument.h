@@ -60,7 +60,8 @@ enum class SaveFaults {
 /// with it.
 KVT317XMLMODEL_EXPORT SaveReport SaveProblems(const Record& record, DocumentForm form);
 
-/// Saves a document in @p form through the library's own SaveXml() and SaveBinary(),
+/// Saves a document in @p form through the library's own SaveXml() and SaveBinary() (JSON,
+/// and XML in UTF-16 or with a byte-order mark, as SettingsDocumentBytes() writes them),
 /// atomically: the file is replaced only once the whole document is written.
 ///
 /// Before anything is written the document is checked (Check()) and its form is tried in
@@ -75,7 +76,14 @@ KVT317XMLMODEL_EXPORT bool SaveSettingsDocument(const Record& record, const QStr
                                                 DocumentForm form, SaveReport* report = nullptr,
                                                 SaveFaults faults = SaveFaults::Refuse);
 
-/// The bytes a save of @p record in @p form writes (SaveXml(), SaveBinary()).
+/// The same, writing XML in the text encoding and with the byte-order mark @p form gives
+/// (DetectDocumentForm() of the file opened), so that a save keeps a UTF-16 file UTF-16.
+KVT317XMLMODEL_EXPORT bool SaveSettingsDocument(const Record& record, const QString& path,
+                                                const DetectedForm& form,
+                                                SaveReport* report = nullptr,
+                                                SaveFaults faults = SaveFaults::Refuse);
+
+/// The bytes a save of @p record in @p form writes (SettingsDocumentBytes(), XML in UTF-8).
 KVT317XMLMODEL_EXPORT QByteArray DocumentBytes(const Record& record, DocumentForm form);
 
 /// The record as a save in @p form without validation writes it and a load gives it back:

@@ -115,3 +115,22 @@ TEST(ModelDocumentForms, JsonFindingsArePlacedAtTheirKeys)
                              "FrequencyRange), whose value is an object")
                   .arg(broken));
 }
+
+// A plain save of a UTF-16 file keeps it UTF-16, in its byte order, with its mark or without.
+TEST(ModelDocumentForms, APlainSaveKeepsUtf16)
+{
+    QTemporaryDir dir;
+    for (const Utf16Case& form : Utf16Cases) {
+        SCOPED_TRACE(form.name);
+        const QString path = WriteFile(dir, "bearing.xml", Utf16Document(form, BearingXml));
+        const LoadedDocument loaded = LoadSettingsDocument(path);
+        ASSERT_TRUE(loaded.record) << loaded.error.toStdString();
+        SaveReport report;
+        ASSERT_TRUE(SaveSettingsDocument(*loaded.record, path, loaded.detected, &report,
+                                         SaveFaults::Accept))
+            << report.error.toStdString();
+        QFile file(path);
+        ASSERT_TRUE(file.open(QIODevice::ReadOnly));
+        EXPECT_EQ(file.readAll(), Utf16Document(form, BearingXml));
+    }
+}

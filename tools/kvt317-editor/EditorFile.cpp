@@ -93,6 +93,7 @@ bool EditorWindow::Open(const QString& path)
     m_undo->clear();
     m_path = QFileInfo(path).absoluteFilePath();
     m_form = document.form;
+    m_detected = document.detected;
     m_json = json;
     m_diskDigest = digest;
     m_pending.clear();
@@ -336,14 +337,19 @@ EditorWindow::Written EditorWindow::WriteDirect(const QString& path, bool compar
     } else {
         // The model's save, under its rule; what it says is the editor's to show.
         KVT317XML::SaveReport report;
-        saved = KVT317XML::SaveSettingsDocument(document, path, m_form, &report, faults);
+        // The file's text encoding is kept: a UTF-16 file stays UTF-16.
+        KVT317XML::DetectedForm target;
+        target.form = m_form;
+        if (m_form == m_detected.form)
+            target = m_detected;
+        saved = KVT317XML::SaveSettingsDocument(document, path, target, &report, faults);
         for (const QString& warning : report.warnings)
             m_pending.emplace_back(static_cast<int>(LogLevel::Warning), warning);
         if (saved) {
             // What the save wrote, from a silent copy: the editor's own save is no change.
             std::unique_ptr<Record> copy = KVT317XML::CopyRecord(document);
             copy->SetLogger(nullptr);
-            bytes = DocumentBytes(*copy, m_form);
+            bytes = KVT317XML::SettingsDocumentBytes(*copy, target);
         } else {
             m_pending.emplace_back(static_cast<int>(LogLevel::Error), report.error);
             errors.append(report.error);

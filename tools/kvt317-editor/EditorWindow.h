@@ -124,7 +124,8 @@ private:
     QUndoStack* m_undo = nullptr;
     QString m_path;
     KVT317XML::DocumentForm m_form = KVT317XML::DocumentForm::Xml;
-    bool m_json = false; // a JSON document, which is kvt317's own form
+    KVT317XML::DetectedForm m_detected; // the form and text encoding the file was found in
+    bool m_json = false;                // a JSON document, which is kvt317's own form
     QList<QAction*> m_rowActions;
     QByteArray m_diskDigest; // of what the editor last loaded, saved or was shown on disk
     QFileSystemWatcher* m_watcher = nullptr;
