@@ -30,9 +30,12 @@ namespace KVT317XML {
 class KVT317XML_EXPORT SourcePlaces
 {
 public:
+    /// No places.
     SourcePlaces();
     ~SourcePlaces();
+    /// Takes @p other's places; @p other is left without any.
     SourcePlaces(SourcePlaces&& other) noexcept;
+    /// Takes @p other's places; @p other is left without any.
     SourcePlaces& operator=(SourcePlaces&& other) noexcept;
     SourcePlaces(const SourcePlaces&) = delete;
     SourcePlaces& operator=(const SourcePlaces&) = delete;

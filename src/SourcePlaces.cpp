@@ -139,6 +139,8 @@ bool SourcePlaces::IsEmpty() const
 
 int SourcePlaces::StartRecord(int parent, const ReadStep& step, const ReadPosition& at)
 {
+    if (!d) // moved from
+        d.reset(new Private);
     Private::Node node;
     node.offset = Compact(at.offset);
     node.parent = parent >= 0 ? static_cast<quint32>(parent) + 1 : 0;
@@ -154,7 +156,7 @@ int SourcePlaces::StartRecord(int parent, const ReadStep& step, const ReadPositi
 
 void SourcePlaces::Given(int handle, quint32 given, const ReadPosition* first)
 {
-    if (handle < 0 || static_cast<std::size_t>(handle) >= d->nodes.size())
+    if (!d || handle < 0 || static_cast<std::size_t>(handle) >= d->nodes.size())
         return;
     Private::Node& node = d->nodes[static_cast<std::size_t>(handle)];
     node.given = given;
@@ -175,6 +177,8 @@ void SourcePlaces::Given(int handle, quint32 given, const ReadPosition* first)
 
 void SourcePlaces::Add(const ReadPath& path, const ReadEntry& entry)
 {
+    if (!d)
+        d.reset(new Private);
     const QString key = Key(path, entry.member ? entry.member->bit : -1);
     if (!d->entries.contains(key))
         d->entries.insert(key, FromPosition(entry.position));
@@ -182,6 +186,8 @@ void SourcePlaces::Add(const ReadPath& path, const ReadEntry& entry)
 
 FindingPlace SourcePlaces::Record(const ReadPath& path) const
 {
+    if (!d)
+        return FindingPlace();
     if (!d->entries.isEmpty())
         return d->entries.value(Key(path, -1));
     const int found = d->Find(path);
@@ -190,7 +196,7 @@ FindingPlace SourcePlaces::Record(const ReadPath& path) const
 
 FindingPlace SourcePlaces::Member(const ReadPath& path, int bit, const QString* text) const
 {
-    if (bit < 0 || bit >= 32)
+    if (!d || bit < 0 || bit >= 32)
         return FindingPlace();
     if (!d->entries.isEmpty())
         return d->entries.value(Key(path, bit));

@@ -216,3 +216,31 @@ TEST(OpenDocument, BinaryCheckIsPlacedAtOffsetsFromTheOneRead)
     EXPECT_EQ(member.column, 422);
     EXPECT_EQ(document->places.Record(ReadPath{ReadStep{0, 3}}).offset, 1093);
 }
+
+TEST(OpenDocument, JsonCheckIsPlacedAtTheRecordsKey)
+{
+    const QByteArray json("{\"KVT317_Settings\": {\"KVT317SettingsDetail\": [\n"
+                          "  {\"Name\": \"A\", \"index\": 1, \"AntennaPol\": \"VERT\",\n"
+                          "   \"FrequencyRange\": {\"StartFrequency\": 1}}\n"
+                          "]}}\n");
+    const auto document = OpenSettingsBytes(json, QStringLiteral("a.json"));
+    ASSERT_TRUE(document->loaded);
+    EXPECT_EQ(document->form, DocumentForm::Json);
+    // The item stands at its brace, its frequency range at its key.
+    const QStringList lines = FindingLines(document->label, document->findings);
+    ASSERT_EQ(lines.size(), 15);
+    EXPECT_EQ(lines.at(1), QStringLiteral("a.json:2:3: error: KVT317SettingsDetail[1] (\"A\"): "
+                                          "KVT317SettingsDetail: Please set AntPreAmp properly."));
+    EXPECT_EQ(lines.at(14),
+              QStringLiteral("a.json:3:4: error: KVT317SettingsDetail[1].FrequencyRange (\"A\"): "
+                             "FrequencyRange: Please set StopFrequency properly."));
+}
+
+TEST(OpenDocument, MovedPlacesAreEmpty)
+{
+    const auto document = OpenSettingsBytes(QByteArray(Damaged), QStringLiteral("damaged.xml"));
+    SourcePlaces places = std::move(document->places);
+    EXPECT_EQ(places.Record(ReadPath{ReadStep{0, 1}}).line, 22);
+    EXPECT_TRUE(document->places.IsEmpty());
+    EXPECT_FALSE(document->places.Record(ReadPath{ReadStep{0, 1}}).Known());
+}
