@@ -2,7 +2,6 @@
 // on disk by other programs. A save never writes over a change the user was not told of.
 
 #include "EditorWindow.h"
-#include "JsonDocument.h"
 
 #include <BearingSettings.h>
 #include <DocumentFile.h>
@@ -81,10 +80,10 @@ bool EditorWindow::Open(const QString& path)
     // Read before the load: should the file change in between, the editor takes the older
     // content for what it has shown, and the change is noticed rather than overwritten.
     const QByteArray digest = DiskDigest(path);
-    const bool json = IsJsonDocument(path);
     m_loading = true;
-    KVT317XML::LoadedDocument document =
-        json ? LoadJsonDocument(path) : KVT317XML::LoadSettingsDocument(path);
+    // Every form, JSON included, through the library's one detection.
+    KVT317XML::LoadedDocument document = KVT317XML::LoadSettingsDocument(path);
+    const bool json = document.form == DocumentForm::Json;
     m_loading = false;
     if (!document.record) {
         showError(document.error);
@@ -261,7 +260,8 @@ EditorWindow::Written EditorWindow::WriteThroughEdit(const QString& path, QByteA
                 }
                 // The edit saves in the file's form; a file in another form is left to the
                 // direct write, which keeps the editor's.
-                if (!InForm(bytes, false, m_form) || !CopyDocument(document, *scratch))
+                if (KVT317XML::DetectDocumentForm(bytes).form != m_form ||
+                    !CopyDocument(document, *scratch))
                     return false;
                 tried = true;
                 // What the edit saves is held to the model's rule, as SaveSettingsDocument()
@@ -327,7 +327,7 @@ EditorWindow::Written EditorWindow::WriteDirect(const QString& path, bool compar
     bool saved = false;
     QStringList errors;
     if (m_json) {
-        bytes = JsonDocumentBytes(document);
+        bytes = DocumentBytes(document, DocumentForm::Json);
         QStringList warnings;
         saved = REPORTGENERATOR::WriteDocumentFile(path, bytes, &fault, &warnings);
         for (const QString& warning : warnings)

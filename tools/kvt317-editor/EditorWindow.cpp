@@ -1,5 +1,4 @@
 #include "EditorWindow.h"
-#include "JsonDocument.h"
 
 #include "CellDelegate.h"
 #include "Commands.h"

@@ -125,7 +125,7 @@ private:
     QString m_path;
     KVT317XML::DocumentForm m_form = KVT317XML::DocumentForm::Xml;
     KVT317XML::DetectedForm m_detected; // the form and text encoding the file was found in
-    bool m_json = false;                // a JSON document, which is kvt317's own form
+    bool m_json = false;                // a JSON document
     QList<QAction*> m_rowActions;
     QByteArray m_diskDigest; // of what the editor last loaded, saved or was shown on disk
     QFileSystemWatcher* m_watcher = nullptr;
