@@ -16,7 +16,8 @@ namespace KVT317XML {
 /// after the load, by Check() or a lint, are placed at the member or record they name
 /// without reading the input a second time. It holds a few bytes per record and member:
 /// for each record where its element or frame starts, and for each member given, where it
-/// was given first.
+/// was given first. The first look-up sorts an index of the records: look-ups from two
+/// threads at once need a lock of the caller's.
 ///
 /// @code
 /// KVT317XML::SourcePlaces places;
