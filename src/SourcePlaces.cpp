@@ -221,11 +221,15 @@ FindingPlace SourcePlaces::Member(const ReadPath& path, int bit, const QString* 
     const FindingPlace start = d->At(handle);
     int line = start.line;
     int column = start.column;
+    // Line breaks as XML reads them: LF, CR LF and a CR alone.
     for (quint32 i = node.offset; i < at; ++i) {
-        if (text->at(static_cast<int>(i)) == QLatin1Char('\n')) {
+        const QChar c = text->at(static_cast<int>(i));
+        if (c == QLatin1Char('\r') ||
+            (c == QLatin1Char('\n') &&
+             (i == 0 || text->at(static_cast<int>(i - 1)) != QLatin1Char('\r')))) {
             ++line;
             column = 1;
-        } else {
+        } else if (c != QLatin1Char('\n')) {
             ++column;
         }
     }

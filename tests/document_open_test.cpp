@@ -120,6 +120,17 @@ TEST(OpenDocument, XmlFromBytesHasTheCheckPlacedAndLabelled)
     EXPECT_EQ(document->findings.Warnings(), 3);
 }
 
+// Lines end as XML reads them: CR LF, or a CR alone.
+TEST(OpenDocument, XmlPlacesCountEveryKindOfLineBreak)
+{
+    for (const char* end : {"\r\n", "\r"}) {
+        SCOPED_TRACE(QByteArray(end).toHex().toStdString());
+        const QByteArray bytes = QByteArray(Damaged).replace("\n", end);
+        const auto document = OpenSettingsBytes(bytes, QStringLiteral("damaged.xml"));
+        EXPECT_EQ(FindingLines(document->label, document->findings), DamagedLines);
+    }
+}
+
 TEST(OpenDocument, XmlCheckReadsTheDeviceOnce)
 {
     const QByteArray bytes(Damaged);
