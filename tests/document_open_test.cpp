@@ -3,6 +3,7 @@
 
 #include "TestSupport.h"
 
+#include <DocumentSave.h>
 #include <KVT317SettingsDetail.h>
 #include <KVT317_Settings.h>
 #include <OpenDocument.h>
@@ -254,4 +255,36 @@ TEST(OpenDocument, MovedPlacesAreEmpty)
     EXPECT_EQ(places.Record(ReadPath{ReadStep{0, 1}}).line, 22);
     EXPECT_TRUE(document->places.IsEmpty());
     EXPECT_FALSE(document->places.Record(ReadPath{ReadStep{0, 1}}).Known());
+}
+
+// A save of what was opened: lossless, or refused unless its changes are accepted.
+TEST(OpenDocument, ASaveReviewListsWhatWritingWouldChange)
+{
+    const QByteArray example = ExampleFile("settings.xml");
+    QByteArray bytes = example;
+    bytes.replace("<AntennaPol>VERT</AntennaPol>\n",
+                  "<AntennaPol>VERT</AntennaPol>\n    <Colour>red</Colour>\n");
+    const auto document = OpenSettingsBytes(bytes, QStringLiteral("a.xml"));
+    ASSERT_TRUE(document->loaded);
+    DocumentSaveRequest request;
+    request.form = DocumentForm::Xml;
+    const DocumentSaveReview review = ReviewDocumentSave(*document, *document->record, request);
+    EXPECT_EQ(review.refusal, QString());
+    EXPECT_EQ(review.lines,
+              QStringList({QStringLiteral("a.xml:5:5: error: KVT317SettingsDetail[1] (\"VHF "
+                                          "airband\"): unknown element 'Colour' (ignored)")}));
+    EXPECT_EQ(review.blocking, 1);
+    EXPECT_EQ(review.uncarried, 0);
+    EXPECT_EQ(review.added, 0);
+    EXPECT_FALSE(review.Writable(false));
+    EXPECT_TRUE(review.Writable(true));
+    // What is written is the shipped file, which the unknown element was added to.
+    EXPECT_EQ(review.bytes, example);
+
+    // The shipped file itself saves as it is.
+    const auto shipped = OpenSettingsBytes(example, QStringLiteral("settings.xml"));
+    const DocumentSaveReview lossless = ReviewDocumentSave(*shipped, *shipped->record, request);
+    EXPECT_EQ(lossless.lines, QStringList());
+    EXPECT_EQ(lossless.blocking, 0);
+    EXPECT_TRUE(lossless.Writable(false));
 }
