@@ -4,6 +4,7 @@
 #include <FrequencyRange.h>
 #include <KVT317_Settings.h>
 #include <RecordDescription.h>
+#include <SaveChanges.h>
 #include <SettingsJson.h>
 
 #include <DocumentFile.h>
@@ -194,15 +195,17 @@ SaveReport SaveProblems(const Record& record, DocumentForm form)
     for (const ReadFinding& finding : checked.Findings())
         AddFault(out.faults, finding);
 
-    QByteArray bytes;
-    try {
-        ObserveReading quiet([](const ReadFinding&) {});
-        bytes = DocumentBytes(*copy, form);
-    } catch (const std::exception& refused) {
-        out.error = QStringLiteral("the library refuses to write the document: %1")
-                        .arg(QString::fromUtf8(refused.what()));
+    // The library's rule, lossless or refused: the save tried in memory, written and read
+    // back; a refusal stops every save, the changes it lists every save not accepting them.
+    DetectedForm target;
+    target.form = form;
+    SavePlan plan = PlanSave(*copy, target);
+    if (!plan.refusal.isEmpty()) {
+        out.error = plan.refusal;
         return out;
     }
+    out.changes = std::move(plan.changes);
+    const QByteArray& bytes = plan.bytes;
     std::vector<ReadFinding> found;
     const std::unique_ptr<Record> back = LoadedBack(record.GetDescription(), bytes, form, found);
     if (!back) {
@@ -252,6 +255,13 @@ bool SaveSettingsDocument(const Record& record, const QString& path, const Detec
         out.error = QStringLiteral("the document has %1 fault(s); the first: %2")
                         .arg(out.faults.size())
                         .arg(out.faults.front().message);
+        return false;
+    }
+    if (!out.changes.empty() && faults == SaveFaults::Refuse) {
+        out.error = QStringLiteral("writing would change what the document holds (%1 "
+                                   "change(s)); the first: %2")
+                        .arg(out.changes.size())
+                        .arg(out.changes.front().message);
         return false;
     }
     // A copy with a logger of its own, so that the library's reports come here.

@@ -5,6 +5,7 @@
 #include <ReadObserver.h>
 #include <Record.h>
 #include <RecordDescription.h>
+#include <SaveChanges.h>
 #include <SettingsFile.h>
 
 #include <QString>
@@ -39,6 +40,9 @@ struct KVT317XMLMODEL_EXPORT SaveReport {
     /// The document's faults at level ERROR: those of its Check(), and those the document as
     /// written would show when loaded back.
     std::vector<ReadFinding> faults;
+    /// What writing would change in what the document holds (PlanSave()): only
+    /// SaveFaults::Accept lets a save through that lists any.
+    std::vector<SaveChange> changes;
     /// Why nothing was saved; empty after a save.
     QString error;
     /// What the write reported at level WARNING (a mode, owner or attribute of the file that
@@ -48,14 +52,15 @@ struct KVT317XMLMODEL_EXPORT SaveReport {
 
 /// Whether a document with faults may be saved.
 enum class SaveFaults {
-    Refuse, ///< a document with faults at level ERROR is not saved
+    Refuse, ///< a document with faults at level ERROR, or that writing would change, is not saved
     Accept  ///< it is saved all the same, as long as it loads back as it is shown
 };
 
 /// What a save of @p record in @p form would find, without writing anything: the checks of
-/// SaveSettingsDocument(). Its error says why no save may write the document (the library
-/// refuses it, or it would not load back as it is shown), whatever the caller accepts; its
-/// faults are those at level ERROR that only SaveFaults::Accept lets through. A program that
+/// SaveSettingsDocument(). Its error says why no save may write the document (the library's
+/// PlanSave() refuses it, or it would not load back as it is shown), whatever the caller
+/// accepts; its faults are those at level ERROR, and its changes what PlanSave() lists as
+/// changed by writing, that only SaveFaults::Accept lets through. A program that
 /// writes the document by other means (a locked edit of its file) applies the same rule
 /// with it.
 KVT317XMLMODEL_EXPORT SaveReport SaveProblems(const Record& record, DocumentForm form);
@@ -69,8 +74,9 @@ KVT317XMLMODEL_EXPORT SaveReport SaveProblems(const Record& record, DocumentForm
 /// file as it was, when the library refuses the document (a report that raises with
 /// validation on, a character the form cannot carry), when the document as written does not
 /// load back or loads back other than the binary form's DocumentAsSaved() (what SettingsModel
-/// shows), and, unless @p faults is
-/// SaveFaults::Accept, when the document has faults at level ERROR. The library's reports go
+/// shows), and, unless @p faults is SaveFaults::Accept, when the document has faults at level
+/// ERROR or writing would change what it holds (PlanSave(), the library's one rule of lossless
+/// or refused saves). The library's reports go
 /// to @p report, never to the record's logger.
 KVT317XMLMODEL_EXPORT bool SaveSettingsDocument(const Record& record, const QString& path,
                                                 DocumentForm form, SaveReport* report = nullptr,

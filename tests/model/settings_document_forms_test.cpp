@@ -134,3 +134,35 @@ TEST(ModelDocumentForms, APlainSaveKeepsUtf16)
         EXPECT_EQ(file.readAll(), Utf16Document(form, BearingXml));
     }
 }
+
+// The model saves under the library's rule: a save that would change what the document holds
+// is refused, and written only when the caller accepts it.
+TEST(ModelDocumentForms, ASaveThatWouldChangeAValueIsRefusedUnlessAccepted)
+{
+    QTemporaryDir dir;
+    const char* const finer = "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n"
+                              "<BearingSettings Name=\"n\">\n"
+                              "  <Frequency>100.5000000001</Frequency>\n"
+                              "</BearingSettings>\n";
+    const QString path = WriteFile(dir, "bearing.xml", finer);
+    const LoadedDocument loaded = LoadSettingsDocument(path);
+    ASSERT_TRUE(loaded.record) << loaded.error.toStdString();
+    SaveReport report;
+    EXPECT_FALSE(SaveSettingsDocument(*loaded.record, path, loaded.detected, &report));
+    EXPECT_EQ(report.error,
+              QStringLiteral("writing would change what the document holds (1 change(s)); the "
+                             "first: BearingSettings would change on writing: it holds numbers "
+                             "with more decimals than are written"));
+    QFile file(path);
+    ASSERT_TRUE(file.open(QIODevice::ReadOnly));
+    EXPECT_EQ(file.readAll(), QByteArray(finer));
+    file.close();
+    EXPECT_TRUE(
+        SaveSettingsDocument(*loaded.record, path, loaded.detected, &report, SaveFaults::Accept))
+        << report.error.toStdString();
+    ASSERT_TRUE(file.open(QIODevice::ReadOnly));
+    EXPECT_EQ(file.readAll(), QByteArray("<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n"
+                                         "<BearingSettings Name=\"n\">\n"
+                                         "  <Frequency>100.500000000</Frequency>\n"
+                                         "</BearingSettings>\n"));
+}

@@ -234,9 +234,9 @@ TEST_F(Model, AnEmptiedDocumentIsNotSavedOverItsFile)
     // With validation on the library writes nothing of a document without details.
     model.Document()->SetValidate(true);
     const QString written[] = {
-        "the document as written would not load: XML error in line 2, column 0: Premature end "
-        "of document.",
-        "the document as written would not load: Binary data ends before the frame head"};
+        "the XML written would not read back: XML error in line 2, column 0: Premature end of "
+        "document.",
+        "the binary written would not read back: Binary data ends before the frame head"};
     int i = 0;
     for (DocumentForm form : {DocumentForm::Xml, DocumentForm::Binary}) {
         EXPECT_FALSE(SaveSettingsDocument(*model.Document(), path, form, &report));

@@ -272,6 +272,12 @@ EditorWindow::Written EditorWindow::WriteThroughEdit(const QString& path, QByteA
                     faults == KVT317XML::SaveFaults::Refuse)
                     refusal =
                         tr("the document has %1 fault(s) at level error").arg(rule.faults.size());
+                if (refusal.isEmpty() && !rule.changes.empty() &&
+                    faults == KVT317XML::SaveFaults::Refuse)
+                    refusal = tr("writing would change what the document holds (%1 change(s)); "
+                                 "the first: %2")
+                                  .arg(rule.changes.size())
+                                  .arg(rule.changes.front().message);
                 if (!refusal.isEmpty())
                     return false;
                 // The edit keeps the file's encoding (UTF-16 stays UTF-16), as the bytes do.
