@@ -184,7 +184,7 @@ void Record::ShareOrCopy(const QSharedDataPointer<StorageBlock>& source)
         d = source;
 }
 
-QSharedDataPointer<StorageBlock> Record::CopyOf(const StorageBlock& source) const
+QSharedDataPointer<StorageBlock> Record::CopyOf(const StorageBlock& source, bool snapshot) const
 {
     QSharedDataPointer<StorageBlock> copy(source.Clone());
     StorageBlock& block = *copy.data();
@@ -196,9 +196,13 @@ QSharedDataPointer<StorageBlock> Record::CopyOf(const StorageBlock& source) cons
             RecordAccess::KeepSettings(RecordAt(row, &block, row.valueOffset),
                                        RecordAt(row, &source, row.valueOffset));
         } else if (source.lent & StorageBlock::LentItems) {
-            // References to the source's items may be out: the copy has items of its own.
-            // A reference to a child or a date-time lies inside the block, which is copied.
-            DetachItems(row, SlotOf(block, row));
+            // References to the source's items may be out: a snapshot has items of its own,
+            // a copy reads them through their share until either side writes them. A
+            // reference to a child or a date-time lies inside the block, which is copied.
+            if (snapshot)
+                DetachItems(row, SlotOf(block, row));
+            else
+                row.list->readThroughShare(SlotOf(block, row));
         }
     }
     return copy;
@@ -231,6 +235,8 @@ const StorageBlock& Record::ConstStorage() const
 
 StorageBlock& Record::MutableStorage()
 {
+    // This record may be an item that copies of its list's holder still read.
+    SeparateCopiesOf(this);
     InitData();
     const StorageBlock& source = *d.constData();
     if (source.ref.loadRelaxed() != 1) {
@@ -336,7 +342,7 @@ std::shared_ptr<const void> Record::SaveState() const
     auto down = std::make_shared<const Down>(m_down);
     // A snapshot must not take the storage from under references that are out.
     if (d.constData() && d.constData()->lent)
-        return std::make_shared<const Snapshot>(Snapshot{CopyOf(*d.constData()), down});
+        return std::make_shared<const Snapshot>(Snapshot{CopyOf(*d.constData(), true), down});
     return std::make_shared<const Snapshot>(Snapshot{d, down});
 }
 

@@ -18,6 +18,7 @@
 #include <QVector>
 #include <QtAlgorithms>
 
+#include <atomic>
 #include <cstddef>
 #include <cstring>
 #include <memory>
@@ -80,10 +81,57 @@ template <class Data> struct DefaultsOf final : DefaultsBlock {
     Data invalid;
 };
 
-// A list of child records, with the list's default item.
+// Copies of a record whose list items were handed out by reference read the source's items
+// through one share instead of items of their own, so that such a copy costs the same
+// whatever the list's length. The share holds the items as a second owner: an operation on
+// the source's list through a reference then detaches the source as Qt's containers do. A
+// write to one of the source's items first hands the share items of its own (the source
+// keeps its items in place): the items know of the share by their address, through the
+// list of shares that are out.
+struct ListShareBase : public QSharedData {
+    ListShareBase() = default;
+    ListShareBase(const ListShareBase&) = delete;
+    ListShareBase& operator=(const ListShareBase&) = delete;
+    virtual ~ListShareBase();
+    // The share takes items of its own, each keeping the settings of the one it copies.
+    virtual void Separate() = 0;
+};
+
+// The share that reads the items from `begin` to `end`, with a reference taken: the one out
+// already, or one made by `make` from `items`.
+ListShareBase* ShareItems(const void* begin, const void* end,
+                          ListShareBase* (*make)(const void* items), const void* items);
+// The share is gone.
+void ReturnedByCopies(const ListShareBase* share);
+// Before a write to the record at `address` or to the list whose items start there: copies
+// that read it through a share get items of their own. Whether one did.
+bool SeparateCopiesAt(const void* address, bool listStart);
+extern std::atomic<int> sharesOut;
+inline void SeparateCopiesOf(const void* record)
+{
+    if (Q_UNLIKELY(sharesOut.load(std::memory_order_relaxed) != 0))
+        SeparateCopiesAt(record, false);
+}
+
+template <class T> struct ListShare;
+
+// A list of child records, with the list's default item. A copy of a record whose items
+// were handed out reads them through `share` (and holds none in `items`).
 template <class T> struct ListSlot {
     QVector<T> items;
     T def;
+    QExplicitlySharedDataPointer<ListShare<T>> share;
+
+    const QVector<T>& Body() const { return share ? share->items : items; }
+    // The items, for writing: a copy that reads through a share takes them over first.
+    QVector<T>& Own()
+    {
+        if (share) {
+            items = share->items;
+            share.reset();
+        }
+        return items;
+    }
 };
 
 // What the engine may do to a record beyond its interface.
@@ -128,6 +176,32 @@ struct RecordAccess {
     }
 };
 
+// Copies the items when they are shared; each copy keeps the settings of its source that
+// `keep` names (RecordAccess::KeepBoth...), the caller handing down the others.
+template <class T> void DetachKeeping(QVector<T>& items, quint8 keep)
+{
+    if (items.isDetached())
+        return;
+    if (!keep) {
+        items.detach();
+        return;
+    }
+    const QVector<T> sources = items;
+    items.detach();
+    for (int i = 0; i < items.size(); ++i)
+        RecordAccess::KeepSettings(items[i], sources.at(i), keep);
+}
+
+template <class T> struct ListShare final : ListShareBase {
+    explicit ListShare(const QVector<T>& source)
+        : items(source)
+    {
+    }
+    ~ListShare() override { ReturnedByCopies(this); }
+    void Separate() override { DetachKeeping(items, RecordAccess::KeepBoth); }
+    QVector<T> items;
+};
+
 // Operations on a list slot of one item type.
 struct ListOps {
     int (*size)(const void* slot);
@@ -137,6 +211,9 @@ struct ListOps {
     // that `keep` names (RecordAccess::KeepBoth...), the caller handing down the others.
     void (*detach)(void* slot, quint8 keep);
     bool (*shared)(const void* slot);
+    // In a copy of a block whose items were handed out: read the source's items through
+    // their share.
+    void (*readThroughShare)(void* slot);
     Record& (*emplace)(void* slot); // a default item at the end
     void (*popBack)(void* slot);
     void (*append)(void* slot, const Record& item);
@@ -373,49 +450,60 @@ template <class T> const ListOps& ListOpsOf()
 {
     using Slot = ListSlot<T>;
     static const ListOps ops{
-        [](const void* s) { return static_cast<int>(static_cast<const Slot*>(s)->items.size()); },
+        [](const void* s) { return static_cast<int>(static_cast<const Slot*>(s)->Body().size()); },
         [](const void* s, int i) -> const Record& {
-            return static_cast<const Slot*>(s)->items.at(i);
+            return static_cast<const Slot*>(s)->Body().at(i);
         },
         [](void* s, int i) -> Record& {
             // Detached already: no test of the sharing per item.
             return const_cast<T&>(static_cast<Slot*>(s)->items.constData()[i]);
         },
         [](void* s, quint8 keep) {
-            QVector<T>& items = static_cast<Slot*>(s)->items;
-            if (items.isDetached())
-                return;
-            if (!keep) {
-                items.detach();
-                return;
-            }
-            const QVector<T> sources = items;
-            items.detach();
-            for (int i = 0; i < items.size(); ++i)
-                RecordAccess::KeepSettings(items[i], sources.at(i), keep);
+            Slot& slot = *static_cast<Slot*>(s);
+            if (!slot.share && !slot.items.isDetached() &&
+                SeparateCopiesAt(slot.items.constData(), true) && slot.items.isDetached())
+                return; // the copies took items of their own; these stay in place
+            DetachKeeping(slot.Own(), keep);
         },
-        [](const void* s) { return !static_cast<const Slot*>(s)->items.isDetached(); },
+        [](const void* s) {
+            const Slot& slot = *static_cast<const Slot*>(s);
+            return slot.share || !slot.items.isDetached();
+        },
+        [](void* s) {
+            Slot& slot = *static_cast<Slot*>(s);
+            if (slot.share || slot.items.isEmpty())
+                return;
+            const auto make = [](const void* items) -> ListShareBase* {
+                return new ListShare<T>(*static_cast<const QVector<T>*>(items));
+            };
+            auto* share = static_cast<ListShare<T>*>(
+                ShareItems(slot.items.constData(), slot.items.constData() + slot.items.size(), make,
+                           &slot.items));
+            slot.share = QExplicitlySharedDataPointer<ListShare<T>>(share);
+            share->ref.deref(); // the reference taken above is now the slot's
+            slot.items = QVector<T>();
+        },
         [](void* s) -> Record& {
-            QVector<T>& items = static_cast<Slot*>(s)->items;
+            QVector<T>& items = static_cast<Slot*>(s)->Own();
             items.append(T());
             return items.last();
         },
-        [](void* s) { static_cast<Slot*>(s)->items.removeLast(); },
+        [](void* s) { static_cast<Slot*>(s)->Own().removeLast(); },
         [](void* s, const Record& item) {
-            static_cast<Slot*>(s)->items.append(static_cast<const T&>(item));
+            static_cast<Slot*>(s)->Own().append(static_cast<const T&>(item));
         },
         [](void* s, int index, const Record& item) {
-            static_cast<Slot*>(s)->items.insert(index, static_cast<const T&>(item));
+            static_cast<Slot*>(s)->Own().insert(index, static_cast<const T&>(item));
         },
-        [](void* s, int index) { static_cast<Slot*>(s)->items.remove(index); },
-        [](void* s, int from, int to) { static_cast<Slot*>(s)->items.move(from, to); },
-        [](void* s, int count) { static_cast<Slot*>(s)->items.reserve(count); },
-        [](void* s) { static_cast<Slot*>(s)->items.clear(); },
+        [](void* s, int index) { static_cast<Slot*>(s)->Own().remove(index); },
+        [](void* s, int from, int to) { static_cast<Slot*>(s)->Own().move(from, to); },
+        [](void* s, int count) { static_cast<Slot*>(s)->Own().reserve(count); },
+        [](void* s) { static_cast<Slot*>(s)->Own().clear(); },
         [](const void* a, const void* b) {
-            return static_cast<const Slot*>(a)->items == static_cast<const Slot*>(b)->items;
+            return static_cast<const Slot*>(a)->Body() == static_cast<const Slot*>(b)->Body();
         },
         [](void* s) -> void* { return &static_cast<Slot*>(s)->def; },
-        [](void* s) -> void* { return &static_cast<Slot*>(s)->items; },
+        [](void* s) -> void* { return const_cast<QVector<T>*>(&static_cast<Slot*>(s)->Body()); },
         [](void* s) -> Record& { return static_cast<Slot*>(s)->def; },
     };
     return ops;
