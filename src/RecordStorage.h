@@ -198,8 +198,27 @@ template <class T> struct ListShare final : ListShareBase {
     {
     }
     ~ListShare() override { ReturnedByCopies(this); }
-    void Separate() override { DetachKeeping(items, RecordAccess::KeepBoth); }
+    void Separate() override
+    {
+        if (!items.isDetached()) {
+            DetachKeeping(items, RecordAccess::KeepBoth);
+            return;
+        }
+        // The source's list was detached through a reference held across the copy, as Qt's
+        // containers detach: an item reference taken before still points here. The copies
+        // take items of their own, and the old ones stay alive for that reference, read by
+        // no record.
+        QVector<T> own;
+        own.reserve(items.size());
+        for (const T& item : items) {
+            own.append(item);
+            RecordAccess::KeepSettings(own.last(), item);
+        }
+        orphans.append(items);
+        items.swap(own);
+    }
     QVector<T> items;
+    QVector<QVector<T>> orphans;
 };
 
 // Operations on a list slot of one item type.
