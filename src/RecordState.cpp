@@ -146,14 +146,14 @@ void FinishRecordType(RecordType& type, StorageBlock* values, DefaultsBlock* def
 
 // ---- Construction and storage ----------------------------------------------------------
 
-Record::Record(const RecordType& type, const QString& name, __int64 id)
+Record::Record(const RecordType& type, const QString& name, qint64 id)
     : IRGObject(REPORTGENERATOR::ObjectTypes::Undefined, name)
     , m_type(type)
 {
     m_id = id;
 }
 
-Record::Record(const Record& other, const QString& name, __int64 id)
+Record::Record(const Record& other, const QString& name, qint64 id)
     : IRGObject(other.GetObjectType(), name)
     , m_type(other.m_type)
 {

@@ -582,7 +582,7 @@ void PlanEquality(RecordType& type);
 
 // Builds the type of record class Class from its member table, in member order.
 template <class Class, class Data>
-RecordType MakeRecordType(const char* name, __int64 id, std::vector<MemberRow> rows)
+RecordType MakeRecordType(const char* name, qint64 id, std::vector<MemberRow> rows)
 {
     RecordType type;
     type.description.name = QString::fromLatin1(name);
