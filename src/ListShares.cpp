@@ -8,6 +8,7 @@
 namespace KVT317XML {
 
 std::atomic<int> sharesOut{0};
+std::atomic<int> listsLent{0};
 
 namespace {
 
@@ -17,10 +18,18 @@ struct Lent {
     ListShareBase* share;
 };
 
-// Few shares are out at a time: a list searched under one lock.
+struct LentList {
+    const char* begin;
+    const char* end;
+    StorageBlock* holder;
+    const void* slot;
+};
+
+// Few shares and lists are out at a time: lists searched under one lock.
 struct Shares {
     std::mutex lock;
     std::vector<Lent> out;
+    std::vector<LentList> lists;
 };
 
 Shares& TheShares()
@@ -98,6 +107,47 @@ bool SeparateCopiesAt(const void* address, bool listStart)
             delete share;
     }
     return !found.empty();
+}
+
+void NoteLentItems(StorageBlock* holder, const void* slot, const void* begin, const void* end)
+{
+    const LentList lent{static_cast<const char*>(begin), static_cast<const char*>(end), holder,
+                        slot};
+    Shares& shares = TheShares();
+    const std::lock_guard<std::mutex> guard(shares.lock);
+    for (LentList& list : shares.lists)
+        if (list.holder == holder && list.slot == slot) {
+            list = lent;
+            return;
+        }
+    shares.lists.push_back(lent);
+    listsLent.fetch_add(1, std::memory_order_relaxed);
+}
+
+void ForgetLentItems(const StorageBlock* holder)
+{
+    Shares& shares = TheShares();
+    const std::lock_guard<std::mutex> guard(shares.lock);
+    for (auto it = shares.lists.begin(); it != shares.lists.end();)
+        if (it->holder == holder) {
+            it = shares.lists.erase(it);
+            listsLent.fetch_sub(1, std::memory_order_relaxed);
+        } else {
+            ++it;
+        }
+}
+
+void NoteLentItemBlock(const void* address)
+{
+    if (listsLent.load(std::memory_order_relaxed) == 0)
+        return;
+    const char* at = static_cast<const char*>(address);
+    Shares& shares = TheShares();
+    const std::lock_guard<std::mutex> guard(shares.lock);
+    // The holder is written through its item: its record is not used elsewhere meanwhile.
+    for (const LentList& list : shares.lists)
+        if (list.begin <= at && at < list.end)
+            list.holder->lent |= StorageBlock::LentDeep;
 }
 
 } // namespace KVT317XML

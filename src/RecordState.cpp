@@ -37,7 +37,11 @@ void RecordAccess::MakeVirgin(Record& child)
     child.d = child.m_type.virgin;
 }
 
-StorageBlock::~StorageBlock() = default;
+StorageBlock::~StorageBlock()
+{
+    if (lent & LentItems)
+        ForgetLentItems(this);
+}
 DefaultsBlock::~DefaultsBlock() = default;
 
 // A member's value from its default. After any reset a text reads as null, never as its
@@ -199,7 +203,7 @@ QSharedDataPointer<StorageBlock> Record::CopyOf(const StorageBlock& source, bool
             // References to the source's items may be out: a snapshot has items of its own,
             // a copy reads them through their share until either side writes them. A
             // reference to a child or a date-time lies inside the block, which is copied.
-            if (snapshot)
+            if (snapshot || (source.lent & StorageBlock::LentDeep))
                 DetachItems(row, SlotOf(block, row));
             else
                 row.list->readThroughShare(SlotOf(block, row));
@@ -306,7 +310,23 @@ void* Record::MutableField(int bit, Field field)
 void* Record::LendField(int bit)
 {
     void* value = MutableField(bit, Field::Value);
-    d.data()->lent |= m_type.rows[bit].list ? StorageBlock::LentItems : StorageBlock::LentBlock;
+    const MemberRow& row = m_type.rows[bit];
+    StorageBlock& block = *d.data();
+    if (row.list) {
+        // Copies find the list's items by their addresses when an item hands out a reference
+        // into its own block.
+        block.lent |= StorageBlock::LentItems;
+        const void* slot = SlotOf(block, row);
+        const int size = row.list->size(slot);
+        const char* begin =
+            size ? reinterpret_cast<const char*>(&row.list->item(slot, 0)) : nullptr;
+        const char* end =
+            size ? reinterpret_cast<const char*>(&row.list->item(slot, size - 1)) + 1 : nullptr;
+        NoteLentItems(&block, slot, begin, end);
+    } else {
+        block.lent |= StorageBlock::LentBlock;
+        NoteLentItemBlock(this);
+    }
     return value;
 }
 

@@ -53,7 +53,9 @@ struct StorageBlock : public QSharedData {
     // seen through another record, so copies of the record copy the block at once. A
     // reference to a list's items (LentItems) reaches the items' objects, which a copy of
     // the block still shares: then a copy copies the items too.
-    enum : quint8 { LentBlock = 1, LentItems = 2 };
+    // A reference into an item's own block (LentDeep): the item's copies must copy that block
+    // at once, so copies of the list copy the items too.
+    enum : quint8 { LentBlock = 1, LentItems = 2, LentDeep = 4 };
     quint8 lent = 0;
     // The storage of a child record that has none of its own yet: read like a fresh one,
     // never written, and counted as no storage at all.
@@ -107,6 +109,14 @@ void ReturnedByCopies(const ListShareBase* share);
 // that read it through a share get items of their own. Whether one did.
 bool SeparateCopiesAt(const void* address, bool listStart);
 extern std::atomic<int> sharesOut;
+// The items from `begin` to `end` of the list at `slot` in `holder` were handed out.
+void NoteLentItems(StorageBlock* holder, const void* slot, const void* begin, const void* end);
+// The block is gone: its lists are no longer out.
+void ForgetLentItems(const StorageBlock* holder);
+// A reference into the record at `address` goes out: if it is an item of a list handed out,
+// copies of the list's holder copy their items at once.
+void NoteLentItemBlock(const void* address);
+extern std::atomic<int> listsLent;
 inline void SeparateCopiesOf(const void* record)
 {
     if (Q_UNLIKELY(sharesOut.load(std::memory_order_relaxed) != 0))

@@ -340,6 +340,20 @@ TEST(Sharing, AListReferenceUsedAfterACopyDetachesAndLeavesTheCopyAlone)
     EXPECT_EQ(copy.GetKVT317SettingsDetail()[1].GetThreshold(), 22);
 }
 
+TEST(Sharing, ReferencesIntoAnItemObtainedBeforeACopyReachOnlyTheirRecord)
+{
+    KVT317_Settings root = TwoDetails();
+    Detail& first = root.GetKVT317SettingsDetail()[0];
+    FrequencyRange& range = first.GetFrequencyRange();
+    QDateTime& time = first.GetStopTime();
+    const KVT317_Settings copy(root);
+    range.SetStartFrequency(7.0);
+    time = Evening;
+    EXPECT_TRUE(copy == TwoDetails());
+    EXPECT_EQ(root.GetKVT317SettingsDetail()[0].GetFrequencyRange().GetStartFrequency(), 7.0);
+    EXPECT_EQ(root.GetKVT317SettingsDetail()[0].GetStopTime(), Evening);
+}
+
 TEST(Sharing, ACopyOutlivesTheSourceWhoseItemsItReads)
 {
     auto root = std::make_unique<KVT317_Settings>(TwoDetails());
