@@ -354,6 +354,25 @@ TEST(Sharing, ReferencesIntoAnItemObtainedBeforeACopyReachOnlyTheirRecord)
     EXPECT_EQ(root.GetKVT317SettingsDetail()[0].GetStopTime(), Evening);
 }
 
+TEST(Sharing, AnItemHandedOutThroughTheMemberTableIsWrittenAfterACopyWithoutReachingIt)
+{
+    int threshold = -1;
+    for (const KVT317XML::MemberDescription& member : Detail::Description().members)
+        if (member.name == QLatin1String("Threshold"))
+            threshold = member.bit;
+    ASSERT_GE(threshold, 0);
+    KVT317_Settings root = TwoDetails();
+    KVT317XML::Record* item = root.MutableListItem(0, 1);
+    ASSERT_NE(item, nullptr);
+    const KVT317_Settings copy(root);
+    EXPECT_EQ(&copy.GetKVT317SettingsDetail()[1], item);
+    item->SetMemberText(threshold, QStringLiteral("5"));
+    EXPECT_EQ(root.MutableListItem(0, 1), item);
+    EXPECT_EQ(root.GetKVT317SettingsDetail()[1].GetThreshold(), 5);
+    EXPECT_EQ(copy.GetKVT317SettingsDetail()[1].GetThreshold(), 22);
+    EXPECT_TRUE(copy == TwoDetails());
+}
+
 TEST(Sharing, ACopyOutlivesTheSourceWhoseItemsItReads)
 {
     auto root = std::make_unique<KVT317_Settings>(TwoDetails());
