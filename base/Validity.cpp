@@ -17,9 +17,9 @@ bool IRGObject::IsValid(unsigned int value) const
 {
     return value != std::numeric_limits<unsigned int>::max();
 }
-bool IRGObject::IsValid(__int64 value) const
+bool IRGObject::IsValid(qint64 value) const
 {
-    return value != std::numeric_limits<__int64>::min();
+    return value != std::numeric_limits<qint64>::min();
 }
 bool IRGObject::IsValid(const QDateTime& value) const
 {
@@ -46,9 +46,9 @@ void IRGObject::SetInvalid(unsigned int& value) const
 {
     value = std::numeric_limits<unsigned int>::max();
 }
-void IRGObject::SetInvalid(__int64& value) const
+void IRGObject::SetInvalid(qint64& value) const
 {
-    value = std::numeric_limits<__int64>::min();
+    value = std::numeric_limits<qint64>::min();
 }
 void IRGObject::SetInvalid(QString& value) const
 {

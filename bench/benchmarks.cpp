@@ -272,7 +272,7 @@ void CheckClean(benchmark::State& state, bool logger)
 }
 
 // How an application used a document before copying it.
-enum class Use { NonConst, Checked, Copied };
+enum class Use { NonConst, Edited, Checked, Copied };
 
 // A loaded document that holds an application logger, used as applications do: the non-const
 // list getter called and one member edited through it, Check(true) run, or a copy taken and
@@ -282,6 +282,15 @@ struct UsedDocument {
     KVT317_Settings earlier;
 };
 
+int ThresholdBit()
+{
+    for (const KVT317XML::MemberDescription& member :
+         KVT317XML::KVT317SettingsDetail::Description().members)
+        if (member.name == QLatin1String("Threshold"))
+            return member.bit;
+    return -1;
+}
+
 std::unique_ptr<UsedDocument> MakeUsed(const bench::Document& document, Use use)
 {
     auto used = std::make_unique<UsedDocument>();
@@ -290,6 +299,10 @@ std::unique_ptr<UsedDocument> MakeUsed(const bench::Document& document, Use use)
     switch (use) {
     case Use::NonConst:
         used->source.GetKVT317SettingsDetail()[document.size / 2].SetThreshold(7);
+        break;
+    case Use::Edited:
+        // An edit through the member table, as the tool and the model make one.
+        used->source.MutableListItem(0, document.size / 2)->SetMemberText(ThresholdBit(), "7");
         break;
     case Use::Checked:
         used->source.Check(true);
@@ -439,6 +452,9 @@ KVT317_BENCHMARK(Equality);
 KVT317_BENCHMARK(CheckClean);
 // The iteration time is the copy at 10,000 details.
 BENCHMARK_CAPTURE(CopyAfterUse, non_const, Use::NonConst)
+    ->UseManualTime()
+    ->Unit(benchmark::kMicrosecond);
+BENCHMARK_CAPTURE(CopyAfterUse, edited, Use::Edited)
     ->UseManualTime()
     ->Unit(benchmark::kMicrosecond);
 BENCHMARK_CAPTURE(CopyAfterUse, checked, Use::Checked)

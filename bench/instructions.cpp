@@ -138,6 +138,7 @@ bool RunPeers()
 // Measured at 1,000 and at ten times as many details.
 struct Used {
     KVT317_Settings nonConst; // the non-const list getter called and one member edited
+    KVT317_Settings edited;   // one member of a detail edited through the member table
     KVT317_Settings checked;  // Check(true) run
     KVT317_Settings copied;   // copied, the copy kept
     KVT317_Settings earlier;
@@ -158,6 +159,14 @@ Used* UsedOf(const QByteArray& binary)
     Load(u->nonConst, binary);
     QVector<KVT317XML::KVT317SettingsDetail>& details = u->nonConst.GetKVT317SettingsDetail();
     details[details.size() / 2].SetThreshold(7);
+    Load(u->edited, binary);
+    int threshold = -1;
+    for (const KVT317XML::MemberDescription& member :
+         KVT317XML::KVT317SettingsDetail::Description().members)
+        if (member.name == QLatin1String("Threshold"))
+            threshold = member.bit;
+    u->edited.MutableListItem(0, u->edited.ListSize(0) / 2)
+        ->SetMemberText(threshold, QStringLiteral("7"));
     Load(u->checked, binary);
     u->checked.Check(true);
     Load(u->copied, binary);
@@ -172,6 +181,7 @@ Used* UsedOf(const QByteArray& binary)
             sink += c.IsInitialized())
 
 MEASURE_COPY_AFTER_USE(used_copy_non_const, nonConst)
+MEASURE_COPY_AFTER_USE(used_copy_edited, edited)
 MEASURE_COPY_AFTER_USE(used_copy_checked, checked)
 MEASURE_COPY_AFTER_USE(used_copy_copied, copied)
 
@@ -233,6 +243,8 @@ int main(int argc, char** argv)
     }
     used_copy_non_const_small();
     used_copy_non_const_large();
+    used_copy_edited_small();
+    used_copy_edited_large();
     used_copy_checked_small();
     used_copy_checked_large();
     used_copy_copied_small();

@@ -44,7 +44,7 @@ fi
 # Copies of a document with an application logger, each given a logger of its own, after the
 # document was used: here the second column is the copy at ten times as many details, the
 # third the same at the size given, and the ratio tells whether a copy grows with the details.
-for use in non_const checked copied; do
+for use in non_const edited checked copied; do
     a=$(count "used_copy_${use}_large")
     b=$(count "used_copy_${use}_small")
     printf '%-14s %15s %15s %7.2f\n' "used_copy/$use" "$a" "$b" "$(echo "$a / $b" | bc -l)"

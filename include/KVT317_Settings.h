@@ -50,7 +50,9 @@ public:
     /// The details, in document order. Required: Check() reports a list that was never set, and
     /// each item is checked in turn.
     ///
-    /// The list for editing in place; marks it set.
+    /// The list for editing in place; marks it set. Held across a copy of this record, the
+    /// list detaches at its next non-const call, as Qt's containers do: item references
+    /// taken before that call then reach no record.
     QVector<KVT317SettingsDetail>& GetKVT317SettingsDetail();
     const QVector<KVT317SettingsDetail>& GetKVT317SettingsDetail() const;
     /// Replaces the whole list as it is, without completeness test; marks it set.

@@ -263,7 +263,8 @@ private:
     const void* ConstField(int bit, Field field) const;
     void* MutableField(int bit, Field field);
     void* LendField(int bit); // a value the caller keeps a reference to
-    QSharedDataPointer<StorageBlock> CopyOf(const StorageBlock& source) const;
+    QSharedDataPointer<StorageBlock> CopyOf(const StorageBlock& source,
+                                            bool snapshot = false) const;
     void ShareOrCopy(const QSharedDataPointer<StorageBlock>& source);
     void MarkSet(int bit);
     void MarkHasDefault(int bit);

@@ -76,7 +76,7 @@ const RecordType& Type()
 
 } // namespace
 
-const __int64 BearingSettings::id = -2056480618;
+const qint64 BearingSettings::id = -2056480618;
 
 KVT317_RECORD_BASICS(BearingSettings, "BearingSettings")
 KVT317_RECORD_EQUALITY(BearingSettings)

@@ -25,7 +25,7 @@ const RecordType& Type()
 
 } // namespace
 
-const __int64 FrequencyRange::id = 245222484;
+const qint64 FrequencyRange::id = 245222484;
 
 KVT317_RECORD_BASICS(FrequencyRange, "FrequencyRange")
 KVT317_RECORD_EQUALITY(FrequencyRange)

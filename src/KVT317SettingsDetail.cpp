@@ -149,7 +149,7 @@ QString ObjectTr(const char* sourceText)
 
 } // namespace
 
-const __int64 KVT317SettingsDetail::id = -102096553;
+const qint64 KVT317SettingsDetail::id = -102096553;
 
 KVT317_RECORD_BASICS(KVT317SettingsDetail, "KVT317SettingsDetail")
 KVT317_RECORD_EQUALITY(KVT317SettingsDetail)

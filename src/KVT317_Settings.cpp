@@ -27,7 +27,7 @@ const RecordType& Type()
 
 } // namespace
 
-const __int64 KVT317_Settings::id = 1576399973;
+const qint64 KVT317_Settings::id = 1576399973;
 
 KVT317_RECORD_BASICS(KVT317_Settings, "KVT317_Settings")
 

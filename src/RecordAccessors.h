@@ -16,7 +16,7 @@
     Class::Class(const Class& other) : Record(other, QStringLiteral(Name), id) {}              \
     Class& Class::operator=(const Class& other) { ShareStorage(other); return *this; }         \
     Class::~Class() = default;                                                                 \
-    __int64 Class::GetId() { return id; }                                                      \
+    qint64 Class::GetId() { return id; }                                                      \
     const RecordDescription& Class::Description() { return Type().description; }
 
 // Equality by the member rule: set members equal, unset ones ignored.

@@ -37,7 +37,11 @@ void RecordAccess::MakeVirgin(Record& child)
     child.d = child.m_type.virgin;
 }
 
-StorageBlock::~StorageBlock() = default;
+StorageBlock::~StorageBlock()
+{
+    if (lent & LentItems)
+        ForgetLentItems(this);
+}
 DefaultsBlock::~DefaultsBlock() = default;
 
 // A member's value from its default. After any reset a text reads as null, never as its
@@ -146,14 +150,14 @@ void FinishRecordType(RecordType& type, StorageBlock* values, DefaultsBlock* def
 
 // ---- Construction and storage ----------------------------------------------------------
 
-Record::Record(const RecordType& type, const QString& name, __int64 id)
+Record::Record(const RecordType& type, const QString& name, qint64 id)
     : IRGObject(REPORTGENERATOR::ObjectTypes::Undefined, name)
     , m_type(type)
 {
     m_id = id;
 }
 
-Record::Record(const Record& other, const QString& name, __int64 id)
+Record::Record(const Record& other, const QString& name, qint64 id)
     : IRGObject(other.GetObjectType(), name)
     , m_type(other.m_type)
 {
@@ -184,7 +188,7 @@ void Record::ShareOrCopy(const QSharedDataPointer<StorageBlock>& source)
         d = source;
 }
 
-QSharedDataPointer<StorageBlock> Record::CopyOf(const StorageBlock& source) const
+QSharedDataPointer<StorageBlock> Record::CopyOf(const StorageBlock& source, bool snapshot) const
 {
     QSharedDataPointer<StorageBlock> copy(source.Clone());
     StorageBlock& block = *copy.data();
@@ -196,9 +200,13 @@ QSharedDataPointer<StorageBlock> Record::CopyOf(const StorageBlock& source) cons
             RecordAccess::KeepSettings(RecordAt(row, &block, row.valueOffset),
                                        RecordAt(row, &source, row.valueOffset));
         } else if (source.lent & StorageBlock::LentItems) {
-            // References to the source's items may be out: the copy has items of its own.
-            // A reference to a child or a date-time lies inside the block, which is copied.
-            DetachItems(row, SlotOf(block, row));
+            // References to the source's items may be out: a snapshot has items of its own,
+            // a copy reads them through their share until either side writes them. A
+            // reference to a child or a date-time lies inside the block, which is copied.
+            if (snapshot || (source.lent & StorageBlock::LentDeep))
+                DetachItems(row, SlotOf(block, row));
+            else
+                row.list->readThroughShare(SlotOf(block, row));
         }
     }
     return copy;
@@ -231,6 +239,8 @@ const StorageBlock& Record::ConstStorage() const
 
 StorageBlock& Record::MutableStorage()
 {
+    // This record may be an item that copies of its list's holder still read.
+    SeparateCopiesOf(this);
     InitData();
     const StorageBlock& source = *d.constData();
     if (source.ref.loadRelaxed() != 1) {
@@ -300,7 +310,23 @@ void* Record::MutableField(int bit, Field field)
 void* Record::LendField(int bit)
 {
     void* value = MutableField(bit, Field::Value);
-    d.data()->lent |= m_type.rows[bit].list ? StorageBlock::LentItems : StorageBlock::LentBlock;
+    const MemberRow& row = m_type.rows[bit];
+    StorageBlock& block = *d.data();
+    if (row.list) {
+        // Copies find the list's items by their addresses when an item hands out a reference
+        // into its own block.
+        block.lent |= StorageBlock::LentItems;
+        const void* slot = SlotOf(block, row);
+        const int size = row.list->size(slot);
+        const char* begin =
+            size ? reinterpret_cast<const char*>(&row.list->item(slot, 0)) : nullptr;
+        const char* end =
+            size ? reinterpret_cast<const char*>(&row.list->item(slot, size - 1)) + 1 : nullptr;
+        NoteLentItems(&block, slot, begin, end);
+    } else {
+        block.lent |= StorageBlock::LentBlock;
+        NoteLentItemBlock(this);
+    }
     return value;
 }
 
@@ -336,7 +362,7 @@ std::shared_ptr<const void> Record::SaveState() const
     auto down = std::make_shared<const Down>(m_down);
     // A snapshot must not take the storage from under references that are out.
     if (d.constData() && d.constData()->lent)
-        return std::make_shared<const Snapshot>(Snapshot{CopyOf(*d.constData()), down});
+        return std::make_shared<const Snapshot>(Snapshot{CopyOf(*d.constData(), true), down});
     return std::make_shared<const Snapshot>(Snapshot{d, down});
 }
 

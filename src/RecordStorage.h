@@ -9,6 +9,7 @@
 // is called. A fresh record's storage is the type's prototype block, shared until written,
 // so creating storage allocates nothing.
 
+#include "ListShares.h"
 #include "MemberKinds.h"
 #include "Record.h"
 
@@ -52,7 +53,9 @@ struct StorageBlock : public QSharedData {
     // seen through another record, so copies of the record copy the block at once. A
     // reference to a list's items (LentItems) reaches the items' objects, which a copy of
     // the block still shares: then a copy copies the items too.
-    enum : quint8 { LentBlock = 1, LentItems = 2 };
+    // A reference into an item's own block (LentDeep): the item's copies must copy that block
+    // at once, so copies of the list copy the items too.
+    enum : quint8 { LentBlock = 1, LentItems = 2, LentDeep = 4 };
     quint8 lent = 0;
     // The storage of a child record that has none of its own yet: read like a fresh one,
     // never written, and counted as no storage at all.
@@ -80,10 +83,25 @@ template <class Data> struct DefaultsOf final : DefaultsBlock {
     Data invalid;
 };
 
-// A list of child records, with the list's default item.
+template <class T> struct ListShare;
+
+// A list of child records, with the list's default item. A copy of a record whose items
+// were handed out reads them through `share` (and holds none in `items`).
 template <class T> struct ListSlot {
     QVector<T> items;
     T def;
+    QExplicitlySharedDataPointer<ListShare<T>> share;
+
+    const QVector<T>& Body() const { return share ? share->items : items; }
+    // The items, for writing: a copy that reads through a share takes them over first.
+    QVector<T>& Own()
+    {
+        if (share) {
+            items = share->items;
+            share.reset();
+        }
+        return items;
+    }
 };
 
 // What the engine may do to a record beyond its interface.
@@ -128,6 +146,51 @@ struct RecordAccess {
     }
 };
 
+// Copies the items when they are shared; each copy keeps the settings of its source that
+// `keep` names (RecordAccess::KeepBoth...), the caller handing down the others.
+template <class T> void DetachKeeping(QVector<T>& items, quint8 keep)
+{
+    if (items.isDetached())
+        return;
+    if (!keep) {
+        items.detach();
+        return;
+    }
+    const QVector<T> sources = items;
+    items.detach();
+    for (int i = 0; i < items.size(); ++i)
+        RecordAccess::KeepSettings(items[i], sources.at(i), keep);
+}
+
+template <class T> struct ListShare final : ListShareBase {
+    explicit ListShare(const QVector<T>& source)
+        : items(source)
+    {
+    }
+    ~ListShare() override { ReturnedByCopies(this); }
+    void Separate() override
+    {
+        if (!items.isDetached()) {
+            DetachKeeping(items, RecordAccess::KeepBoth);
+            return;
+        }
+        // The source's list was detached through a reference held across the copy, as Qt's
+        // containers detach: an item reference taken before still points here. The copies
+        // take items of their own, and the old ones stay alive for that reference, read by
+        // no record.
+        QVector<T> own;
+        own.reserve(items.size());
+        for (const T& item : items) {
+            own.append(item);
+            RecordAccess::KeepSettings(own.last(), item);
+        }
+        orphans.append(items);
+        items.swap(own);
+    }
+    QVector<T> items;
+    QVector<QVector<T>> orphans;
+};
+
 // Operations on a list slot of one item type.
 struct ListOps {
     int (*size)(const void* slot);
@@ -137,6 +200,9 @@ struct ListOps {
     // that `keep` names (RecordAccess::KeepBoth...), the caller handing down the others.
     void (*detach)(void* slot, quint8 keep);
     bool (*shared)(const void* slot);
+    // In a copy of a block whose items were handed out: read the source's items through
+    // their share.
+    void (*readThroughShare)(void* slot);
     Record& (*emplace)(void* slot); // a default item at the end
     void (*popBack)(void* slot);
     void (*append)(void* slot, const Record& item);
@@ -373,49 +439,60 @@ template <class T> const ListOps& ListOpsOf()
 {
     using Slot = ListSlot<T>;
     static const ListOps ops{
-        [](const void* s) { return static_cast<int>(static_cast<const Slot*>(s)->items.size()); },
+        [](const void* s) { return static_cast<int>(static_cast<const Slot*>(s)->Body().size()); },
         [](const void* s, int i) -> const Record& {
-            return static_cast<const Slot*>(s)->items.at(i);
+            return static_cast<const Slot*>(s)->Body().at(i);
         },
         [](void* s, int i) -> Record& {
             // Detached already: no test of the sharing per item.
             return const_cast<T&>(static_cast<Slot*>(s)->items.constData()[i]);
         },
         [](void* s, quint8 keep) {
-            QVector<T>& items = static_cast<Slot*>(s)->items;
-            if (items.isDetached())
-                return;
-            if (!keep) {
-                items.detach();
-                return;
-            }
-            const QVector<T> sources = items;
-            items.detach();
-            for (int i = 0; i < items.size(); ++i)
-                RecordAccess::KeepSettings(items[i], sources.at(i), keep);
+            Slot& slot = *static_cast<Slot*>(s);
+            if (!slot.share && !slot.items.isDetached() &&
+                SeparateCopiesAt(slot.items.constData(), true) && slot.items.isDetached())
+                return; // the copies took items of their own; these stay in place
+            DetachKeeping(slot.Own(), keep);
         },
-        [](const void* s) { return !static_cast<const Slot*>(s)->items.isDetached(); },
+        [](const void* s) {
+            const Slot& slot = *static_cast<const Slot*>(s);
+            return slot.share || !slot.items.isDetached();
+        },
+        [](void* s) {
+            Slot& slot = *static_cast<Slot*>(s);
+            if (slot.share || slot.items.isEmpty())
+                return;
+            const auto make = [](const void* items) -> ListShareBase* {
+                return new ListShare<T>(*static_cast<const QVector<T>*>(items));
+            };
+            auto* share = static_cast<ListShare<T>*>(
+                ShareItems(slot.items.constData(), slot.items.constData() + slot.items.size(), make,
+                           &slot.items));
+            slot.share = QExplicitlySharedDataPointer<ListShare<T>>(share);
+            share->ref.deref(); // the reference taken above is now the slot's
+            slot.items = QVector<T>();
+        },
         [](void* s) -> Record& {
-            QVector<T>& items = static_cast<Slot*>(s)->items;
+            QVector<T>& items = static_cast<Slot*>(s)->Own();
             items.append(T());
             return items.last();
         },
-        [](void* s) { static_cast<Slot*>(s)->items.removeLast(); },
+        [](void* s) { static_cast<Slot*>(s)->Own().removeLast(); },
         [](void* s, const Record& item) {
-            static_cast<Slot*>(s)->items.append(static_cast<const T&>(item));
+            static_cast<Slot*>(s)->Own().append(static_cast<const T&>(item));
         },
         [](void* s, int index, const Record& item) {
-            static_cast<Slot*>(s)->items.insert(index, static_cast<const T&>(item));
+            static_cast<Slot*>(s)->Own().insert(index, static_cast<const T&>(item));
         },
-        [](void* s, int index) { static_cast<Slot*>(s)->items.remove(index); },
-        [](void* s, int from, int to) { static_cast<Slot*>(s)->items.move(from, to); },
-        [](void* s, int count) { static_cast<Slot*>(s)->items.reserve(count); },
-        [](void* s) { static_cast<Slot*>(s)->items.clear(); },
+        [](void* s, int index) { static_cast<Slot*>(s)->Own().remove(index); },
+        [](void* s, int from, int to) { static_cast<Slot*>(s)->Own().move(from, to); },
+        [](void* s, int count) { static_cast<Slot*>(s)->Own().reserve(count); },
+        [](void* s) { static_cast<Slot*>(s)->Own().clear(); },
         [](const void* a, const void* b) {
-            return static_cast<const Slot*>(a)->items == static_cast<const Slot*>(b)->items;
+            return static_cast<const Slot*>(a)->Body() == static_cast<const Slot*>(b)->Body();
         },
         [](void* s) -> void* { return &static_cast<Slot*>(s)->def; },
-        [](void* s) -> void* { return &static_cast<Slot*>(s)->items; },
+        [](void* s) -> void* { return const_cast<QVector<T>*>(&static_cast<Slot*>(s)->Body()); },
         [](void* s) -> Record& { return static_cast<Slot*>(s)->def; },
     };
     return ops;
@@ -475,7 +552,7 @@ void PlanEquality(RecordType& type);
 
 // Builds the type of record class Class from its member table, in member order.
 template <class Class, class Data>
-RecordType MakeRecordType(const char* name, __int64 id, std::vector<MemberRow> rows)
+RecordType MakeRecordType(const char* name, qint64 id, std::vector<MemberRow> rows)
 {
     RecordType type;
     type.description.name = QString::fromLatin1(name);

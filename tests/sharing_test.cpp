@@ -8,7 +8,9 @@
 
 #include <gtest/gtest.h>
 
+#include <memory>
 #include <thread>
+#include <utility>
 #include <vector>
 
 using KVT317XML::BearingSettings;
@@ -278,6 +280,125 @@ TEST(Sharing, ReferencesObtainedBeforeACopyReachOnlyTheirRecord)
     EXPECT_TRUE(assigned == TwoDetails());
     EXPECT_EQ(root.GetKVT317SettingsDetail().size(), 1);
     EXPECT_EQ(root.GetKVT317SettingsDetail()[0].GetThreshold(), 1);
+}
+
+// After the items were handed out, a copy reads the source's items until a write would
+// reach it: then the copy takes items of its own and the source keeps its items in place.
+TEST(Sharing, CopiesAfterItemsWereHandedOutReadTheSourcesItemsUntilAWrite)
+{
+    KVT317_Settings root = TwoDetails();
+    QVector<Detail>& items = root.GetKVT317SettingsDetail();
+    Detail& first = items[0];
+    const KVT317_Settings copy(root);
+    const KVT317_Settings second(copy);
+    EXPECT_EQ(&copy.GetKVT317SettingsDetail()[0], &first);
+    EXPECT_EQ(&second.GetKVT317SettingsDetail()[1], &std::as_const(items)[1]);
+    first.SetThreshold(3);
+    EXPECT_EQ(&std::as_const(items)[0], &first);
+    EXPECT_EQ(&root.GetKVT317SettingsDetail()[0], &first);
+    EXPECT_NE(&copy.GetKVT317SettingsDetail()[0], &first);
+    EXPECT_EQ(&second.GetKVT317SettingsDetail()[0], &copy.GetKVT317SettingsDetail()[0]);
+    EXPECT_EQ(copy.GetKVT317SettingsDetail()[0].GetThreshold(), 11);
+    EXPECT_EQ(second.GetKVT317SettingsDetail()[0].GetThreshold(), 11);
+    EXPECT_EQ(root.GetKVT317SettingsDetail()[0].GetThreshold(), 3);
+    EXPECT_TRUE(copy == TwoDetails());
+    EXPECT_TRUE(second == TwoDetails());
+}
+
+TEST(Sharing, TheSourcesListGetterKeepsItsItemsInPlaceAfterACopy)
+{
+    KVT317_Settings root = TwoDetails();
+    Detail* first = &root.GetKVT317SettingsDetail()[0];
+    KVT317_Settings copy(root);
+    root.GetKVT317SettingsDetail()[1].SetThreshold(4);
+    EXPECT_EQ(&root.GetKVT317SettingsDetail()[0], first);
+    EXPECT_EQ(root.GetKVT317SettingsDetail()[1].GetThreshold(), 4);
+    EXPECT_TRUE(copy == TwoDetails());
+    // A copy written first takes items of its own; the source's stay where they are.
+    KVT317_Settings other(root);
+    other.GetKVT317SettingsDetail()[0].SetThreshold(5);
+    EXPECT_EQ(&root.GetKVT317SettingsDetail()[0], first);
+    EXPECT_EQ(root.GetKVT317SettingsDetail()[0].GetThreshold(), 11);
+    EXPECT_EQ(other.GetKVT317SettingsDetail()[0].GetThreshold(), 5);
+    EXPECT_EQ(other.GetKVT317SettingsDetail()[1].GetThreshold(), 4);
+}
+
+// A non-const operation on a list reference held across a copy detaches the list, as Qt's
+// containers do; item references taken before it then reach neither the source nor the copy.
+TEST(Sharing, AListReferenceUsedAfterACopyDetachesAndLeavesTheCopyAlone)
+{
+    KVT317_Settings root = TwoDetails();
+    QVector<Detail>& items = root.GetKVT317SettingsDetail();
+    Detail& first = items[0];
+    const KVT317_Settings copy(root);
+    items[1].SetThreshold(5);
+    first.SetThreshold(1);
+    first.GetFrequencyRange().SetStartFrequency(2.0);
+    EXPECT_TRUE(copy == TwoDetails());
+    EXPECT_EQ(root.GetKVT317SettingsDetail()[1].GetThreshold(), 5);
+    EXPECT_EQ(copy.GetKVT317SettingsDetail()[0].GetThreshold(), 11);
+    EXPECT_EQ(copy.GetKVT317SettingsDetail()[1].GetThreshold(), 22);
+}
+
+TEST(Sharing, ReferencesIntoAnItemObtainedBeforeACopyReachOnlyTheirRecord)
+{
+    KVT317_Settings root = TwoDetails();
+    Detail& first = root.GetKVT317SettingsDetail()[0];
+    FrequencyRange& range = first.GetFrequencyRange();
+    QDateTime& time = first.GetStopTime();
+    const KVT317_Settings copy(root);
+    range.SetStartFrequency(7.0);
+    time = Evening;
+    EXPECT_TRUE(copy == TwoDetails());
+    EXPECT_EQ(root.GetKVT317SettingsDetail()[0].GetFrequencyRange().GetStartFrequency(), 7.0);
+    EXPECT_EQ(root.GetKVT317SettingsDetail()[0].GetStopTime(), Evening);
+}
+
+TEST(Sharing, AnItemHandedOutThroughTheMemberTableIsWrittenAfterACopyWithoutReachingIt)
+{
+    int threshold = -1;
+    for (const KVT317XML::MemberDescription& member : Detail::Description().members)
+        if (member.name == QLatin1String("Threshold"))
+            threshold = member.bit;
+    ASSERT_GE(threshold, 0);
+    KVT317_Settings root = TwoDetails();
+    KVT317XML::Record* item = root.MutableListItem(0, 1);
+    ASSERT_NE(item, nullptr);
+    const KVT317_Settings copy(root);
+    EXPECT_EQ(&copy.GetKVT317SettingsDetail()[1], item);
+    item->SetMemberText(threshold, QStringLiteral("5"));
+    EXPECT_EQ(root.MutableListItem(0, 1), item);
+    EXPECT_EQ(root.GetKVT317SettingsDetail()[1].GetThreshold(), 5);
+    EXPECT_EQ(copy.GetKVT317SettingsDetail()[1].GetThreshold(), 22);
+    EXPECT_TRUE(copy == TwoDetails());
+}
+
+TEST(Sharing, ACopyOutlivesTheSourceWhoseItemsItReads)
+{
+    auto root = std::make_unique<KVT317_Settings>(TwoDetails());
+    root->GetKVT317SettingsDetail()[0].SetName(QStringLiteral("kept"));
+    KVT317_Settings copy(*root);
+    root.reset();
+    EXPECT_EQ(copy.GetKVT317SettingsDetail()[0].GetName(), QStringLiteral("kept"));
+    EXPECT_EQ(copy.GetKVT317SettingsDetail()[1].GetThreshold(), 22);
+    copy.GetKVT317SettingsDetail()[1].SetThreshold(23);
+    EXPECT_EQ(copy.GetKVT317SettingsDetail()[1].GetThreshold(), 23);
+}
+
+TEST(Sharing, AppendsAndRemovalsThroughTheSourcesListAfterACopy)
+{
+    KVT317_Settings root = TwoDetails();
+    QVector<Detail>& items = root.GetKVT317SettingsDetail();
+    const KVT317_Settings copy(root);
+    items.append(FullySetDetail());
+    items.remove(0);
+    EXPECT_EQ(root.GetKVT317SettingsDetail().size(), 2);
+    EXPECT_EQ(root.GetKVT317SettingsDetail()[0].GetThreshold(), 22);
+    EXPECT_TRUE(copy == TwoDetails());
+    root.AppendKVT317SettingsDetail(FullySetDetail());
+    root.ResetKVT317SettingsDetail();
+    EXPECT_TRUE(copy == TwoDetails());
+    EXPECT_EQ(copy.GetKVT317SettingsDetail().size(), 2);
 }
 
 // A child without storage is read as a fresh record and never written by a const

@@ -300,3 +300,36 @@ TEST(Threads, CopiesOfADocumentUsedThroughItsNonConstGetterAreEditedAndCheckedOn
                                   "properly in 'KVT317_Settings'."),
                    Threads * Rounds}}));
 }
+
+TEST(Threads, CopiesReadTheItemsOfADocumentThatHandedThemOutOnEachThread)
+{
+    KVT317_Settings shared;
+    SharedLog log;
+    shared.SetLogger(log.logger);
+    QByteArray binary = ExampleFile("settings.bin");
+    ASSERT_TRUE(shared.SetBinaryRepresentation(binary));
+    KVT317SettingsDetail& first = shared.GetKVT317SettingsDetail()[0];
+    const KVT317_Settings& document = shared;
+    std::vector<KVT317_Settings> kept(Threads);
+
+    RunThreads([&](int t) {
+        for (int round = 0; round < Rounds; ++round) {
+            const KVT317_Settings copy(document);
+            const KVT317_Settings again(copy);
+            EXPECT_TRUE(again == document);
+            EXPECT_EQ(copy.GetBinaryRepresentationAsQByteArray(), binary);
+            again.Check(true);
+            if (round == Rounds - 1)
+                kept[t] = copy;
+        }
+    });
+
+    // A write through the reference handed out before the copies reaches the document only.
+    first.SetThreshold(99);
+    for (const KVT317_Settings& copy : kept) {
+        EXPECT_EQ(copy.GetBinaryRepresentationAsQByteArray(), binary);
+        EXPECT_EQ(copy.GetKVT317SettingsDetail()[0].GetThreshold(), 10);
+    }
+    EXPECT_EQ(document.GetKVT317SettingsDetail()[0].GetThreshold(), 99);
+    EXPECT_TRUE(log.counts.isEmpty());
+}
