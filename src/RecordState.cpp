@@ -92,6 +92,9 @@ void FinishRecordType(RecordType& type, StorageBlock* values, DefaultsBlock* def
         if (row.kind->moreFlags)
             type.*row.kind->moreFlags |= flag;
         row.description.kindName = KindNameOf(row.description);
+        type.elementNames.push_back(
+            (row.asRecord || row.list ? row.description.nested()->name : row.description.name)
+                .toStdString());
         if (row.description.enumeration)
             type.enumerationSizes[i] =
                 static_cast<quint32>(row.description.enumeration->names.size());
