@@ -9,6 +9,10 @@
 #include <QXmlStreamReader>
 #include <QXmlStreamWriter>
 
+#ifdef __SSE2__
+#include <emmintrin.h>
+#endif
+
 namespace REPORTGENERATOR {
 
 namespace {
@@ -87,7 +91,7 @@ struct Utf8Text {
     {
         if (chunks == 0)
             return QString();
-        return XmlTokens::ToString(chunks == 1 ? first : std::string_view(joined));
+        return ToQString(chunks == 1 ? first : std::string_view(joined));
     }
 };
 QString Collected(const QString& text)
@@ -105,19 +109,32 @@ template <> struct TextOf<XmlTokenCursor> {
     using Type = Utf8Text;
 };
 
+// Whether the text holds a surrogate at all: most documents hold none.
+bool HasSurrogate(const char16_t* text, qsizetype size)
+{
+    qsizetype i = 0;
+#ifdef __SSE2__
+    const __m128i mask = _mm_set1_epi16(short(0xF800));
+    const __m128i surrogate = _mm_set1_epi16(short(0xD800));
+    for (; i + 8 <= size; i += 8) {
+        const __m128i units = _mm_loadu_si128(reinterpret_cast<const __m128i*>(text + i));
+        if (_mm_movemask_epi8(_mm_cmpeq_epi16(_mm_and_si128(units, mask), surrogate)))
+            return true;
+    }
+#endif
+    for (; i < size; ++i)
+        if ((text[i] & 0xF800) == 0xD800)
+            return true;
+    return false;
+}
+
 // Whether the text converts to UTF-8 and back unchanged: no lone surrogate.
 bool WellFormedUtf16(const QString& text)
 {
-    // Most documents hold no surrogate at all: a loop without branches finds that out.
-    const char16_t* const begin = reinterpret_cast<const char16_t*>(text.utf16());
-    const qsizetype size = text.size();
-    unsigned any = 0;
-    for (qsizetype i = 0; i < size; ++i)
-        any |= unsigned((begin[i] & 0xF800) == 0xD800);
-    if (!any)
+    if (!HasSurrogate(reinterpret_cast<const char16_t*>(text.utf16()), text.size()))
         return true;
     const QChar* c = text.constData();
-    const QChar* const end = c + size;
+    const QChar* const end = c + text.size();
     for (; c != end; ++c) {
         if (!c->isSurrogate())
             continue;
@@ -179,16 +196,17 @@ template <class Reader, class StartElement>
 void ContentLoop(Reader& reader, StartElement&& startElement)
 {
     ReadTap* const tap = ReadTap::Current();
+    qint64& openAfterSkip = OpenAfterSkip();
     const auto name = ElementName(reader);
     qint64 open = 0;
     bool counting = true;
     while (!reader.atEnd()) {
         ReadNext(reader, tap, ReadTap::Passage::Content);
         if (reader.isStartElement()) {
-            OpenAfterSkip() = -1;
+            openAfterSkip = -1;
             startElement();
-            const qint64 left = OpenAfterSkip();
-            OpenAfterSkip() = -1;
+            const qint64 left = openAfterSkip;
+            openAfterSkip = -1;
             if (left > 0)
                 open += left;
             else if (left < 0 && !reader.isEndElement())

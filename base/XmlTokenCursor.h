@@ -93,6 +93,11 @@ public:
         return all;
     }
 
+    /// Where a reading loop of @p hintOwner found the last element: where it looks first next
+    /// time.
+    const void* hintOwner = nullptr;
+    std::size_t hint = 0;
+
 private:
     const XmlToken& Token() const { return m_begin[m_index]; }
 
@@ -122,9 +127,15 @@ inline bool SameName(QStringView read, const QString& name)
     return read == name;
 }
 
-/// The names and texts of either reader as QString.
+/// The names and texts of either reader as QString. Most texts of settings are ASCII, which
+/// converts for less as Latin-1.
 inline QString ToQString(std::string_view text)
 {
+    unsigned high = 0;
+    for (const char c : text)
+        high |= static_cast<unsigned char>(c);
+    if (high < 0x80)
+        return QString::fromLatin1(text.data(), static_cast<int>(text.size()));
     return XmlTokens::ToString(text);
 }
 inline QString ToQString(QStringView text)

@@ -12,6 +12,7 @@
 #include <QXmlStreamReader>
 #include <QXmlStreamWriter>
 
+#include <cstring>
 #include <typeinfo>
 
 namespace KVT317XML {
@@ -185,17 +186,37 @@ struct RecordXmlReading {
         });
     }
 
-    // Whether the element read is the row's: as text for QXmlStreamReader, as bytes for the
-    // tokens.
-    static bool IsRow(QStringView name, const RecordType& type, std::size_t i)
+    // The row of the element read, or the row count: the first row of the element's name.
+    static std::size_t Find(QStringView name, const RecordType& type, const QXmlStreamReader&)
     {
-        const MemberRow& row = type.rows[i];
-        return name ==
-               (row.asRecord || row.list ? row.description.nested()->name : row.description.name);
+        for (std::size_t i = 0; i < type.rows.size(); ++i) {
+            const MemberRow& row = type.rows[i];
+            if (name ==
+                (row.asRecord || row.list ? row.description.nested()->name : row.description.name))
+                return i;
+        }
+        return type.rows.size();
     }
-    static bool IsRow(std::string_view name, const RecordType& type, std::size_t i)
+    // Documents give the members in member order, mostly: the search starts after the row
+    // found last in the same record type. The table holds each name once (later rows of a
+    // name are empty there), so that any row found is the first of its name.
+    static std::size_t Find(std::string_view name, const RecordType& type, Cursor& reader)
     {
-        return name == type.elementNames[i];
+        const std::vector<std::string>& names = type.elementNames;
+        const std::size_t count = names.size();
+        std::size_t i = reader.hintOwner == &type ? reader.hint : 0;
+        for (std::size_t tried = 0; tried < count; ++tried, ++i) {
+            if (i >= count)
+                i = 0;
+            const std::string& candidate = names[i];
+            if (candidate.size() == name.size() &&
+                std::memcmp(candidate.data(), name.data(), name.size()) == 0) {
+                reader.hintOwner = &type;
+                reader.hint = i + 1;
+                return i;
+            }
+        }
+        return count;
     }
 
     template <class Reader> static void Element(Record& record, Reader& reader);
@@ -243,9 +264,8 @@ template <class Reader> void RecordXmlReading::Member(Record& record, Reader& re
         at = context->XmlPosition(reader);
     const auto name = reader.name();
     const RecordType& type = record.m_type;
-    for (std::size_t i = 0; i < type.rows.size(); ++i) {
-        if (!IsRow(name, type, i))
-            continue;
+    const std::size_t i = Find(name, type, reader);
+    if (i < type.rows.size()) {
         const MemberRow& row = type.rows[i];
         const MemberDescription& member = row.description;
         const int bit = member.bit;
