@@ -410,6 +410,10 @@ QString IRGObject::GetTextValue(QXmlStreamReader& reader)
 
 QString IRGObject::GetTextValue(XmlTokenCursor& reader)
 {
+    // Most member elements hold one piece of text; nothing listens to what is passed over.
+    std::string_view text;
+    if (!ReadTap::Current() && reader.PlainElement(text))
+        return text.data() ? ToQString(text) : QString();
     return TextValue(reader);
 }
 

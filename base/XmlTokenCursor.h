@@ -93,6 +93,26 @@ public:
         return all;
     }
 
+    /// On a start element whose content is one piece of text or nothing: moves to its end
+    /// element and gives the text (null for nothing). Otherwise false, and stays.
+    bool PlainElement(std::string_view& text)
+    {
+        if (!isStartElement() || m_index + 1 >= m_size)
+            return false;
+        const XmlToken& next = m_begin[m_index + 1];
+        if (next.Type() == QXmlStreamReader::EndElement) {
+            text = std::string_view();
+            m_index += 1;
+            return true;
+        }
+        if (next.Type() != QXmlStreamReader::Characters || m_index + 2 >= m_size ||
+            m_begin[m_index + 2].Type() != QXmlStreamReader::EndElement)
+            return false;
+        text = m_tokens.Text(next);
+        m_index += 2;
+        return true;
+    }
+
     /// Where a reading loop of @p hintOwner found the last element: where it looks first next
     /// time.
     const void* hintOwner = nullptr;
