@@ -28,6 +28,8 @@ class QXmlStreamWriter;
 
 namespace REPORTGENERATOR {
 
+class XmlTokenCursor;
+
 /// Version of the base library's document formats, as GetVersion() returns it.
 inline constexpr char Version[] = "1.0";
 
@@ -327,6 +329,24 @@ protected:
     /// so that the content loop still ends on the record's own end element.
     void SkipUnknownElement(QXmlStreamReader& reader);
 
+    /// @name Whole documents through the library's own tokenizer (internal)
+    /// A record class that reads a token cursor as it reads a QXmlStreamReader loads whole
+    /// documents through these: the document is tokenized first, and read with
+    /// QXmlStreamReader from the start where the tokenizer refuses it. A null @p reading
+    /// always reads with QXmlStreamReader.
+    ///@{
+    /// Reads the element the cursor stands on: the root's own element, or a child's.
+    using TokenReading = void (*)(IRGObject& record, XmlTokenCursor& reader);
+    /// As SetXmlString(); @p reading reads the root element.
+    bool ReadXmlText(const QString& xml, bool reset, TokenReading reading);
+    /// As LoadXml(QFile*); @p reading reads the root element.
+    bool ReadXmlFile(QFile* file, TokenReading reading);
+    /// As ProcessXml(): the content loop, with @p startElement for each child element.
+    void ReadContent(XmlTokenCursor& reader, TokenReading startElement);
+    QString GetTextValue(XmlTokenCursor& reader);
+    void SkipUnknownElement(XmlTokenCursor& reader);
+    ///@}
+
     /// The record's class id; its low 32 bits are the tag of its binary frame.
     __int64 m_id = 0;
 
@@ -335,6 +355,7 @@ private:
     bool ReadDocument(bool reset, const ReadTap::Position& where,
                       const std::function<QString()>& read);
     bool ReadXmlDocument(QXmlStreamReader& reader, bool reset);
+    bool ReadXmlDocument(XmlTokenCursor& reader, bool reset, TokenReading reading);
     bool ReadBinaryDocument(QDataStream& stream, bool wholeInput, bool reset);
     bool ReadFrame(QDataStream& stream, QString& fault, ReadTap::Position& where);
     // One ERROR naming a fault of the document as a whole, at its place where known.

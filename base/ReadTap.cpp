@@ -1,5 +1,6 @@
 #include "ReadTap.h"
 #include "Operation.h"
+#include "XmlTokenCursor.h"
 
 #include <QIODevice>
 #include <QXmlStreamReader>
@@ -41,10 +42,64 @@ void ReadTap::BeginXml(QStringView source)
     m_source = source;
 }
 
+namespace {
+bool WithoutDeclaration(const QXmlStreamReader& reader)
+{
+    return reader.isStartDocument() && reader.documentVersion().isEmpty();
+}
+bool WithoutDeclaration(const XmlTokenCursor& reader)
+{
+    return reader.isStartDocument() && !reader.HasDocumentVersion();
+}
+bool HasLineBreak(QStringView text)
+{
+    return text.contains(u'\n');
+}
+bool HasLineBreak(std::string_view text)
+{
+    return text.find('\n') != std::string_view::npos;
+}
+// The comment's length in UTF-16 code units.
+qint64 Length(QStringView text)
+{
+    return text.size();
+}
+qint64 Length(std::string_view text)
+{
+    qint64 length = 0;
+    for (const char c : text) {
+        const auto byte = static_cast<unsigned char>(c);
+        if ((byte & 0xC0) != 0x80)
+            length += byte >= 0xF0 ? 2 : 1;
+    }
+    return length;
+}
+} // namespace
+
 void ReadTap::ReadNext(QXmlStreamReader& reader)
 {
+    Next(reader);
+}
+
+void ReadTap::ReadNext(XmlTokenCursor& reader)
+{
+    Next(reader);
+}
+
+ReadTap::Position ReadTap::TokenStart(const QXmlStreamReader& reader) const
+{
+    return Start(reader);
+}
+
+ReadTap::Position ReadTap::TokenStart(const XmlTokenCursor& reader) const
+{
+    return Start(reader);
+}
+
+template <class Reader> void ReadTap::Next(Reader& reader)
+{
     // A document without a declaration starts before the reader's first look ahead.
-    if (reader.isStartDocument() && reader.documentVersion().isEmpty()) {
+    if (WithoutDeclaration(reader)) {
         reader.readNext();
         return;
     }
@@ -55,7 +110,7 @@ void ReadTap::ReadNext(QXmlStreamReader& reader)
     reader.readNext();
 }
 
-ReadTap::Position ReadTap::TokenStart(const QXmlStreamReader& reader) const
+template <class Reader> ReadTap::Position ReadTap::Start(const Reader& reader) const
 {
     // The reader looks one character past character data: when a text ends at a markup
     // token, the token's '<' has been taken already.
@@ -79,9 +134,9 @@ ReadTap::Position ReadTap::TokenStart(const QXmlStreamReader& reader) const
         }
     } else if (reader.isComment()) {
         // Without the text, a comment is measured back from its end: "<!--", text, "-->".
-        const QStringView text = reader.text();
-        if (!text.contains(u'\n')) {
-            const qint64 length = text.size() + 7;
+        const auto text = reader.text();
+        if (!HasLineBreak(text)) {
+            const qint64 length = Length(text) + 7;
             start = {reader.lineNumber(), reader.columnNumber() - length + 1,
                      reader.characterOffset() - length};
         }

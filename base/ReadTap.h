@@ -11,6 +11,8 @@ class QIODevice;
 
 namespace REPORTGENERATOR {
 
+class XmlTokenCursor;
+
 class IRGObject;
 class RGException;
 
@@ -52,9 +54,15 @@ public:
     virtual void Reported(const IRGObject& source, LogLevel level, const RGException& report) = 0;
     /// A document fault: the load fails with this message, which the logger receives too.
     virtual void DocumentFault(const QString& message, const Position& where) = 0;
+    /// A token the reading loops pass over, whichever reader read it.
+    struct Token {
+        int type = 0; ///< a QXmlStreamReader::TokenType
+        QString text; ///< of a comment or character data
+        QString name; ///< of an element, or a processing instruction's target
+    };
     /// A comment, processing instruction, character data or nested element that the reading
-    /// loops pass over; the reader stands on it and @p where is where it starts.
-    virtual void Passed(const QXmlStreamReader& reader, Passage passage, const Position& where) = 0;
+    /// loops pass over; @p where is where it starts.
+    virtual void Passed(const Token& token, Passage passage, const Position& where) = 0;
 
     /// The tap of the calling thread, or null.
     static ReadTap* Current() noexcept;
@@ -82,8 +90,10 @@ public:
     void BeginXml(QStringView source);
     /// Reads the next token, first noting where the current one ends.
     void ReadNext(QXmlStreamReader& reader);
+    void ReadNext(XmlTokenCursor& reader);
     /// Where the token the reader stands on starts.
     Position TokenStart(const QXmlStreamReader& reader) const;
+    Position TokenStart(const XmlTokenCursor& reader) const;
     /// The XML text being read, where the whole of it is at hand; empty otherwise.
     QStringView Source() const { return m_source; }
     /// Binary offsets count from here: where the frame being read starts on its device.
@@ -94,6 +104,9 @@ public:
     ///@}
 
 private:
+    template <class Reader> void Next(Reader& reader);
+    template <class Reader> Position Start(const Reader& reader) const;
+
     qint64 m_endLine = 1;
     qint64 m_endColumn = 0;
     qint64 m_endOffset = 0;

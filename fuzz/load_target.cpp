@@ -3,10 +3,16 @@
 // 0 for binary input (plain or compressed).
 //
 // The first input byte chooses: bit 0 validation on, bit 1 the other entry point of the
-// form (XML: reset before reading; binary: read from a QDataStream). The rest is the
-// document.
+// form (XML: reset before reading; binary: read from a QDataStream), bit 2 (XML) an observer
+// on the comparison of the two ways of reading. The rest is the document.
+//
+// An XML document is also read through the library's tokenizer and through QXmlStreamReader
+// alone; any difference between the two is a finding.
 
+#include "../tests/XmlPathsCompare.h"
 #include "FuzzSupport.h"
+
+#include <type_traits>
 
 using REPORTGENERATOR::RGException;
 
@@ -42,5 +48,20 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
     KVT317XML::KVT317_FUZZ_RECORD assigned;
     assigned = record;
     fuzz::Require(assigned == copy || fuzz::HoldsNaN(record), "an assigned record differs");
+    if (KVT317_FUZZ_XML) {
+        using Record = KVT317XML::KVT317_FUZZ_RECORD;
+        xmlpathscompare::Options both;
+        both.kind = std::is_same_v<Record, KVT317XML::KVT317_Settings>   ? 0
+                    : std::is_same_v<Record, KVT317XML::BearingSettings> ? 1
+                                                                         : 2;
+        both.validate = options & 1;
+        both.reset = options & 2;
+        both.observe = options & 4;
+        const std::string difference = xmlpathscompare::Difference(document, both);
+        if (!difference.empty()) {
+            std::fprintf(stderr, "%s\n", difference.c_str());
+            fuzz::Fail("the tokenizer's load and QXmlStreamReader's differ");
+        }
+    }
     return 0;
 }

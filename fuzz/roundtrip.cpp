@@ -5,8 +5,13 @@
 //
 // The first input byte chooses: bits 0-1 the record (KVT317_Settings, BearingSettings,
 // KVT317SettingsDetail), bit 2 validation on, bits 3-4 the written form (XML, binary,
-// compressed binary). The rest is the document, in either form.
+// compressed binary), bit 5 an observer on the comparison of the two ways of reading XML.
+// The rest is the document, in either form.
+//
+// An XML document, the input and A, is also read through the library's tokenizer and through
+// QXmlStreamReader alone; any difference between the two is a finding.
 
+#include "../tests/XmlPathsCompare.h"
 #include "FuzzSupport.h"
 
 #include <QXmlStreamReader>
@@ -40,6 +45,22 @@ std::unique_ptr<KVT317XML::Record> Read(int kind, bool validate, const QByteArra
     return record;
 }
 
+// Reads an XML document both ways; a difference stops the run.
+void CompareXmlPaths(int kind, bool validate, bool observe, const QByteArray& document)
+{
+    if (!document.startsWith('<'))
+        return;
+    xmlpathscompare::Options both;
+    both.kind = kind % 3;
+    both.validate = validate;
+    both.observe = observe;
+    const std::string difference = xmlpathscompare::Difference(document, both);
+    if (!difference.empty()) {
+        std::fprintf(stderr, "%s\n", difference.c_str());
+        fuzz::Fail("the tokenizer's load and QXmlStreamReader's differ");
+    }
+}
+
 } // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
@@ -50,6 +71,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
     const int kind = data[0] & 3;
     const bool validate = data[0] & 4;
     const Form form = static_cast<Form>(((data[0] >> 3) & 3) % 3);
+    const bool observe = data[0] & 32;
+    CompareXmlPaths(kind, validate, observe, fuzz::Bytes(data + 1, size - 1));
 
     bool loaded = false;
     std::unique_ptr<KVT317XML::Record> first;
@@ -65,6 +88,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
         // With validation on, a faulty record raises while it is read or written.
         return 0;
     }
+    if (form == Form::Xml)
+        CompareXmlPaths(kind, validate, observe, a);
     const std::unique_ptr<KVT317XML::Record> second = Read(kind, validate, a, &loaded);
     if (!loaded) {
         // Only a text XML cannot carry may stop A from reading back: it was written as a

@@ -73,6 +73,11 @@ public:
     bool GetBinary(QDataStream& stream, int tag, bool withTag) const override;
     void SetBinary(QDataStream& stream, int length) override;
     void ProcessXml(QXmlStreamReader& reader) override;
+    /// Whole documents are read through the library's own tokenizer where it takes them,
+    /// with exactly the outcome of reading them with QXmlStreamReader.
+    bool SetXmlString(const QString& xml, bool reset) override;
+    using REPORTGENERATOR::IRGObject::LoadXml;
+    bool LoadXml(QFile* file) override;
     void SetValidate(bool validate) const override;
     void SetLogger(std::shared_ptr<REPORTGENERATOR::Logger> logger) const override;
     void SetObjectType(REPORTGENERATOR::ObjectTypes type) override;
@@ -253,6 +258,7 @@ protected:
 
 private:
     friend struct RecordAccess;
+    friend struct RecordXmlReading;
 
     // Storage
     bool HasStorage() const;

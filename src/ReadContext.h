@@ -82,6 +82,7 @@ public:
     void SetPosition(const ReadPosition& position) { m_position = position; }
     const ReadPosition& CurrentPosition() const { return m_position; }
     ReadPosition XmlPosition(const QXmlStreamReader& reader) const;
+    ReadPosition XmlPosition(const REPORTGENERATOR::XmlTokenCursor& reader) const;
     ReadPosition BinaryPosition(const QIODevice* device, qint64 back = 0) const;
 
     // ---- What the input gives -------------------------------------------------------------
@@ -115,7 +116,7 @@ public:
     void Reported(const REPORTGENERATOR::IRGObject& source, REPORTGENERATOR::LogLevel level,
                   const REPORTGENERATOR::RGException& report) override;
     void DocumentFault(const QString& message, const Position& where) override;
-    void Passed(const QXmlStreamReader& reader, Passage passage, const Position& where) override;
+    void Passed(const Token& token, Passage passage, const Position& where) override;
 
 private:
     static ReadContext* CurrentOfThread() noexcept;

@@ -241,6 +241,11 @@ ReadPosition ReadContext::XmlPosition(const QXmlStreamReader& reader) const
     return FromTap(TokenStart(reader));
 }
 
+ReadPosition ReadContext::XmlPosition(const REPORTGENERATOR::XmlTokenCursor& reader) const
+{
+    return FromTap(TokenStart(reader));
+}
+
 ReadPosition ReadContext::BinaryPosition(const QIODevice* device, qint64 back) const
 {
     const qint64 offset = BinaryOffset(device);
@@ -433,7 +438,7 @@ void ReadContext::DocumentFault(const QString& message, const Position& where)
     m_observer.Found(finding);
 }
 
-void ReadContext::Passed(const QXmlStreamReader& reader, Passage passage, const Position& where)
+void ReadContext::Passed(const Token& token, Passage passage, const Position& where)
 {
     const ReadPosition at = FromTap(where);
     const RecordDescription* record = passage == Passage::Document ? nullptr : Innermost();
@@ -451,31 +456,30 @@ void ReadContext::Passed(const QXmlStreamReader& reader, Passage passage, const 
         finding.text = text;
         Report(std::move(finding));
     };
-    if (reader.isComment()) {
+    if (token.type == QXmlStreamReader::Comment) {
         find(LogLevel::Info, FindingKind::Comment, nullptr,
              QStringLiteral("comment not written: a written document holds the settings only"),
-             reader.text().toString());
-    } else if (reader.isProcessingInstruction()) {
-        const QString target = reader.processingInstructionTarget().toString();
+             token.text);
+    } else if (token.type == QXmlStreamReader::ProcessingInstruction) {
+        const QString& target = token.name;
         find(LogLevel::Info, FindingKind::ProcessingInstruction, nullptr,
              QStringLiteral("processing instruction '%1' not written: a written document holds "
                             "the settings only")
                  .arg(target),
              target);
-    } else if (reader.isCharacters()) {
-        QString text = reader.text().toString().simplified();
+    } else if (token.type == QXmlStreamReader::Characters) {
+        QString text = token.text.simplified();
         if (text.size() > 40)
             text = text.left(37) + QStringLiteral("...");
         find(LogLevel::Warning, FindingKind::TextOutsideMembers, nullptr,
-             QStringLiteral("text '%1' outside any member (ignored)").arg(text),
-             reader.text().toString());
-    } else if (reader.isStartElement() && m_member && !m_frames.empty() &&
+             QStringLiteral("text '%1' outside any member (ignored)").arg(text), token.text);
+    } else if (token.type == QXmlStreamReader::StartElement && m_member && !m_frames.empty() &&
                !m_frames.back().elementInText) {
         m_frames.back().elementInText = true;
         find(LogLevel::Error, FindingKind::ElementInText, m_member,
              QStringLiteral("%1: element '%2' inside the member's text")
-                 .arg(m_member->name, reader.name().toString()),
-             reader.name().toString());
+                 .arg(m_member->name, token.name),
+             token.name);
     }
 }
 

@@ -96,6 +96,13 @@ void FinishRecordType(RecordType& type, StorageBlock* values, DefaultsBlock* def
         if (row.kind->moreFlags)
             type.*row.kind->moreFlags |= flag;
         row.description.kindName = KindNameOf(row.description);
+        // A later row of a name already there is never the one an element is read into.
+        const std::string element =
+            (row.asRecord || row.list ? row.description.nested()->name : row.description.name)
+                .toStdString();
+        const bool taken = std::find(type.elementNames.begin(), type.elementNames.end(), element) !=
+                           type.elementNames.end();
+        type.elementNames.push_back(taken ? std::string() : element);
         if (row.description.enumeration)
             type.enumerationSizes[i] =
                 static_cast<quint32>(row.description.enumeration->names.size());

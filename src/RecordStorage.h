@@ -22,7 +22,9 @@
 #include <cstddef>
 #include <cstring>
 #include <memory>
+#include <string>
 #include <type_traits>
+#include <typeinfo>
 #include <vector>
 
 namespace KVT317XML {
@@ -301,6 +303,12 @@ struct EqualityPlan {
 
 struct RecordType {
     RecordDescription description;
+
+    // For the XML readers: the record class the table belongs to, and each row's element
+    // name in UTF-8.
+    const std::type_info* exactClass = nullptr;
+    std::vector<std::string> elementNames;
+
     std::vector<MemberRow> rows;  // member order
     std::vector<int> writeOrder;  // attributes first, then the others, each in member order
     quint32 requiredFlags = 0;    // required members whose set flag HasData tests
@@ -557,6 +565,7 @@ RecordType MakeRecordType(const char* name, qint64 id, std::vector<MemberRow> ro
     RecordType type;
     type.description.name = QString::fromLatin1(name);
     type.description.id = id;
+    type.exactClass = &typeid(Class);
     type.description.make = []() -> Record* { return new Class(); };
     type.description.copy = [](const Record& record) -> Record* {
         return new Class(static_cast<const Class&>(record));

@@ -6,10 +6,14 @@
 #include "RecordText.h"
 
 #include <XmlText.h>
+#include <XmlTokenCursor.h>
 
 #include <QXmlStreamAttributes>
 #include <QXmlStreamReader>
 #include <QXmlStreamWriter>
+
+#include <cstring>
+#include <typeinfo>
 
 namespace KVT317XML {
 
@@ -115,93 +119,225 @@ void Record::ReportUnwritable(const MemberDescription& member, const QString& te
                                        QStringLiteral(", a character that XML cannot carry")));
 }
 
-void Record::ProcessXml(QXmlStreamReader& reader)
+// Reading: the same code over QXmlStreamReader and over the tokens of a whole document.
+struct RecordXmlReading {
+    using Cursor = REPORTGENERATOR::XmlTokenCursor;
+
+    // The attributes of a record's start element.
+    class QtAttributes
+    {
+    public:
+        explicit QtAttributes(const QXmlStreamReader& reader)
+            : m_all(reader.attributes())
+        {
+        }
+        bool Empty() const { return m_all.isEmpty(); }
+        const QXmlStreamAttributes& All() const { return m_all; }
+        bool Find(const QString& name, QString& text) const
+        {
+            if (!m_all.hasAttribute(name))
+                return false;
+            text = m_all.value(name).toString();
+            return true;
+        }
+
+    private:
+        const QXmlStreamAttributes m_all;
+    };
+    class TokenAttributes
+    {
+    public:
+        explicit TokenAttributes(const Cursor& reader)
+            : m_reader(reader)
+        {
+        }
+        bool Empty() const { return m_reader.AttributeCount() == 0; }
+        QXmlStreamAttributes All() const { return m_reader.attributes(); }
+        bool Find(const QString& name, QString& text) const
+        {
+            for (std::uint32_t i = 0; i < m_reader.AttributeCount(); ++i)
+                if (REPORTGENERATOR::SameName(m_reader.AttributeName(i), name)) {
+                    text = REPORTGENERATOR::ToQString(m_reader.AttributeValue(i));
+                    return true;
+                }
+            return false;
+        }
+
+    private:
+        const Cursor& m_reader;
+    };
+    static QtAttributes AttributesOf(const QXmlStreamReader& reader)
+    {
+        return QtAttributes(reader);
+    }
+    static TokenAttributes AttributesOf(const Cursor& reader) { return TokenAttributes(reader); }
+
+    // A child record's element: through the virtual where the reader is the caller's.
+    static void Child(Record& record, QXmlStreamReader& reader) { record.ProcessXml(reader); }
+    static void Child(Record& record, Cursor& reader) { Element(record, reader); }
+    static void Content(Record& record, QXmlStreamReader& reader)
+    {
+        record.IRGObject::ProcessXml(reader);
+    }
+    static void Content(Record& record, Cursor& reader)
+    {
+        record.ReadContent(reader, [](REPORTGENERATOR::IRGObject& self, Cursor& cursor) {
+            Member(static_cast<Record&>(self), cursor);
+        });
+    }
+
+    // The row of the element read, or the row count: the first row of the element's name.
+    static std::size_t Find(QStringView name, const RecordType& type, const QXmlStreamReader&)
+    {
+        for (std::size_t i = 0; i < type.rows.size(); ++i) {
+            const MemberRow& row = type.rows[i];
+            if (name ==
+                (row.asRecord || row.list ? row.description.nested()->name : row.description.name))
+                return i;
+        }
+        return type.rows.size();
+    }
+    // Documents give the members in member order, mostly: the search starts after the row
+    // found last in the same record type. The table holds each name once (later rows of a
+    // name are empty there), so that any row found is the first of its name.
+    static std::size_t Find(std::string_view name, const RecordType& type, Cursor& reader)
+    {
+        const std::vector<std::string>& names = type.elementNames;
+        const std::size_t count = names.size();
+        std::size_t i = reader.hintOwner == &type ? reader.hint : 0;
+        for (std::size_t tried = 0; tried < count; ++tried, ++i) {
+            if (i >= count)
+                i = 0;
+            const std::string& candidate = names[i];
+            if (candidate.size() == name.size() &&
+                std::memcmp(candidate.data(), name.data(), name.size()) == 0) {
+                reader.hintOwner = &type;
+                reader.hint = i + 1;
+                return i;
+            }
+        }
+        return count;
+    }
+
+    template <class Reader> static void Element(Record& record, Reader& reader);
+    template <class Reader> static void Member(Record& record, Reader& reader);
+    static void Root(REPORTGENERATOR::IRGObject& record, Cursor& reader)
+    {
+        Element(static_cast<Record&>(record), reader);
+    }
+};
+
+template <class Reader> void RecordXmlReading::Element(Record& record, Reader& reader)
 {
-    InitData();
+    record.InitData();
     ReadContext* const context = ReadContext::Current();
-    const ReadContext::Scope scope(context, m_type.description, -1, -1);
-    const QXmlStreamAttributes attributes = reader.attributes();
+    const ReadContext::Scope scope(context, record.m_type.description, -1, -1);
+    const auto attributes = AttributesOf(reader);
     ReadPosition at;
     if (context) {
         at = context->XmlPosition(reader);
         context->RecordStart(at, 0, -1);
-        context->Attributes(attributes, at);
+        context->Attributes(attributes.All(), at);
     }
-    if (!attributes.isEmpty())
-        for (const MemberRow& row : m_type.rows)
-            if (row.description.attribute && attributes.hasAttribute(row.description.name)) {
-                const QString text = NonNull(attributes.value(row.description.name).toString());
+    if (!attributes.Empty()) {
+        QString text;
+        for (const MemberRow& row : record.m_type.rows)
+            if (row.description.attribute && attributes.Find(row.description.name, text)) {
+                text = NonNull(text);
                 if (context) {
                     context->MemberGiven(row.description, at);
                     context->Entry(row.description, at, 0, -1, text);
                 }
-                AssignFromText(row.description.bit, text);
+                record.AssignFromText(row.description.bit, text);
             }
-    IRGObject::ProcessXml(reader);
+    }
+    Content(record, reader);
 }
 
-void Record::ProcessXmlStartElement(QXmlStreamReader& reader)
+template <class Reader> void RecordXmlReading::Member(Record& record, Reader& reader)
 {
-    Settle();
-    InitData();
+    record.Settle();
+    record.InitData();
     ReadContext* const context = ReadContext::Current();
     ReadPosition at;
     if (context)
         at = context->XmlPosition(reader);
     const auto name = reader.name();
-    for (const MemberRow& row : m_type.rows) {
+    const RecordType& type = record.m_type;
+    const std::size_t i = Find(name, type, reader);
+    if (i < type.rows.size()) {
+        const MemberRow& row = type.rows[i];
         const MemberDescription& member = row.description;
         const int bit = member.bit;
         if (row.asRecord) {
-            if (name == member.nested()->name) {
-                if (context) {
-                    context->MemberGiven(member, at);
-                    context->Entry(member, at, 0, -1, QString());
-                }
-                void* value = reinterpret_cast<char*>(&MutableStorage()) + row.valueOffset;
-                {
-                    const ReadContext::Scope scope(context, *member.nested(), bit, -1);
-                    Record& child = RecordAt(row, value, 0);
-                    const ReportingAs as = Reporting(child);
-                    child.ProcessXml(reader);
-                }
-                MarkSet(bit);
-                return;
+            if (context) {
+                context->MemberGiven(member, at);
+                context->Entry(member, at, 0, -1, QString());
             }
+            void* value = reinterpret_cast<char*>(&record.MutableStorage()) + row.valueOffset;
+            {
+                const ReadContext::Scope scope(context, *member.nested(), bit, -1);
+                Record& child = RecordAt(row, value, 0);
+                const Record::ReportingAs as = record.Reporting(child);
+                Child(child, reader);
+            }
+            record.MarkSet(bit);
         } else if (row.list) {
-            if (name == member.nested()->name) {
-                Record& item = BeginItem(row);
-                try {
-                    const int index = row.list->size(reinterpret_cast<char*>(&MutableStorage()) +
-                                                     row.valueOffset) -
-                                      1;
-                    const ReadContext::Scope scope(context, *member.nested(), bit, index);
-                    const ReportingAs as = Reporting(item);
-                    item.ProcessXml(reader);
-                } catch (...) {
-                    row.list->popBack(reinterpret_cast<char*>(&MutableStorage()) + row.valueOffset);
-                    throw;
-                }
-                if (context)
-                    context->SetPosition(at);
-                EndItem(row, item);
-                return;
+            Record& item = record.BeginItem(row);
+            try {
+                const int index = row.list->size(reinterpret_cast<char*>(&record.MutableStorage()) +
+                                                 row.valueOffset) -
+                                  1;
+                const ReadContext::Scope scope(context, *member.nested(), bit, index);
+                const Record::ReportingAs as = record.Reporting(item);
+                Child(item, reader);
+            } catch (...) {
+                row.list->popBack(reinterpret_cast<char*>(&record.MutableStorage()) +
+                                  row.valueOffset);
+                throw;
             }
-        } else if (name == member.name) {
+            if (context)
+                context->SetPosition(at);
+            record.EndItem(row, item);
+        } else {
             if (context)
                 context->MemberGiven(member, at);
-            const QString text = NonNull(GetTextValue(reader));
+            const QString text = NonNull(record.GetTextValue(reader));
             if (context)
                 context->Entry(member, at, 0, -1, text);
-            AssignFromText(bit, text);
-            return;
+            record.AssignFromText(bit, text);
         }
+        return;
     }
     // Unknown: skipped the way records always skip, with the count of elements the skip
     // leaves open handed to the content loop.
     if (context)
-        context->UnknownElement(name.toString(), at);
-    SkipUnknownElement(reader);
+        context->UnknownElement(REPORTGENERATOR::ToQString(name), at);
+    record.SkipUnknownElement(reader);
+}
+
+void Record::ProcessXml(QXmlStreamReader& reader)
+{
+    RecordXmlReading::Element(*this, reader);
+}
+
+void Record::ProcessXmlStartElement(QXmlStreamReader& reader)
+{
+    RecordXmlReading::Member(*this, reader);
+}
+
+// The tokenizer's path reads the record's own code; a class of another's that derives from
+// a record's class may read differently, and keeps QXmlStreamReader.
+bool Record::SetXmlString(const QString& xml, bool reset)
+{
+    const bool own = typeid(*this) == *m_type.exactClass;
+    return ReadXmlText(xml, reset, own ? &RecordXmlReading::Root : nullptr);
+}
+
+bool Record::LoadXml(QFile* file)
+{
+    const bool own = typeid(*this) == *m_type.exactClass;
+    return ReadXmlFile(file, own ? &RecordXmlReading::Root : nullptr);
 }
 
 void Record::AssignFromText(int bit, const QString& text)
