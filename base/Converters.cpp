@@ -1,7 +1,5 @@
 #include "Converters.h"
 
-#include <cstdio>
-
 namespace REPORTGENERATOR {
 
 namespace {
@@ -30,10 +28,31 @@ QString Converters::ToString(const QDateTime& dateTime)
     const QTime time = utc.time();
     if (date.year() < 0 || date.year() > 9999)
         return utc.toString(QStringLiteral("yyyy-MM-ddThh:mm:ss,zzzZ"));
-    char text[32];
-    std::snprintf(text, sizeof text, "%04d-%02d-%02dT%02d:%02d:%02d,%03dZ", date.year(),
-                  date.month(), date.day(), time.hour(), time.minute(), time.second(), time.msec());
-    return QString::fromLatin1(text);
+    // "%04d-%02d-%02dT%02d:%02d:%02d,%03dZ", without printf's cost: every field is in range.
+    char16_t text[24];
+    char16_t* out = text;
+    const auto put = [&out](int value, int digits) {
+        for (int i = digits - 1; i >= 0; --i) {
+            out[i] = static_cast<char16_t>(u'0' + value % 10);
+            value /= 10;
+        }
+        out += digits;
+    };
+    put(date.year(), 4);
+    *out++ = u'-';
+    put(date.month(), 2);
+    *out++ = u'-';
+    put(date.day(), 2);
+    *out++ = u'T';
+    put(time.hour(), 2);
+    *out++ = u':';
+    put(time.minute(), 2);
+    *out++ = u':';
+    put(time.second(), 2);
+    *out++ = u',';
+    put(time.msec(), 3);
+    *out++ = u'Z';
+    return QString(reinterpret_cast<const QChar*>(text), static_cast<int>(out - text));
 }
 
 QDateTime Converters::ToDateTime(const QString& text)

@@ -18,6 +18,7 @@ struct MemberRow;
 struct ReadPosition;
 class ReadContext;
 class ByteSink;
+struct BinaryText;
 
 // Each row of the accessor table below stays within the column limit, so that formatting
 // never re-flows the table.
@@ -316,6 +317,7 @@ private:
     void AssignFromText(int bit, const QString& text);
     Record& BeginItem(const MemberRow& row);
     void EndItem(const MemberRow& row, Record& item);
+    bool AssignFromBytes(const MemberRow& row, const BinaryText& bytes);
     // Over the bytes of a document in memory or over a stream (src/BinaryInput.h).
     template <class Input> void ReadFrame(Input& input, int length);
     template <class Input>

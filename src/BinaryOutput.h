@@ -1,12 +1,15 @@
 #pragma once
 
-// The binary writer's output: one byte array that a whole frame is appended to, with the
+// The binary writer's output: one byte array that a whole frame is written into, with the
 // record and payload lengths patched in place once known. The bytes are those QDataStream
-// writes for the same fields.
+// writes for the same fields. The array grows by doubling and is cut to size at the end.
 
 #include <QByteArray>
 #include <QString>
 
+#include <Numbers.h>
+
+#include <algorithm>
 #include <cstring>
 
 namespace KVT317XML {
@@ -14,29 +17,32 @@ namespace KVT317XML {
 class ByteSink
 {
 public:
-    ByteSink(QByteArray& out, bool bigEndian)
-        : m_out(out)
-        , m_bigEndian(bigEndian)
+    explicit ByteSink(bool bigEndian, qsizetype expected = 256)
+        : m_bigEndian(bigEndian)
     {
+        m_out.resize(std::max<qsizetype>(expected, 64));
+        m_data = m_out.data();
     }
 
-    QByteArray& Bytes() { return m_out; }
+    // The bytes written; the sink is done with.
+    QByteArray Take()
+    {
+        m_out.resize(m_size);
+        return std::move(m_out);
+    }
 
     void Int32(qint32 value) { Put(static_cast<quint32>(value)); }
     void Int64(qint64 value) { Put(static_cast<quint64>(value)); }
 
-    // A length placeholder; Patch() writes the count of the bytes appended after it.
+    // A length placeholder; Patch() writes the count of the bytes written after it.
     qsizetype BeginLength()
     {
         Int32(0);
-        return m_out.size();
+        return m_size;
     }
     void Patch(qsizetype start)
     {
-        const auto length = static_cast<quint32>(m_out.size() - start);
-        char bytes[4];
-        Encode(length, bytes);
-        std::memcpy(m_out.data() + start - 4, bytes, 4);
+        Encode(static_cast<quint32>(m_size - start), m_data + start - 4);
     }
 
     // QDataStream's form of a QByteArray: its size, then its bytes; 0xFFFFFFFF for a null
@@ -45,7 +51,9 @@ public:
     void Array(const char* data, qsizetype size)
     {
         Int32(static_cast<qint32>(size));
-        m_out.append(data, size);
+        Room(size);
+        std::memcpy(m_data + m_size, data, static_cast<std::size_t>(size));
+        m_size += size;
     }
     // The UTF-8 of a text as a byte array (a null text as a null array), without a copy of
     // it where it is ASCII.
@@ -57,21 +65,45 @@ public:
         }
         const qsizetype size = text.size();
         const QChar* chars = text.constData();
-        for (qsizetype i = 0; i < size; ++i)
-            if (chars[i].unicode() >= 0x80) {
+        Room(4 + size);
+        char* out = m_data + m_size + 4;
+        for (qsizetype i = 0; i < size; ++i) {
+            const ushort c = chars[i].unicode();
+            if (c >= 0x80) {
                 const QByteArray utf8 = text.toUtf8();
                 Array(utf8.constData(), utf8.size());
                 return;
             }
+            out[i] = static_cast<char>(c);
+        }
         Int32(static_cast<qint32>(size));
-        const qsizetype at = m_out.size();
-        m_out.resize(at + size);
-        char* out = m_out.data() + at;
-        for (qsizetype i = 0; i < size; ++i)
-            out[i] = static_cast<char>(chars[i].unicode());
+        m_size += size;
+    }
+    // A number's fixed text (REPORTGENERATOR::Numbers::Fixed) as a byte array.
+    void FixedArray(double value, int fieldWidth, int decimals)
+    {
+        constexpr int Most = 64;
+        Room(4 + Most);
+        const int size = REPORTGENERATOR::Numbers::FixedAscii(value, fieldWidth, decimals,
+                                                              m_data + m_size + 4, Most);
+        if (size < 0) {
+            QByteArray text;
+            REPORTGENERATOR::Numbers::AppendFixed(text, value, fieldWidth, decimals);
+            Array(text.constData(), text.size());
+            return;
+        }
+        Int32(size);
+        m_size += size;
     }
 
 private:
+    void Room(qsizetype count)
+    {
+        if (m_size + count <= m_out.size())
+            return;
+        m_out.resize(std::max(m_out.size() * 2, m_size + count));
+        m_data = m_out.data();
+    }
     template <class T> void Encode(T value, char* bytes) const
     {
         for (std::size_t i = 0; i < sizeof(T); ++i) {
@@ -82,12 +114,14 @@ private:
     }
     template <class T> void Put(T value)
     {
-        char bytes[sizeof(T)];
-        Encode(value, bytes);
-        m_out.append(bytes, static_cast<qsizetype>(sizeof(T)));
+        Room(sizeof(T));
+        Encode(value, m_data + m_size);
+        m_size += static_cast<qsizetype>(sizeof(T));
     }
 
-    QByteArray& m_out;
+    QByteArray m_out;
+    char* m_data = nullptr;
+    qsizetype m_size = 0;
     bool m_bigEndian;
 };
 

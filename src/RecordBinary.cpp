@@ -63,9 +63,17 @@ bool Record::GetBinary(QDataStream& stream, int tag, bool withTag) const
 {
     if (!stream.device())
         return false;
-    QByteArray bytes;
-    ByteSink sink(bytes, stream.byteOrder() == QDataStream::BigEndian);
+    // Sized from the document: a list item takes some 300 bytes.
+    qsizetype expected = 512;
+    if (HasStorage())
+        for (const MemberRow& row : m_type.rows)
+            if (row.list)
+                expected +=
+                    320 * static_cast<qsizetype>(row.list->size(
+                              reinterpret_cast<const char*>(&ConstStorage()) + row.valueOffset));
+    ByteSink sink(stream.byteOrder() == QDataStream::BigEndian, expected);
     const bool written = WriteFrame(sink, tag, withTag);
+    const QByteArray bytes = sink.Take();
     if (!bytes.isEmpty())
         stream.writeRawData(bytes.constData(), static_cast<int>(bytes.size()));
     return written;
@@ -145,10 +153,7 @@ void Record::WriteMemberEntry(ByteSink& sink, const MemberRow& row, const Storag
                                  ? At<double>(&block, row.valueOffset)
                                  : static_cast<double>(At<float>(&block, row.valueOffset));
         const qsizetype payload = sink.BeginLength();
-        const qsizetype text = sink.BeginLength();
-        REPORTGENERATOR::Numbers::AppendFixed(sink.Bytes(), value, member.fieldWidth,
-                                              member.precision);
-        sink.Patch(text);
+        sink.FixedArray(value, member.fieldWidth, member.precision);
         sink.Patch(payload);
     } else {
         // Texts, enumeration names and date-times: a byte array of the UTF-8 text. A text

@@ -11,6 +11,7 @@
 #include <QBuffer>
 #include <QFileDevice>
 
+#include <Numbers.h>
 #include <XmlText.h>
 
 #include <algorithm>
@@ -82,6 +83,20 @@ private:
     bool m_held = false;
 };
 
+// Whether a name equals the bytes, all of them ASCII.
+bool SameAscii(const QString& name, const BinaryText& bytes)
+{
+    if (bytes.null || name.size() != bytes.size)
+        return false;
+    const QChar* chars = name.constData();
+    for (qsizetype i = 0; i < bytes.size; ++i) {
+        const auto byte = static_cast<unsigned char>(bytes.data[i]);
+        if (byte >= 0x80 || chars[i].unicode() != byte)
+            return false;
+    }
+    return true;
+}
+
 } // namespace
 
 void Record::SetBinary(QDataStream& stream, int length)
@@ -104,6 +119,35 @@ void Record::SetBinary(QDataStream& stream, int length)
         ~Finish() { bytes.Finish(stream, input); }
     } finish{bytes, stream, input};
     ReadFrame(input, length);
+}
+
+// Numbers and enumeration names read straight from their UTF-8 bytes where no observer
+// listens (an observer is told what the text was): what AssignFromText gives for the same
+// text. False where the text must be made first: other kinds, and names not in the table.
+bool Record::AssignFromBytes(const MemberRow& row, const BinaryText& bytes)
+{
+    const MemberDescription& member = row.description;
+    switch (member.kind) {
+    case MemberKind::Double:
+        Assign<double>(member.bit,
+                       REPORTGENERATOR::Numbers::ToDouble(bytes.data, bytes.size, nullptr));
+        return true;
+    case MemberKind::Float:
+        Assign<float>(member.bit,
+                      REPORTGENERATOR::Numbers::ToFloat(bytes.data, bytes.size, nullptr));
+        return true;
+    case MemberKind::Enumeration: {
+        const QStringList& names = member.enumeration->names;
+        for (int index = 0; index < names.size(); ++index)
+            if (SameAscii(names.at(index), bytes)) {
+                AssignEnum(member.bit, index);
+                return true;
+            }
+        return false;
+    }
+    default:
+        return false;
+    }
 }
 
 template <class Input> void Record::ReadFrame(Input& input, int length)
@@ -178,6 +222,8 @@ template <class Input> void Record::ReadFrame(Input& input, int length)
             ReadList(row, input, payload, remaining);
         } else {
             const BinaryText bytes = input.Text();
+            if (!context && AssignFromBytes(row, bytes))
+                continue;
             QString text;
             if (!bytes.null)
                 text = bytes.size == 0 ? QStringLiteral("")
