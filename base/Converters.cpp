@@ -23,10 +23,15 @@ QString Converters::ToString(const QDateTime& dateTime)
 {
     if (!dateTime.isValid())
         return QString();
-    const QDateTime utc = dateTime.toUTC();
+    // One calendar conversion for the three date fields; none for a value held in UTC.
+    const QDateTime utc = dateTime.timeSpec() == Qt::UTC ? dateTime : dateTime.toUTC();
     const QDate date = utc.date();
     const QTime time = utc.time();
-    if (date.year() < 0 || date.year() > 9999)
+    int year = 0;
+    int month = 0;
+    int day = 0;
+    date.getDate(&year, &month, &day);
+    if (year < 0 || year > 9999)
         return utc.toString(QStringLiteral("yyyy-MM-ddThh:mm:ss,zzzZ"));
     // "%04d-%02d-%02dT%02d:%02d:%02d,%03dZ", without printf's cost: every field is in range.
     char16_t text[24];
@@ -38,11 +43,11 @@ QString Converters::ToString(const QDateTime& dateTime)
         }
         out += digits;
     };
-    put(date.year(), 4);
+    put(year, 4);
     *out++ = u'-';
-    put(date.month(), 2);
+    put(month, 2);
     *out++ = u'-';
-    put(date.day(), 2);
+    put(day, 2);
     *out++ = u'T';
     put(time.hour(), 2);
     *out++ = u':';

@@ -55,8 +55,8 @@ public:
         std::memcpy(m_data + m_size, data, static_cast<std::size_t>(size));
         m_size += size;
     }
-    // The UTF-8 of a text as a byte array (a null text as a null array), without a copy of
-    // it where it is ASCII.
+    // The UTF-8 of a text as a byte array (a null text as a null array), as QString::toUtf8
+    // gives it; a text with a surrogate is left to toUtf8.
     void Utf8Array(const QString& text)
     {
         if (text.isNull()) {
@@ -65,19 +65,29 @@ public:
         }
         const qsizetype size = text.size();
         const QChar* chars = text.constData();
-        Room(4 + size);
-        char* out = m_data + m_size + 4;
+        Room(4 + 3 * size);
+        char* const start = m_data + m_size + 4;
+        char* out = start;
         for (qsizetype i = 0; i < size; ++i) {
-            const ushort c = chars[i].unicode();
-            if (c >= 0x80) {
+            const char16_t c = chars[i].unicode();
+            if (c < 0x80) {
+                *out++ = static_cast<char>(c);
+            } else if (c < 0x800) {
+                *out++ = static_cast<char>(0xC0 | (c >> 6));
+                *out++ = static_cast<char>(0x80 | (c & 0x3F));
+            } else if (c >= 0xD800 && c < 0xE000) {
                 const QByteArray utf8 = text.toUtf8();
                 Array(utf8.constData(), utf8.size());
                 return;
+            } else {
+                *out++ = static_cast<char>(0xE0 | (c >> 12));
+                *out++ = static_cast<char>(0x80 | ((c >> 6) & 0x3F));
+                *out++ = static_cast<char>(0x80 | (c & 0x3F));
             }
-            out[i] = static_cast<char>(c);
         }
-        Int32(static_cast<qint32>(size));
-        m_size += size;
+        const auto length = static_cast<qint32>(out - start);
+        Int32(length);
+        m_size += length;
     }
     // A number's fixed text (REPORTGENERATOR::Numbers::Fixed) as a byte array.
     void FixedArray(double value, int fieldWidth, int decimals)

@@ -5,6 +5,8 @@
 #include "RecordStorage.h"
 #include "RecordText.h"
 
+#include <QBuffer>
+
 #include <Numbers.h>
 #include <XmlText.h>
 
@@ -63,7 +65,7 @@ bool Record::GetBinary(QDataStream& stream, int tag, bool withTag) const
 {
     if (!stream.device())
         return false;
-    // Sized from the document: a list item takes some 300 bytes.
+    // Sized from the document: a list item takes some 300 to 400 bytes.
     qsizetype expected = 512;
     if (HasStorage())
         for (const MemberRow& row : m_type.rows)
@@ -74,8 +76,17 @@ bool Record::GetBinary(QDataStream& stream, int tag, bool withTag) const
     ByteSink sink(stream.byteOrder() == QDataStream::BigEndian, expected);
     const bool written = WriteFrame(sink, tag, withTag);
     const QByteArray bytes = sink.Take();
-    if (!bytes.isEmpty())
-        stream.writeRawData(bytes.constData(), static_cast<int>(bytes.size()));
+    if (bytes.isEmpty())
+        return written;
+    // Into an empty buffer the frame goes as it is, shared rather than copied.
+    auto* buffer = qobject_cast<QBuffer*>(stream.device());
+    if (buffer && stream.status() == QDataStream::Ok && buffer->isWritable() &&
+        buffer->pos() == 0 && buffer->buffer().isEmpty()) {
+        buffer->buffer() = bytes;
+        buffer->seek(bytes.size());
+        return written;
+    }
+    stream.writeRawData(bytes.constData(), static_cast<int>(bytes.size()));
     return written;
 }
 
