@@ -10,6 +10,7 @@
 #include <QByteArray>
 #include <QDataStream>
 #include <QIODevice>
+#include <QtEndian>
 
 #include <cstring>
 #include <limits>
@@ -106,15 +107,9 @@ private:
             Fail(QDataStream::ReadPastEnd);
             return 0;
         }
-        unsigned char bytes[sizeof(T)];
-        std::memcpy(bytes, m_data + m_pos, sizeof(T));
+        const char* const at = m_data + m_pos;
         m_pos += static_cast<qint64>(sizeof(T));
-        T value = 0;
-        for (std::size_t i = 0; i < sizeof(T); ++i) {
-            const std::size_t at = m_bigEndian ? i : sizeof(T) - 1 - i;
-            value = static_cast<T>((value << 8) | bytes[at]);
-        }
-        return value;
+        return m_bigEndian ? qFromBigEndian<T>(at) : qFromLittleEndian<T>(at);
     }
 
     const char* m_data;

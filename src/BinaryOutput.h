@@ -6,6 +6,7 @@
 
 #include <QByteArray>
 #include <QString>
+#include <QtEndian>
 
 #include <Numbers.h>
 
@@ -106,6 +107,16 @@ public:
         m_size += size;
     }
 
+    qsizetype Size() const { return m_size; }
+    // Room for `count` more bytes, and no more, at once.
+    void Reserve(qsizetype count)
+    {
+        if (m_size + count <= m_out.size())
+            return;
+        m_out.resize(m_size + count);
+        m_data = m_out.data();
+    }
+
 private:
     void Room(qsizetype count)
     {
@@ -116,11 +127,10 @@ private:
     }
     template <class T> void Encode(T value, char* bytes) const
     {
-        for (std::size_t i = 0; i < sizeof(T); ++i) {
-            const std::size_t at = m_bigEndian ? sizeof(T) - 1 - i : i;
-            bytes[at] = static_cast<char>(value & 0xFF);
-            value = static_cast<T>(value >> 8);
-        }
+        if (m_bigEndian)
+            qToBigEndian(value, bytes);
+        else
+            qToLittleEndian(value, bytes);
     }
     template <class T> void Put(T value)
     {

@@ -65,15 +65,7 @@ bool Record::GetBinary(QDataStream& stream, int tag, bool withTag) const
 {
     if (!stream.device())
         return false;
-    // Sized from the document: a list item takes some 300 to 400 bytes.
-    qsizetype expected = 512;
-    if (HasStorage())
-        for (const MemberRow& row : m_type.rows)
-            if (row.list)
-                expected +=
-                    320 * static_cast<qsizetype>(row.list->size(
-                              reinterpret_cast<const char*>(&ConstStorage()) + row.valueOffset));
-    ByteSink sink(stream.byteOrder() == QDataStream::BigEndian, expected);
+    ByteSink sink(stream.byteOrder() == QDataStream::BigEndian);
     const bool written = WriteFrame(sink, tag, withTag);
     const QByteArray bytes = sink.Take();
     if (bytes.isEmpty())
@@ -148,11 +140,15 @@ void Record::WriteMemberEntry(ByteSink& sink, const MemberRow& row, const Storag
         ReadContext* const context = ReadContext::Current();
         if (block.isSet & (quint32(1) << member.bit))
             for (int i = 0; i < size; ++i) {
+                // The items that follow take about as much as the first.
+                const qsizetype before = sink.Size();
                 const Record& item = row.list->item(slot, i);
                 const Refusal refusal(running);
                 const ReadContext::Scope scope(context, *member.nested(), member.bit, i);
                 const ReportingAs as = Reporting(item);
                 item.WriteFrame(sink, static_cast<int>(member.tag), false);
+                if (i == 0)
+                    sink.Reserve((sink.Size() - before) * (size - 1) * 9 / 8 + 64);
                 refusal.Within([&item, i] {
                     return QStringLiteral("%1[%2]").arg(item.GetObjectName()).arg(i + 1);
                 });
