@@ -11,6 +11,7 @@
 #include <QBuffer>
 #include <QFileDevice>
 
+#include <Converters.h>
 #include <Numbers.h>
 #include <XmlText.h>
 
@@ -83,18 +84,26 @@ private:
     bool m_held = false;
 };
 
-// Whether a name equals the bytes, all of them ASCII.
-bool SameAscii(const QString& name, const BinaryText& bytes)
+// The enumerator whose name equals the bytes, which are ASCII; -1 where none does. Most
+// names differ from the bytes in their size or first character, tested first.
+int NameIndex(const QStringList& names, const BinaryText& bytes)
 {
-    if (bytes.null || name.size() != bytes.size)
-        return false;
-    const QChar* chars = name.constData();
-    for (qsizetype i = 0; i < bytes.size; ++i) {
-        const auto byte = static_cast<unsigned char>(bytes.data[i]);
-        if (byte >= 0x80 || chars[i].unicode() != byte)
-            return false;
+    if (bytes.null || bytes.size == 0)
+        return -1;
+    const auto first = static_cast<unsigned char>(bytes.data[0]);
+    for (int index = 0, count = static_cast<int>(names.size()); index < count; ++index) {
+        const QString& name = names.at(index);
+        if (name.size() != bytes.size || name.at(0).unicode() != first)
+            continue;
+        const QChar* chars = name.constData();
+        qsizetype i = 1;
+        while (i < bytes.size && chars[i].unicode() == static_cast<unsigned char>(bytes.data[i]) &&
+               static_cast<unsigned char>(bytes.data[i]) < 0x80)
+            ++i;
+        if (i == bytes.size && first < 0x80)
+            return index;
     }
-    return true;
+    return -1;
 }
 
 } // namespace
@@ -121,7 +130,7 @@ void Record::SetBinary(QDataStream& stream, int length)
     ReadFrame(input, length);
 }
 
-// Numbers and enumeration names read straight from their UTF-8 bytes where no observer
+// Numbers, date-times and enumeration names read straight from their UTF-8 bytes where no observer
 // listens (an observer is told what the text was): what AssignFromText gives for the same
 // text. False where the text must be made first: other kinds, and names not in the table.
 bool Record::AssignFromBytes(const MemberRow& row, const BinaryText& bytes)
@@ -136,14 +145,16 @@ bool Record::AssignFromBytes(const MemberRow& row, const BinaryText& bytes)
         Assign<float>(member.bit,
                       REPORTGENERATOR::Numbers::ToFloat(bytes.data, bytes.size, nullptr));
         return true;
+    case MemberKind::DateTime:
+        Assign<QDateTime>(member.bit,
+                          REPORTGENERATOR::Converters::ToDateTime(bytes.data, bytes.size));
+        return true;
     case MemberKind::Enumeration: {
-        const QStringList& names = member.enumeration->names;
-        for (int index = 0; index < names.size(); ++index)
-            if (SameAscii(names.at(index), bytes)) {
-                AssignEnum(member.bit, index);
-                return true;
-            }
-        return false;
+        const int index = NameIndex(member.enumeration->names, bytes);
+        if (index < 0)
+            return false;
+        AssignEnum(member.bit, index);
+        return true;
     }
     default:
         return false;

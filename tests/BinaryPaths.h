@@ -216,6 +216,14 @@ inline QString Compare(int kind, const QByteArray& document, bool validate, bool
     QString difference = Difference(bytes, stream);
     if (!difference.isEmpty())
         return QStringLiteral("stream: ") + difference;
+    // Unobserved, numbers, date-times and names are read from their bytes without a text.
+    if (observe) {
+        const Outcome unobserved = Load(kind, document, Path::Bytes, validate, false);
+        if (unobserved.loaded != bytes.loaded || unobserved.raised != bytes.raised ||
+            unobserved.logged != bytes.logged || unobserved.taken != bytes.taken ||
+            unobserved.xml != bytes.xml || unobserved.binary != bytes.binary)
+            return QStringLiteral("observed and unobserved loads differ");
+    }
     // Without offsets the base cannot hold a frame's length against what its members took,
     // and a load that fails keeps nothing; where both loads agree on that, what they read
     // must agree too.
