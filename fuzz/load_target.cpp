@@ -4,9 +4,14 @@
 //
 // The first input byte chooses: bit 0 validation on, bit 1 the other entry point of the
 // form (XML: reset before reading; binary: read from a QDataStream). The rest is the
-// document.
+// document. A binary document is also read from its bytes and field by field through a
+// stream (observed when bit 2 is set), and the two must agree in every respect.
 
 #include "FuzzSupport.h"
+
+#include "../tests/BinaryPaths.h"
+
+#include <type_traits>
 
 using REPORTGENERATOR::RGException;
 
@@ -28,6 +33,17 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
             fuzz::LoadBinary(record, document, options & 2);
     } catch (const RGException&) {
         // With validation on a record's own report raises out of the load.
+    }
+    if (!KVT317_FUZZ_XML) {
+        using Record = KVT317XML::KVT317_FUZZ_RECORD;
+        const int kind = std::is_same_v<Record, KVT317XML::BearingSettings>        ? 1
+                         : std::is_same_v<Record, KVT317XML::KVT317SettingsDetail> ? 2
+                                                                                   : 0;
+        const QString difference = paths::Compare(kind, document, options & 1, options & 4);
+        if (!difference.isEmpty()) {
+            std::fprintf(stderr, "%s\n", qPrintable(difference));
+            fuzz::Fail("the binary reading paths differ");
+        }
     }
     record.Check(true);
     try {

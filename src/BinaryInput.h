@@ -13,7 +13,6 @@
 #include <QtEndian>
 
 #include <cstring>
-#include <limits>
 
 namespace REPORTGENERATOR {
 class IRGObject;
@@ -154,11 +153,13 @@ public:
     }
     void Skip(const REPORTGENERATOR::IRGObject& record, int length, int tag);
 
+    // On a sequential device only what has arrived: a list's count or length read from
+    // the stream says nothing of what will follow, and reserving for it could ask for more
+    // memory than there is.
     qint64 Room() const
     {
         const QIODevice* device = m_stream.device();
-        return device && !device->isSequential() ? device->bytesAvailable()
-                                                 : std::numeric_limits<qint64>::max();
+        return device ? device->bytesAvailable() : 0;
     }
 
 private:

@@ -122,7 +122,7 @@ private:
     {
         if (m_size + count <= m_out.size())
             return;
-        m_out.resize(std::max(m_out.size() * 2, m_size + count));
+        m_out.resize(std::max<qsizetype>(qsizetype(m_out.size()) * 2, m_size + count));
         m_data = m_out.data();
     }
     template <class T> void Encode(T value, char* bytes) const

@@ -16,6 +16,7 @@
 #include <XmlText.h>
 
 #include <algorithm>
+#include <limits>
 
 using REPORTGENERATOR::BinaryParsingException;
 using REPORTGENERATOR::LogLevel;

@@ -231,3 +231,20 @@ TEST(BinaryPaths, AFileIsReadLikeAStream)
     EXPECT_EQ(fromFile.GetXmlString(), streamed.xml);
     EXPECT_EQ(fromFile.GetBinaryRepresentationAsQByteArray(), streamed.binary);
 }
+
+// A list's count and length say nothing of what a sequential device will still deliver: the
+// reader reserves no more than has arrived, and the short list is reported.
+TEST(BinaryPaths, ASequentialStreamReservesNoMoreThanHasArrived)
+{
+    const QByteArray document = Hex("5DF5F4650000000C"
+                                    "09751B807FFFFFFF7FFFFFFF");
+    for (const paths::Path path :
+         {paths::Path::Bytes, paths::Path::Stream, paths::Path::Sequential}) {
+        const paths::Outcome outcome = paths::Load(0, document, path, false, false);
+        EXPECT_FALSE(outcome.loaded);
+        EXPECT_EQ(outcome.taken, 20);
+        EXPECT_EQ(outcome.logged,
+                  QStringList{"0 KVT317_Settings::SetBinary(...): Length error occurred during "
+                              "processing of binary representation"});
+    }
+}
