@@ -39,7 +39,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
         const int kind = std::is_same_v<Record, KVT317XML::BearingSettings>        ? 1
                          : std::is_same_v<Record, KVT317XML::KVT317SettingsDetail> ? 2
                                                                                    : 0;
-        const QString difference = paths::Compare(kind, document, options & 1, options & 4);
+        const QString difference = paths::Compare(kind, document, options & 1, options & 4, true);
         if (!difference.isEmpty()) {
             std::fprintf(stderr, "%s\n", qPrintable(difference));
             fuzz::Fail("the binary reading paths differ");
