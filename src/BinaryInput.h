@@ -38,11 +38,15 @@ class MemoryInput
 {
 public:
     // `origin` is the offset of data[0] from the frame's start, -1 where not known.
-    MemoryInput(const char* data, qint64 size, bool bigEndian, qint64 origin)
+    // `status` is the stream's when reading starts: a stream that failed before reads on,
+    // but its loops stop at once.
+    MemoryInput(const char* data, qint64 size, bool bigEndian, qint64 origin,
+                QDataStream::Status status = QDataStream::Ok)
         : m_data(data)
         , m_size(size)
         , m_bigEndian(bigEndian)
         , m_origin(origin)
+        , m_status(status)
     {
     }
 
@@ -116,7 +120,7 @@ private:
     qint64 m_pos = 0;
     bool m_bigEndian;
     qint64 m_origin;
-    QDataStream::Status m_status = QDataStream::Ok;
+    QDataStream::Status m_status;
 };
 
 class StreamInput

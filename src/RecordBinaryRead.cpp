@@ -120,7 +120,7 @@ void Record::SetBinary(QDataStream& stream, int length)
     const ReadContext* const context = ReadContext::Current();
     const qint64 origin = context ? context->BinaryOffset(stream.device()) : -1;
     MemoryInput input(bytes.Data(), bytes.Size(), stream.byteOrder() == QDataStream::BigEndian,
-                      origin);
+                      origin, stream.status());
     // A report that throws leaves the device where the reading stopped, as the stream would.
     struct Finish {
         const DeviceBytes& bytes;

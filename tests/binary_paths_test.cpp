@@ -248,3 +248,30 @@ TEST(BinaryPaths, ASequentialStreamReservesNoMoreThanHasArrived)
                               "processing of binary representation"});
     }
 }
+
+// A stream that failed before reads no entries, from its bytes as field by field.
+TEST(BinaryPaths, AStreamThatFailedBeforeReadsNoEntries)
+{
+    const QByteArray body = Hex("E7B0B2F8000000080000000000000007");
+    QByteArray bytes = body;
+    QBuffer buffer(&bytes);
+    buffer.open(QIODevice::ReadOnly);
+    paths::ArrayDevice device(body, false);
+    for (QIODevice* used : {static_cast<QIODevice*>(&buffer), static_cast<QIODevice*>(&device)}) {
+        QDataStream stream(used);
+        stream.setStatus(QDataStream::ReadCorruptData);
+        KVT317SettingsDetail detail;
+        detail.SetValidate(false);
+        QString raised;
+        try {
+            detail.SetBinary(stream, 16);
+        } catch (const REPORTGENERATOR::RGException& exception) {
+            raised = exception.GetMessage();
+        }
+        EXPECT_EQ(used->pos(), 0);
+        EXPECT_EQ(stream.status(), QDataStream::ReadCorruptData);
+        EXPECT_FALSE(detail.IsThresholdSet());
+        EXPECT_EQ(raised.toStdString(), "KVT317SettingsDetail::SetBinary(...): Length error "
+                                        "occurred during processing of binary representation");
+    }
+}
