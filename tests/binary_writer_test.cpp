@@ -4,6 +4,10 @@
 
 #include "TestSupport.h"
 
+#include <FrequencyRange.h>
+#include <KVT317SettingsDetail.h>
+#include <KVT317_Settings.h>
+
 #include <QBuffer>
 #include <QDataStream>
 #include <QIODevice>
@@ -130,10 +134,10 @@ TEST(BinaryWriter, ALargeDocumentIsWrittenAlikeAndReadsBack)
     }
     const QByteArray frame = Written(settings);
     EXPECT_EQ(frame.size(), 322906);
-    KVT317_Settings read;
+    KVT317_Settings readBack;
     QDataStream in(frame);
     qint32 length = 0;
     in >> length;
-    read.SetBinary(in, length);
-    EXPECT_EQ(Written(read), frame);
+    readBack.SetBinary(in, length);
+    EXPECT_EQ(Written(readBack), frame);
 }
