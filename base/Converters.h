@@ -21,6 +21,10 @@ public:
     /// result is a UTC date-time. Any other text, or a date or time that does not exist,
     /// gives a null QDateTime.
     static QDateTime ToDateTime(const QString& text);
+
+    /// @internal What ToDateTime(QString::fromUtf8(utf8, size)) gives, without the string:
+    /// every character of the form is ASCII, so any other byte refuses the text.
+    static QDateTime ToDateTime(const char* utf8, qsizetype size);
 };
 
 } // namespace REPORTGENERATOR

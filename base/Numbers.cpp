@@ -409,4 +409,22 @@ void AppendFixed(QByteArray& out, double value, int fieldWidth, int decimals)
     });
 }
 
+int FixedAscii(double value, int fieldWidth, int decimals, char* out, int room)
+{
+    char buffer[FixedRoom];
+    const int size = WriteFixed(value, decimals, buffer);
+    if (size < 0)
+        return -1;
+    int written = -1;
+    Padded(buffer, size, fieldWidth, [&](const char* digits, int count, int front, int back) {
+        if (front + count + back > room)
+            return;
+        std::memset(out, ' ', static_cast<std::size_t>(front));
+        std::memcpy(out + front, digits, static_cast<std::size_t>(count));
+        std::memset(out + front + count, ' ', static_cast<std::size_t>(back));
+        written = front + count + back;
+    });
+    return written;
+}
+
 } // namespace REPORTGENERATOR::Numbers

@@ -39,4 +39,9 @@ REPORTBASE_EXPORT QString Fixed(double value, int fieldWidth, int decimals);
 /// @internal Fixed(value, fieldWidth, decimals) appended to @p out as UTF-8 (it is ASCII).
 REPORTBASE_EXPORT void AppendFixed(QByteArray& out, double value, int fieldWidth, int decimals);
 
+/// @internal Fixed(value, fieldWidth, decimals) written as ASCII into the @p room bytes at
+/// @p out: its length, or -1 where it does not fit or QString::arg must decide (then nothing
+/// is written).
+REPORTBASE_EXPORT int FixedAscii(double value, int fieldWidth, int decimals, char* out, int room);
+
 } // namespace REPORTGENERATOR::Numbers

@@ -3,14 +3,17 @@
 // 0 for binary input (plain or compressed).
 //
 // The first input byte chooses: bit 0 validation on, bit 1 the other entry point of the
-// form (XML: reset before reading; binary: read from a QDataStream), bit 2 (XML) an observer
-// on the comparison of the two ways of reading. The rest is the document.
+// form (XML: reset before reading; binary: read from a QDataStream), bit 2 an observer on
+// the comparison of the two ways of reading. The rest is the document.
 //
 // An XML document is also read through the library's tokenizer and through QXmlStreamReader
-// alone; any difference between the two is a finding.
+// alone; a binary document from its bytes and field by field through a stream. Any
+// difference between the two ways is a finding.
 
 #include "../tests/XmlPathsCompare.h"
 #include "FuzzSupport.h"
+
+#include "../tests/BinaryPaths.h"
 
 #include <type_traits>
 
@@ -34,6 +37,17 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
             fuzz::LoadBinary(record, document, options & 2);
     } catch (const RGException&) {
         // With validation on a record's own report raises out of the load.
+    }
+    if (!KVT317_FUZZ_XML) {
+        using Record = KVT317XML::KVT317_FUZZ_RECORD;
+        const int kind = std::is_same_v<Record, KVT317XML::BearingSettings>        ? 1
+                         : std::is_same_v<Record, KVT317XML::KVT317SettingsDetail> ? 2
+                                                                                   : 0;
+        const QString difference = paths::Compare(kind, document, options & 1, options & 4, true);
+        if (!difference.isEmpty()) {
+            std::fprintf(stderr, "%s\n", qPrintable(difference));
+            fuzz::Fail("the binary reading paths differ");
+        }
     }
     record.Check(true);
     try {

@@ -17,6 +17,8 @@ struct RecordType;
 struct MemberRow;
 struct ReadPosition;
 class ReadContext;
+class ByteSink;
+struct BinaryText;
 
 // Each row of the accessor table below stays within the column limit, so that formatting
 // never re-flows the table.
@@ -322,14 +324,18 @@ private:
     void AssignFromText(int bit, const QString& text);
     Record& BeginItem(const MemberRow& row);
     void EndItem(const MemberRow& row, Record& item);
-    void ReadListEntry(const MemberRow& row, QDataStream& stream, int payload, qint64& remaining);
+    bool AssignFromBytes(const MemberRow& row, const BinaryText& bytes);
+    // Over the bytes of a document in memory or over a stream (src/BinaryInput.h).
+    template <class Input> void ReadFrame(Input& input, int length);
+    template <class Input>
+    void ReadList(const MemberRow& row, Input& input, int payload, qint64& remaining);
     void ObserveText(ReadContext& context, const MemberDescription& member, const ReadPosition& at,
                      quint32 tag, qint32 payload, const QByteArray& bytes,
                      const QString& text) const;
 
     // Writing
-    void WriteMemberEntry(QDataStream& stream, const MemberRow& row,
-                          const StorageBlock& block) const;
+    bool WriteFrame(ByteSink& sink, int tag, bool withTag) const;
+    void WriteMemberEntry(ByteSink& sink, const MemberRow& row, const StorageBlock& block) const;
 
     const RecordType& m_type;
     mutable QSharedDataPointer<StorageBlock> d;

@@ -1,0 +1,324 @@
+// Reading the binary form. A whole document in memory (a byte array, a buffer, a file, an
+// inflated frame) is decoded straight from its bytes; a stream over any other device is read
+// field by field. Both follow one reading loop, so records, reports and offsets agree.
+
+#include "BinaryInput.h"
+#include "ReadContext.h"
+#include "ReadText.h"
+#include "RecordStorage.h"
+#include "RecordText.h"
+
+#include <QBuffer>
+#include <QFileDevice>
+
+#include <Converters.h>
+#include <Numbers.h>
+#include <XmlText.h>
+
+#include <algorithm>
+#include <limits>
+
+using REPORTGENERATOR::BinaryParsingException;
+using REPORTGENERATOR::LogLevel;
+
+namespace KVT317XML {
+
+void StreamInput::Skip(const REPORTGENERATOR::IRGObject& record, int length, int tag)
+{
+    record.skipCurrentElement(m_stream, length, tag);
+}
+
+namespace {
+
+// The bytes a stream's device holds from where it stands, where they can be had at once:
+// a buffer's array as it is, the rest of a file read in one call. Devices in a transaction
+// are left to the stream, which keeps their rules.
+class DeviceBytes
+{
+public:
+    explicit DeviceBytes(QDataStream& stream)
+        : m_device(stream.device())
+    {
+        if (!m_device || m_device->isSequential() || !m_device->isReadable() ||
+            m_device->isTransactionStarted())
+            return;
+        m_start = m_device->pos();
+        if (const auto* buffer = qobject_cast<const QBuffer*>(m_device)) {
+            const QByteArray& all = buffer->data();
+            if (m_start < 0 || m_start > all.size())
+                return;
+            m_data = all.constData() + m_start;
+            m_size = all.size() - m_start;
+            m_held = true;
+        } else if (qobject_cast<const QFileDevice*>(m_device)) {
+            const qint64 rest = m_device->size() - m_start;
+            if (rest < 0 || rest > std::numeric_limits<int>::max())
+                return;
+            m_owned = m_device->read(rest);
+            if (m_owned.size() != rest) {
+                m_device->seek(m_start);
+                return;
+            }
+            m_data = m_owned.constData();
+            m_size = m_owned.size();
+            m_held = true;
+        }
+    }
+
+    bool Held() const { return m_held; }
+    const char* Data() const { return m_data; }
+    qint64 Size() const { return m_size; }
+    // Leaves the device where the stream would have left it.
+    void Finish(QDataStream& stream, const MemoryInput& input) const
+    {
+        m_device->seek(m_start + input.Consumed());
+        if (!input.Ok())
+            stream.setStatus(input.Status());
+    }
+
+private:
+    QIODevice* m_device;
+    qint64 m_start = 0;
+    QByteArray m_owned;
+    const char* m_data = nullptr;
+    qint64 m_size = 0;
+    bool m_held = false;
+};
+
+// The enumerator whose name equals the bytes, which are ASCII; -1 where none does. Most
+// names differ from the bytes in their size or first character, tested first.
+int NameIndex(const QStringList& names, const BinaryText& bytes)
+{
+    if (bytes.null || bytes.size == 0)
+        return -1;
+    const auto first = static_cast<unsigned char>(bytes.data[0]);
+    for (int index = 0, count = static_cast<int>(names.size()); index < count; ++index) {
+        const QString& name = names.at(index);
+        if (name.size() != bytes.size || name.at(0).unicode() != first)
+            continue;
+        const QChar* chars = name.constData();
+        qsizetype i = 1;
+        while (i < bytes.size && chars[i].unicode() == static_cast<unsigned char>(bytes.data[i]) &&
+               static_cast<unsigned char>(bytes.data[i]) < 0x80)
+            ++i;
+        if (i == bytes.size && first < 0x80)
+            return index;
+    }
+    return -1;
+}
+
+} // namespace
+
+void Record::SetBinary(QDataStream& stream, int length)
+{
+    DeviceBytes bytes(stream);
+    if (!bytes.Held()) {
+        StreamInput input(stream);
+        ReadFrame(input, length);
+        return;
+    }
+    const ReadContext* const context = ReadContext::Current();
+    const qint64 origin = context ? context->BinaryOffset(stream.device()) : -1;
+    MemoryInput input(bytes.Data(), bytes.Size(), stream.byteOrder() == QDataStream::BigEndian,
+                      origin, stream.status());
+    // A report that throws leaves the device where the reading stopped, as the stream would.
+    struct Finish {
+        const DeviceBytes& bytes;
+        QDataStream& stream;
+        const MemoryInput& input;
+        ~Finish() { bytes.Finish(stream, input); }
+    } finish{bytes, stream, input};
+    ReadFrame(input, length);
+}
+
+// Numbers, date-times and enumeration names read straight from their UTF-8 bytes where no observer
+// listens (an observer is told what the text was): what AssignFromText gives for the same
+// text. False where the text must be made first: other kinds, and names not in the table.
+bool Record::AssignFromBytes(const MemberRow& row, const BinaryText& bytes)
+{
+    const MemberDescription& member = row.description;
+    switch (member.kind) {
+    case MemberKind::Double:
+        Assign<double>(member.bit,
+                       REPORTGENERATOR::Numbers::ToDouble(bytes.data, bytes.size, nullptr));
+        return true;
+    case MemberKind::Float:
+        Assign<float>(member.bit,
+                      REPORTGENERATOR::Numbers::ToFloat(bytes.data, bytes.size, nullptr));
+        return true;
+    case MemberKind::DateTime:
+        Assign<QDateTime>(member.bit,
+                          REPORTGENERATOR::Converters::ToDateTime(bytes.data, bytes.size));
+        return true;
+    case MemberKind::Enumeration: {
+        const int index = NameIndex(member.enumeration->names, bytes);
+        if (index < 0)
+            return false;
+        AssignEnum(member.bit, index);
+        return true;
+    }
+    default:
+        return false;
+    }
+}
+
+template <class Input> void Record::ReadFrame(Input& input, int length)
+{
+    Settle();
+    InitData();
+    ReadContext* const context = ReadContext::Current();
+    const ReadContext::Scope scope(context, m_type.description, -1, -1);
+    if (context) {
+        // A document's root and a list's items have frames of their own; a nested record's
+        // frame is its member entry in the record that holds it.
+        if (const ReadStep* step = context->LastStep(); !step)
+            context->RecordStart(input.Position(*context, 8),
+                                 static_cast<quint32>(m_type.description.id), length);
+        else if (step->item >= 0)
+            context->RecordStart(input.Position(*context, 4), 0, length);
+    }
+    if (length == 0)
+        return;
+    qint64 remaining = length;
+    while (remaining > 0 && !input.AtEnd() && input.Ok()) {
+        ReadPosition at;
+        if (context)
+            at = input.Position(*context);
+        const qint32 tag = input.Int32();
+        const qint32 payload = input.Int32();
+        remaining -= 8 + static_cast<qint64>(payload);
+        const int found = m_type.BitOfTag(static_cast<quint32>(tag));
+        const MemberDescription* member =
+            found < 0 ? nullptr : &m_type.description.members[static_cast<std::size_t>(found)];
+        if (!member) {
+            if (context)
+                context->UnknownEntry(at, static_cast<quint32>(tag), payload);
+            input.Skip(*this, payload, tag);
+            continue;
+        }
+        if (context)
+            context->MemberGiven(*member, at);
+        const int bit = member->bit;
+        const MemberRow& row = m_type.rows[bit];
+        // The payload by the member's kind: a whole number, a nested frame, a list, a text.
+        if (row.kind->value.integerPayload) {
+            // Whole numbers travel as 64 bits; the low 32 are kept.
+            const qint64 value = input.Int64();
+            const auto kept = static_cast<qint32>(static_cast<quint32>(value & 0xFFFFFFFF));
+            if (context) {
+                if (context->WantsEntries())
+                    context->Entry(*member, at, static_cast<quint32>(tag), payload,
+                                   QString::number(value));
+                if (kept != value)
+                    context->Report(LogLevel::Error, FindingKind::WholeNumberBeyond32Bits, member,
+                                    at,
+                                    QStringLiteral("%1: %2 does not fit in 32 bits (read as %3)")
+                                        .arg(member->name)
+                                        .arg(value)
+                                        .arg(kept),
+                                    QString::number(value));
+            }
+            Assign<int>(bit, kept);
+        } else if (row.asRecord) {
+            if (context)
+                context->Entry(*member, at, static_cast<quint32>(tag), payload, QString());
+            void* value = reinterpret_cast<char*>(&MutableStorage()) + row.valueOffset;
+            {
+                const ReadContext::Scope nested(context, *member->nested(), bit, -1);
+                Record& child = RecordAt(row, value, 0);
+                const ReportingAs as = Reporting(child);
+                child.ReadFrame(input, payload);
+            }
+            MarkSet(bit);
+        } else if (row.list) {
+            ReadList(row, input, payload, remaining);
+        } else {
+            const BinaryText bytes = input.Text();
+            if (!context && AssignFromBytes(row, bytes))
+                continue;
+            QString text;
+            if (!bytes.null)
+                text = bytes.size == 0 ? QStringLiteral("")
+                                       : QString::fromUtf8(bytes.data, bytes.size);
+            if (context)
+                ObserveText(*context, *member, at, static_cast<quint32>(tag), payload,
+                            bytes.Array(), text);
+            AssignFromText(bit, text);
+        }
+    }
+    if (remaining == 0)
+        return;
+    if (context)
+        context->SetPosition(input.Position(*context));
+    const ReadContext::Subject subject(context, nullptr);
+    BinaryParsingException exception(
+        GetObjectName() +
+        QStringLiteral(
+            "::SetBinary(...): Length error occurred during processing of binary representation"));
+    TraceOrThrow(LogLevel::Error, exception, true, true);
+}
+
+template <class Input>
+void Record::ReadList(const MemberRow& row, Input& input, int payload, qint64& remaining)
+{
+    ReadContext* const context = ReadContext::Current();
+    const qint32 count = input.Int32();
+    if (context)
+        context->Entry(row.description, input.Position(*context, 12), row.description.tag, payload,
+                       QString::number(count));
+    if (count <= 0 || !input.Ok())
+        return;
+    // Every item takes at least its 4-byte length: never reserve for more items than the
+    // payload declares, nor than the bytes that are actually there.
+    qint64 room = std::max<qint64>(0, (static_cast<qint64>(payload) - 4) / 4);
+    room = std::min(room, input.Room() / 4);
+    void* slot = reinterpret_cast<char*>(&MutableStorage()) + row.valueOffset;
+    row.list->reserve(slot, row.list->size(slot) + static_cast<int>(std::min<qint64>(count, room)));
+    qint32 read = 0;
+    for (; read < count && !input.AtEnd() && input.Ok(); ++read) {
+        ReadPosition itemAt;
+        if (context)
+            itemAt = input.Position(*context);
+        const qint32 itemLength = input.Int32();
+        Record& item = BeginItem(row);
+        try {
+            const ReadContext::Scope scope(
+                context, *row.description.nested(), row.description.bit,
+                row.list->size(reinterpret_cast<char*>(&MutableStorage()) + row.valueOffset) - 1);
+            const ReportingAs as = Reporting(item);
+            item.ReadFrame(input, itemLength);
+        } catch (...) {
+            row.list->popBack(reinterpret_cast<char*>(&MutableStorage()) + row.valueOffset);
+            throw;
+        }
+        if (context)
+            context->SetPosition(itemAt);
+        EndItem(row, item);
+    }
+    // A list that ends before its count is as short as a frame that does.
+    if (read < count)
+        remaining = -1;
+}
+
+// What a text payload holds that its member does not keep as it is.
+void Record::ObserveText(ReadContext& context, const MemberDescription& member,
+                         const ReadPosition& at, quint32 tag, qint32 payload,
+                         const QByteArray& bytes, const QString& text) const
+{
+    context.Entry(member, at, tag, payload, text);
+    const int bad = bytes.isNull() ? -1 : read::InvalidUtf8(bytes);
+    if (bad >= 0)
+        context.Report(LogLevel::Error, FindingKind::InvalidUtf8, &member,
+                       ReadPosition{0, 0, at.offset + 12 + bad},
+                       QStringLiteral("%1: the text is not valid UTF-8 (byte %2; read as U+FFFD)")
+                           .arg(member.name, read::HexByte(bytes.at(bad))),
+                       text);
+    uint code = 0;
+    if (member.operations->text && REPORTGENERATOR::XmlText::FirstUnwritable(text, &code) >= 0)
+        context.Report(LogLevel::Error, FindingKind::NotXmlCharacter, &member, at,
+                       QStringLiteral("%1: holds %2, which XML cannot carry")
+                           .arg(member.name, REPORTGENERATOR::XmlText::CodeName(code)),
+                       text);
+}
+
+} // namespace KVT317XML
