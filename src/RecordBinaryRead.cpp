@@ -111,14 +111,15 @@ int NameIndex(const QStringList& names, const BinaryText& bytes)
 
 void Record::SetBinary(QDataStream& stream, int length)
 {
+    // Taken before the bytes are: taking a file's bytes moves the file to their end.
+    const ReadContext* const context = ReadContext::Current();
+    const qint64 origin = context ? context->BinaryOffset(stream.device()) : -1;
     DeviceBytes bytes(stream);
     if (!bytes.Held()) {
         StreamInput input(stream);
         ReadFrame(input, length);
         return;
     }
-    const ReadContext* const context = ReadContext::Current();
-    const qint64 origin = context ? context->BinaryOffset(stream.device()) : -1;
     MemoryInput input(bytes.Data(), bytes.Size(), stream.byteOrder() == QDataStream::BigEndian,
                       origin, stream.status());
     // A report that throws leaves the device where the reading stopped, as the stream would.
