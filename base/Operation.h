@@ -31,6 +31,8 @@ struct REPORTBASE_EXPORT Operation {
     /// Elements the last skip of an unknown element left open, for the content loop that
     /// called it; -1 when none ran.
     qint64 openAfterSkip = -1;
+    /// Whole XML documents go through QXmlStreamReader alone (tests compare the two readers).
+    bool streamReaderOnly = false;
 
     /// The calling thread's.
     static Operation& OfThread() noexcept;

@@ -24,8 +24,6 @@ qint64& OpenAfterSkip() noexcept
     return Operation::OfThread().openAfterSkip;
 }
 
-thread_local bool streamReaderOnly = false;
-
 ReadTap::Token Passing(const QXmlStreamReader& reader)
 {
     ReadTap::Token token;
@@ -274,12 +272,12 @@ template <class Reader> void SkipElement(Reader& reader)
 
 void SetXmlStreamReaderOnly(bool only)
 {
-    streamReaderOnly = only;
+    Operation::OfThread().streamReaderOnly = only;
 }
 
 bool XmlStreamReaderOnly()
 {
-    return streamReaderOnly;
+    return Operation::OfThread().streamReaderOnly;
 }
 
 bool IRGObject::SetXmlString(const QString& xml, bool reset)
@@ -303,7 +301,7 @@ bool IRGObject::ReadXmlText(const QString& xml, bool reset, TokenReading reading
     ReadTap* const tap = ReadTap::Current();
     // The document is tokenized whole first; where the tokenizer is not sure of it,
     // QXmlStreamReader reads it from the start, and every message is its own.
-    if (reading && !streamReaderOnly && WellFormedUtf16(xml)) {
+    if (reading && !Operation::OfThread().streamReaderOnly && WellFormedUtf16(xml)) {
         const QByteArray bytes = xml.toUtf8();
         XmlTokens tokens;
         if (tokens.Tokenize(bytes, XmlTokens::Source::String)) {
@@ -324,7 +322,7 @@ bool IRGObject::ReadXmlFile(QFile* file, TokenReading reading)
     if (!OpenForReading(file))
         return false;
     ReadTap* const tap = ReadTap::Current();
-    if (reading && !streamReaderOnly && !file->isSequential()) {
+    if (reading && !Operation::OfThread().streamReaderOnly && !file->isSequential()) {
         const qint64 start = file->pos();
         const QByteArray bytes = file->readAll();
         XmlTokens tokens;

@@ -27,6 +27,17 @@ struct KVT317XML_EXPORT FindingPlace {
     bool Known() const { return line > 0; }
     /// The place of a byte offset in a binary frame.
     static FindingPlace Binary(qint64 offset) { return {offset, 1, static_cast<int>(offset + 1)}; }
+    /// The place of a reading position: line and column where the reading counted lines, the
+    /// byte offset where it did not.
+    static FindingPlace Of(const ReadPosition& position)
+    {
+        if (position.line > 0)
+            return {position.offset, static_cast<int>(position.line),
+                    static_cast<int>(position.column)};
+        if (position.offset >= 0)
+            return Binary(position.offset);
+        return FindingPlace();
+    }
 };
 
 /// How grave a finding is. A note is not a fault: it says what writing leaves behind that is

@@ -11,17 +11,6 @@ namespace KVT317XML {
 using REPORTGENERATOR::LogLevel;
 
 namespace {
-
-FindingPlace PlaceOf(const ReadPosition& position)
-{
-    if (position.line > 0)
-        return {position.offset, static_cast<int>(position.line),
-                static_cast<int>(position.column)};
-    if (position.offset >= 0)
-        return FindingPlace::Binary(position.offset);
-    return FindingPlace();
-}
-
 // A document fault of XML says where in its text; placed, it need say so no more.
 QString Unplaced(const QString& message)
 {
@@ -63,7 +52,7 @@ FindingCollector::FindingCollector(DocumentFindingList& into, DocumentFindingLis
 void FindingCollector::Found(const ReadFinding& finding)
 {
     DocumentFinding found;
-    found.where = PlaceOf(finding.position);
+    found.where = FindingPlace::Of(finding.position);
     found.record = finding.record ? finding.record : baseRecord;
     found.path = base + finding.path;
     found.bit = finding.member ? finding.member->bit : -1;

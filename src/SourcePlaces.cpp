@@ -32,16 +32,6 @@ QString Key(const ReadPath& path, int bit)
     return text + QString::number(bit);
 }
 
-FindingPlace FromPosition(const ReadPosition& position)
-{
-    if (position.line > 0)
-        return {position.offset, static_cast<int>(position.line),
-                static_cast<int>(position.column)};
-    if (position.offset >= 0)
-        return FindingPlace::Binary(position.offset);
-    return FindingPlace();
-}
-
 } // namespace
 
 struct SourcePlaces::Private {
@@ -181,7 +171,7 @@ void SourcePlaces::Add(const ReadPath& path, const ReadEntry& entry)
         d.reset(new Private);
     const QString key = Key(path, entry.member ? entry.member->bit : -1);
     if (!d->entries.contains(key))
-        d->entries.insert(key, FromPosition(entry.position));
+        d->entries.insert(key, FindingPlace::Of(entry.position));
 }
 
 FindingPlace SourcePlaces::Record(const ReadPath& path) const
