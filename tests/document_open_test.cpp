@@ -9,10 +9,13 @@
 #include <OpenDocument.h>
 
 #include <QBuffer>
+#include <QFile>
+#include <QTemporaryDir>
 
 #include <gtest/gtest.h>
 
 using namespace KVT317XML;
+using REPORTGENERATOR::TextEncoding;
 
 namespace {
 
@@ -119,6 +122,51 @@ TEST(OpenDocument, XmlFromBytesHasTheCheckPlacedAndLabelled)
     EXPECT_EQ(FindingLines(document->label, document->findings), DamagedLines);
     EXPECT_EQ(document->findings.Errors(), 4);
     EXPECT_EQ(document->findings.Warnings(), 3);
+}
+
+// A UTF-16 file, with or without its byte-order mark, is detected as XML in UTF-16 and
+// placed as its UTF-8 twin, from bytes and from a file.
+TEST(OpenDocument, Utf16XmlIsDetectedAndPlacedLikeUtf8)
+{
+    const QString text =
+        QString::fromUtf8(Damaged).replace(QStringLiteral("UTF-8"), QStringLiteral("UTF-16"));
+    struct Case {
+        const char* name;
+        bool little, mark;
+        TextEncoding encoding;
+    };
+    for (const Case& form :
+         {Case{"LE with mark", true, true, TextEncoding::Utf16LittleEndian},
+          Case{"BE with mark", false, true, TextEncoding::Utf16BigEndian},
+          Case{"LE without mark", true, false, TextEncoding::Utf16LittleEndian}}) {
+        SCOPED_TRACE(form.name);
+        // Written out byte by byte here, never by the library.
+        QByteArray bytes;
+        if (form.mark)
+            bytes += form.little ? QByteArray("\xFF\xFE", 2) : QByteArray("\xFE\xFF", 2);
+        for (const QChar c : text) {
+            const char low = char(c.unicode() & 0xFF), high = char(c.unicode() >> 8);
+            bytes.append(form.little ? low : high);
+            bytes.append(form.little ? high : low);
+        }
+        const auto fromBytes = OpenSettingsBytes(bytes, QStringLiteral("damaged.xml"));
+        ASSERT_TRUE(fromBytes->loaded);
+        EXPECT_EQ(fromBytes->form, DocumentForm::Xml);
+        EXPECT_EQ(fromBytes->detected.encoding, form.encoding);
+        EXPECT_EQ(fromBytes->detected.byteOrderMark, form.mark);
+        EXPECT_EQ(FindingLines(fromBytes->label, fromBytes->findings), DamagedLines);
+
+        QTemporaryDir dir;
+        const QString path = dir.filePath(QStringLiteral("damaged.xml"));
+        QFile file(path);
+        ASSERT_TRUE(file.open(QIODevice::WriteOnly));
+        ASSERT_EQ(file.write(bytes), bytes.size());
+        file.close();
+        const auto fromFile = OpenSettingsDocument(path);
+        ASSERT_TRUE(fromFile->loaded);
+        EXPECT_EQ(fromFile->detected.encoding, form.encoding);
+        EXPECT_EQ(FindingLines(QStringLiteral("damaged.xml"), fromFile->findings), DamagedLines);
+    }
 }
 
 // Lines end as XML reads them: CR LF, or a CR alone.
