@@ -22,7 +22,7 @@ public:
     /// gives a null QDateTime.
     static QDateTime ToDateTime(const QString& text);
 
-    /// @internal What ToDateTime(QString::fromUtf8(utf8, size)) gives, without the string:
+    /// What ToDateTime(QString::fromUtf8(utf8, size)) gives, without the string:
     /// every character of the form is ASCII, so any other byte refuses the text.
     static QDateTime ToDateTime(const char* utf8, qsizetype size);
 };
