@@ -107,6 +107,28 @@ int NameIndex(const QStringList& names, const BinaryText& bytes)
     return -1;
 }
 
+// A sign and at most nine digits, which QString::toInt reads without fail and no int
+// overflows; anything else (blanks, more digits, other characters) is left to it.
+bool PlainInt(const BinaryText& bytes, int& value)
+{
+    const char* p = bytes.data;
+    const char* const end = p + bytes.size;
+    const bool negative = p != end && *p == '-';
+    if (p != end && (*p == '-' || *p == '+'))
+        ++p;
+    if (p == end || end - p > 9)
+        return false;
+    int v = 0;
+    for (; p != end; ++p) {
+        const unsigned digit = static_cast<unsigned char>(*p) - unsigned('0');
+        if (digit > 9)
+            return false;
+        v = v * 10 + static_cast<int>(digit);
+    }
+    value = negative ? -v : v;
+    return true;
+}
+
 } // namespace
 
 void Record::SetBinary(QDataStream& stream, int length)
@@ -139,6 +161,13 @@ bool Record::AssignFromBytes(const MemberRow& row, const BinaryText& bytes)
 {
     const MemberDescription& member = row.description;
     switch (member.kind) {
+    case MemberKind::Integer: {
+        int value = 0;
+        if (!PlainInt(bytes, value))
+            return false;
+        Assign<int>(member.bit, value);
+        return true;
+    }
     case MemberKind::Double:
         Assign<double>(member.bit,
                        REPORTGENERATOR::Numbers::ToDouble(bytes.data, bytes.size, nullptr));

@@ -1,6 +1,7 @@
 // The XML form: a record is one element named after it, with attribute members, text
 // elements for the other members and child records' own elements.
 
+#include "BinaryInput.h"
 #include "ReadContext.h"
 #include "RecordStorage.h"
 #include "RecordText.h"
@@ -219,6 +220,14 @@ struct RecordXmlReading {
         return count;
     }
 
+    // A member element's text where it is one piece or none and nothing listens to the
+    // tokens passed over: the reader moves to its end element. Only the tokenizer has bytes.
+    static bool PlainText(QXmlStreamReader&, std::string_view&) { return false; }
+    static bool PlainText(Cursor& reader, std::string_view& text)
+    {
+        return !REPORTGENERATOR::ReadTap::Current() && reader.PlainElement(text);
+    }
+
     template <class Reader> static void Element(Record& record, Reader& reader);
     template <class Reader> static void Member(Record& record, Reader& reader);
     static void Root(REPORTGENERATOR::IRGObject& record, Cursor& reader)
@@ -302,6 +311,18 @@ template <class Reader> void RecordXmlReading::Member(Record& record, Reader& re
         } else {
             if (context)
                 context->MemberGiven(member, at);
+            // Unobserved, a number, date-time or name is set from the token's bytes, as the
+            // binary reader sets it: no text is made unless the member keeps one.
+            std::string_view bytes;
+            if (!context && PlainText(reader, bytes)) {
+                if (!bytes.empty() &&
+                    record.AssignFromBytes(
+                        row, BinaryText{bytes.data(), static_cast<qsizetype>(bytes.size()), false}))
+                    return;
+                record.AssignFromText(
+                    bit, NonNull(bytes.data() ? REPORTGENERATOR::ToQString(bytes) : QString()));
+                return;
+            }
             const QString text = NonNull(record.GetTextValue(reader));
             if (context)
                 context->Entry(member, at, 0, -1, text);
