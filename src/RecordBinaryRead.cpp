@@ -17,6 +17,7 @@
 
 #include <algorithm>
 #include <limits>
+#include <utility>
 
 using REPORTGENERATOR::BinaryParsingException;
 using REPORTGENERATOR::LogLevel;
@@ -160,31 +161,38 @@ void Record::SetBinary(QDataStream& stream, int length)
 bool Record::AssignFromBytes(const MemberRow& row, const BinaryText& bytes)
 {
     const MemberDescription& member = row.description;
+    // What Assign() does for a member held in the block, taking the block once.
+    const auto store = [&](auto value) {
+        StorageBlock& block = MutableStorage();
+        At<decltype(value)>(SlotOf(block, row), 0) = std::move(value);
+        block.isSet |= Flag(member.bit);
+    };
     switch (member.kind) {
     case MemberKind::Integer: {
         int value = 0;
         if (!PlainInt(bytes, value))
             return false;
-        Assign<int>(member.bit, value);
+        store(value);
         return true;
     }
     case MemberKind::Double:
-        Assign<double>(member.bit,
-                       REPORTGENERATOR::Numbers::ToDouble(bytes.data, bytes.size, nullptr));
+        store(REPORTGENERATOR::Numbers::ToDouble(bytes.data, bytes.size, nullptr));
         return true;
     case MemberKind::Float:
-        Assign<float>(member.bit,
-                      REPORTGENERATOR::Numbers::ToFloat(bytes.data, bytes.size, nullptr));
+        store(REPORTGENERATOR::Numbers::ToFloat(bytes.data, bytes.size, nullptr));
         return true;
     case MemberKind::DateTime:
-        Assign<QDateTime>(member.bit,
-                          REPORTGENERATOR::Converters::ToDateTime(bytes.data, bytes.size));
+        store(REPORTGENERATOR::Converters::ToDateTime(bytes.data, bytes.size));
         return true;
     case MemberKind::Enumeration: {
+        // A name in the table is a valid value: AssignEnum() would report nothing.
         const int index = NameIndex(member.enumeration->names, bytes);
         if (index < 0)
             return false;
-        AssignEnum(member.bit, index);
+        InitData();
+        StorageBlock& block = MutableStorage();
+        SetEnumAt(&block, row.valueOffset, index);
+        block.isSet |= Flag(member.bit);
         return true;
     }
     default:
@@ -248,7 +256,10 @@ template <class Input> void Record::ReadFrame(Input& input, int length)
                                         .arg(kept),
                                     QString::number(value));
             }
-            Assign<int>(bit, kept);
+            // Assign<int>(), taking the block once.
+            StorageBlock& block = MutableStorage();
+            At<int>(SlotOf(block, row), 0) = kept;
+            block.isSet |= Flag(bit);
         } else if (row.asRecord) {
             if (context)
                 context->Entry(*member, at, static_cast<quint32>(tag), payload, QString());
