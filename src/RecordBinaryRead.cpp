@@ -130,6 +130,42 @@ bool PlainInt(const BinaryText& bytes, int& value)
     return true;
 }
 
+bool Ascii(const BinaryText& bytes)
+{
+    unsigned char high = 0;
+    for (qsizetype i = 0; i < bytes.size; ++i)
+        high |= static_cast<unsigned char>(bytes.data[i]);
+    return high < 0x80;
+}
+
+// A text payload as a QString: null, empty, or its UTF-8 (ASCII converts for less as
+// Latin-1, to the same text).
+QString TextOf(const BinaryText& bytes)
+{
+    if (bytes.null)
+        return QString();
+    if (bytes.size == 0)
+        return QStringLiteral("");
+    return Ascii(bytes) ? QString::fromLatin1(bytes.data, bytes.size)
+                        : QString::fromUtf8(bytes.data, bytes.size);
+}
+
+// QString::number(value), its digits made here.
+QString DecimalText(qint64 value)
+{
+    char digits[24];
+    char* const end = digits + sizeof digits;
+    char* p = end;
+    quint64 magnitude = value < 0 ? 0 - static_cast<quint64>(value) : static_cast<quint64>(value);
+    do {
+        *--p = static_cast<char>('0' + magnitude % 10);
+        magnitude /= 10;
+    } while (magnitude != 0);
+    if (value < 0)
+        *--p = '-';
+    return QString::fromLatin1(p, static_cast<qsizetype>(end - p));
+}
+
 } // namespace
 
 void Record::SetBinary(QDataStream& stream, int length)
@@ -246,7 +282,7 @@ template <class Input> void Record::ReadFrame(Input& input, int length)
             if (context) {
                 if (context->WantsEntries())
                     context->Entry(*member, at, static_cast<quint32>(tag), payload,
-                                   QString::number(value));
+                                   DecimalText(value));
                 if (kept != value)
                     context->Report(LogLevel::Error, FindingKind::WholeNumberBeyond32Bits, member,
                                     at,
@@ -277,13 +313,11 @@ template <class Input> void Record::ReadFrame(Input& input, int length)
             const BinaryText bytes = input.Text();
             if (!context && AssignFromBytes(row, bytes))
                 continue;
-            QString text;
-            if (!bytes.null)
-                text = bytes.size == 0 ? QStringLiteral("")
-                                       : QString::fromUtf8(bytes.data, bytes.size);
+            const QString text = TextOf(bytes);
             if (context)
+                // ASCII is valid UTF-8: its bytes are not needed.
                 ObserveText(*context, *member, at, static_cast<quint32>(tag), payload,
-                            bytes.Array(), text);
+                            Ascii(bytes) ? QByteArray() : bytes.Array(), text);
             AssignFromText(bit, text);
         }
     }
@@ -306,7 +340,7 @@ void Record::ReadList(const MemberRow& row, Input& input, int payload, qint64& r
     const qint32 count = input.Int32();
     if (context)
         context->Entry(row.description, input.Position(*context, 12), row.description.tag, payload,
-                       QString::number(count));
+                       DecimalText(count));
     if (count <= 0 || !input.Ok())
         return;
     // Every item takes at least its 4-byte length: never reserve for more items than the
