@@ -408,10 +408,21 @@ QString IRGObject::GetTextValue(QXmlStreamReader& reader)
 
 QString IRGObject::GetTextValue(XmlTokenCursor& reader)
 {
-    // Most member elements hold one piece of text; nothing listens to what is passed over.
+    // Most member elements hold one piece of text. A tap is told of each step, as the loop
+    // of TextValue() tells it; it passes over nothing here.
     std::string_view text;
-    if (!ReadTap::Current() && reader.PlainElement(text))
-        return text.data() ? ToQString(text) : QString();
+    ReadTap* const tap = ReadTap::Current();
+    if (!tap) {
+        if (reader.PlainElement(text))
+            return text.data() ? ToQString(text) : QString();
+    } else if (reader.IsPlainElement()) {
+        tap->ReadNext(reader);
+        if (!reader.isCharacters())
+            return QString();
+        text = reader.text();
+        tap->ReadNext(reader);
+        return ToQString(text);
+    }
     return TextValue(reader);
 }
 

@@ -97,7 +97,7 @@ public:
     /// element and gives the text (null for nothing). Otherwise false, and stays.
     bool PlainElement(std::string_view& text)
     {
-        if (!isStartElement() || m_index + 1 >= m_size)
+        if (!IsPlainElement())
             return false;
         const XmlToken& next = m_begin[m_index + 1];
         if (next.Type() == QXmlStreamReader::EndElement) {
@@ -105,12 +105,20 @@ public:
             m_index += 1;
             return true;
         }
-        if (next.Type() != QXmlStreamReader::Characters || m_index + 2 >= m_size ||
-            m_begin[m_index + 2].Type() != QXmlStreamReader::EndElement)
-            return false;
         text = m_tokens.Text(next);
         m_index += 2;
         return true;
+    }
+    /// Whether the reader stands on a start element whose content is one piece of text or
+    /// nothing; it stays.
+    bool IsPlainElement() const
+    {
+        if (!isStartElement() || m_index + 1 >= m_size)
+            return false;
+        const QXmlStreamReader::TokenType next = m_begin[m_index + 1].Type();
+        return next == QXmlStreamReader::EndElement ||
+               (next == QXmlStreamReader::Characters && m_index + 2 < m_size &&
+                m_begin[m_index + 2].Type() == QXmlStreamReader::EndElement);
     }
 
     /// Where a reading loop of @p hintOwner found the last element: where it looks first next

@@ -153,9 +153,36 @@ QString DidYouMean(const QString& name, const QStringList& candidates)
     return closest.isNull() ? QString() : QStringLiteral("; did you mean '%1'?").arg(closest);
 }
 
+namespace {
+
+// Whether any quoted value of the start tag at offset holds a tab or line break: most hold
+// none, and then no attribute's value needs to be found.
+bool AnyBreakInValues(QStringView source, qint64 offset)
+{
+    const char16_t* const text = source.utf16();
+    const qsizetype size = source.size();
+    qsizetype i = offset + 1;
+    while (i < size && text[i] != u'>') {
+        const char16_t quote = text[i];
+        if (quote != u'"' && quote != u'\'') {
+            ++i;
+            continue;
+        }
+        for (++i; i < size && text[i] != quote; ++i)
+            if (text[i] == u'\t' || text[i] == u'\n' || text[i] == u'\r')
+                return true;
+        ++i;
+    }
+    return false;
+}
+
+} // namespace
+
 bool NormalisedInSource(QStringView source, qint64 offset, const QString& attribute)
 {
     if (offset < 0 || offset >= source.size())
+        return false;
+    if (!AnyBreakInValues(source, offset))
         return false;
     // A start tag holds no '>' outside attribute values, and values are quoted.
     qsizetype i = offset + 1;
