@@ -314,10 +314,14 @@ template <class Input> void Record::ReadFrame(Input& input, int length)
             if (!context && AssignFromBytes(row, bytes))
                 continue;
             const QString text = TextOf(bytes);
-            if (context)
+            if (context) {
                 // ASCII is valid UTF-8: its bytes are not needed.
                 ObserveText(*context, *member, at, static_cast<quint32>(tag), payload,
                             Ascii(bytes) ? QByteArray() : bytes.Array(), text);
+                // A name in the table reads without a finding; it is set from its bytes.
+                if (member->kind == MemberKind::Enumeration && AssignFromBytes(row, bytes))
+                    continue;
+            }
             AssignFromText(bit, text);
         }
     }

@@ -20,6 +20,13 @@ namespace KVT317XML {
 
 namespace {
 
+// Kinds whose setting from bytes, where it succeeds, is a reading the text's conversion
+// would say nothing about: a plain whole number, a name in the table.
+bool SilentFromBytes(const MemberDescription& member)
+{
+    return member.kind == MemberKind::Integer || member.kind == MemberKind::Enumeration;
+}
+
 // XML texts are never null: an empty element or attribute is an empty text.
 QString NonNull(const QString& text)
 {
@@ -220,12 +227,24 @@ struct RecordXmlReading {
         return count;
     }
 
-    // A member element's text where it is one piece or none and nothing listens to the
-    // tokens passed over: the reader moves to its end element. Only the tokenizer has bytes.
+    // A member element's text where it is one piece or none: the reader moves to its end
+    // element, telling a tap of each step as GetTextValue() does. Only the tokenizer has
+    // bytes.
     static bool PlainText(QXmlStreamReader&, std::string_view&) { return false; }
     static bool PlainText(Cursor& reader, std::string_view& text)
     {
-        return !REPORTGENERATOR::ReadTap::Current() && reader.PlainElement(text);
+        REPORTGENERATOR::ReadTap* const tap = REPORTGENERATOR::ReadTap::Current();
+        if (!tap)
+            return reader.PlainElement(text);
+        if (!reader.IsPlainElement())
+            return false;
+        tap->ReadNext(reader);
+        text = std::string_view();
+        if (reader.isCharacters()) {
+            text = reader.text();
+            tap->ReadNext(reader);
+        }
+        return true;
     }
 
     template <class Reader> static void Element(Record& record, Reader& reader);
@@ -311,16 +330,25 @@ template <class Reader> void RecordXmlReading::Member(Record& record, Reader& re
         } else {
             if (context)
                 context->MemberGiven(member, at);
-            // Unobserved, a number, date-time or name is set from the token's bytes, as the
-            // binary reader sets it: no text is made unless the member keeps one.
+            // A number, date-time or name is set from the token's bytes, as the binary reader
+            // sets it: unobserved, no text is made unless the member keeps one; observed, a
+            // whole number or name that reads without a finding skips its second reading.
             std::string_view bytes;
-            if (!context && PlainText(reader, bytes)) {
-                if (!bytes.empty() &&
-                    record.AssignFromBytes(
-                        row, BinaryText{bytes.data(), static_cast<qsizetype>(bytes.size()), false}))
+            if (PlainText(reader, bytes)) {
+                const BinaryText given{bytes.data(), static_cast<qsizetype>(bytes.size()), false};
+                if (!context) {
+                    if (!bytes.empty() && record.AssignFromBytes(row, given))
+                        return;
+                    record.AssignFromText(
+                        bit, NonNull(bytes.data() ? REPORTGENERATOR::ToQString(bytes) : QString()));
                     return;
-                record.AssignFromText(
-                    bit, NonNull(bytes.data() ? REPORTGENERATOR::ToQString(bytes) : QString()));
+                }
+                const QString text =
+                    NonNull(bytes.data() ? REPORTGENERATOR::ToQString(bytes) : QString());
+                context->Entry(member, at, 0, -1, text);
+                if (!bytes.empty() && SilentFromBytes(member) && record.AssignFromBytes(row, given))
+                    return;
+                record.AssignFromText(bit, text);
                 return;
             }
             const QString text = NonNull(record.GetTextValue(reader));
