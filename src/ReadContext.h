@@ -105,6 +105,7 @@ public:
     // Attributes of the record's start element that are no attribute members, and values
     // that XML normalises.
     void Attributes(const QXmlStreamAttributes& attributes, const ReadPosition& at);
+    void Attributes(const REPORTGENERATOR::XmlTokenCursor& reader, const ReadPosition& at);
     // An element of no member of the innermost record.
     void UnknownElement(const QString& name, const ReadPosition& at);
 
@@ -119,6 +120,9 @@ public:
     void Passed(const Token& token, Passage passage, const Position& where) override;
 
 private:
+    template <class Names, class Values>
+    void AttributesAt(int count, const Names& nameOf, const Values& valueOf,
+                      const ReadPosition& at);
     static ReadContext* CurrentOfThread() noexcept;
     static std::atomic<int> observing; // contexts alive on any thread
 

@@ -8,6 +8,7 @@
 #include <Operation.h>
 #include <RGException.h>
 #include <XmlText.h>
+#include <XmlTokenCursor.h>
 
 #include <QIODevice>
 #include <QXmlStreamAttributes>
@@ -356,18 +357,43 @@ void ReadContext::Report(const MemberDescription& member, const read::TextFindin
 
 void ReadContext::Attributes(const QXmlStreamAttributes& attributes, const ReadPosition& at)
 {
+    AttributesAt(
+        static_cast<int>(attributes.size()),
+        [&](int i) { return attributes.at(i).qualifiedName().toString(); },
+        [&](int i) { return attributes.at(i).value().toString(); }, at);
+}
+
+// The tokenizer's attributes, without making them a QXmlStreamAttributes: the same names and
+// values.
+void ReadContext::Attributes(const REPORTGENERATOR::XmlTokenCursor& reader, const ReadPosition& at)
+{
+    AttributesAt(
+        static_cast<int>(reader.AttributeCount()),
+        [&](int i) { return REPORTGENERATOR::ToQString(reader.AttributeName(std::uint32_t(i))); },
+        [&](int i) { return REPORTGENERATOR::ToQString(reader.AttributeValue(std::uint32_t(i))); },
+        at);
+}
+
+template <class Names, class Values>
+void ReadContext::AttributesAt(int count, const Names& nameOf, const Values& valueOf,
+                               const ReadPosition& at)
+{
+    if (count == 0)
+        return;
     const RecordDescription& record = *Innermost();
     const QStringView source = Source();
-    for (const QXmlStreamAttribute& attribute : attributes) {
-        const QString name = attribute.qualifiedName().toString();
+    // One look at the start tag tells whether any value can have been normalised.
+    const bool breaks = !source.isEmpty() && read::AnyBreakInStartTag(source, at.offset);
+    for (int i = 0; i < count; ++i) {
+        const QString name = nameOf(i);
         const MemberDescription* member = record.FindName(name);
         if (member && member->attribute) {
-            if (!source.isEmpty() && read::NormalisedInSource(source, at.offset, name))
+            if (breaks && read::NormalisedInSource(source, at.offset, name))
                 Report(LogLevel::Warning, FindingKind::NormalisedAttribute, member, at,
                        QStringLiteral("%1: a tab or line break in the attribute's value is read "
                                       "as a blank")
                            .arg(name),
-                       attribute.value().toString());
+                       valueOf(i));
             continue;
         }
         if (name.startsWith(QLatin1String("xmlns")))

@@ -153,12 +153,11 @@ QString DidYouMean(const QString& name, const QStringList& candidates)
     return closest.isNull() ? QString() : QStringLiteral("; did you mean '%1'?").arg(closest);
 }
 
-namespace {
-
-// Whether any quoted value of the start tag at offset holds a tab or line break: most hold
-// none, and then no attribute's value needs to be found.
-bool AnyBreakInValues(QStringView source, qint64 offset)
+// Most start tags hold none, and then no attribute's value needs to be found.
+bool AnyBreakInStartTag(QStringView source, qint64 offset)
 {
+    if (offset < 0 || offset >= source.size())
+        return false;
     const char16_t* const text = source.utf16();
     const qsizetype size = source.size();
     qsizetype i = offset + 1;
@@ -176,13 +175,11 @@ bool AnyBreakInValues(QStringView source, qint64 offset)
     return false;
 }
 
-} // namespace
-
 bool NormalisedInSource(QStringView source, qint64 offset, const QString& attribute)
 {
     if (offset < 0 || offset >= source.size())
         return false;
-    if (!AnyBreakInValues(source, offset))
+    if (!AnyBreakInStartTag(source, offset))
         return false;
     // A start tag holds no '>' outside attribute values, and values are quoted.
     qsizetype i = offset + 1;

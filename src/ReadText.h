@@ -33,6 +33,9 @@ QString DidYouMean(const QString& name, const QStringList& candidates);
 // Whether the start tag at `offset` of an XML text gives the attribute a literal tab, line
 // feed or carriage return, which XML reads as a blank.
 bool NormalisedInSource(QStringView source, qint64 offset, const QString& attribute);
+// Whether any attribute value of that start tag holds one: where none does, no attribute
+// of it is normalised.
+bool AnyBreakInStartTag(QStringView source, qint64 offset);
 
 // The offset of the first byte that is not part of valid UTF-8, or -1.
 int InvalidUtf8(const QByteArray& bytes);

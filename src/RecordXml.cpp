@@ -140,7 +140,10 @@ struct RecordXmlReading {
         {
         }
         bool Empty() const { return m_all.isEmpty(); }
-        const QXmlStreamAttributes& All() const { return m_all; }
+        void Tell(ReadContext& context, const ReadPosition& at) const
+        {
+            context.Attributes(m_all, at);
+        }
         bool Find(const QString& name, QString& text) const
         {
             if (!m_all.hasAttribute(name))
@@ -160,7 +163,10 @@ struct RecordXmlReading {
         {
         }
         bool Empty() const { return m_reader.AttributeCount() == 0; }
-        QXmlStreamAttributes All() const { return m_reader.attributes(); }
+        void Tell(ReadContext& context, const ReadPosition& at) const
+        {
+            context.Attributes(m_reader, at);
+        }
         bool Find(const QString& name, QString& text) const
         {
             for (std::uint32_t i = 0; i < m_reader.AttributeCount(); ++i)
@@ -265,7 +271,7 @@ template <class Reader> void RecordXmlReading::Element(Record& record, Reader& r
     if (context) {
         at = context->XmlPosition(reader);
         context->RecordStart(at, 0, -1);
-        context->Attributes(attributes.All(), at);
+        attributes.Tell(*context, at);
     }
     if (!attributes.Empty()) {
         QString text;
