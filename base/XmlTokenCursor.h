@@ -83,6 +83,12 @@ public:
     }
     std::string_view AttributeName(std::uint32_t i) const { return m_tokens.Name(Attribute(i)); }
     std::string_view AttributeValue(std::uint32_t i) const { return m_tokens.Value(Attribute(i)); }
+    /// Whether the value differs from its bytes in the document: references replaced, tabs
+    /// and line breaks read as blanks.
+    bool AttributeValueDecoded(std::uint32_t i) const
+    {
+        return (Attribute(i).value & XmlTokens::Decoded) != 0;
+    }
     /// As QXmlStreamReader::attributes(), for the few who want them all.
     QXmlStreamAttributes attributes() const
     {

@@ -121,7 +121,7 @@ public:
 
 private:
     template <class Names, class Values>
-    void AttributesAt(int count, const Names& nameOf, const Values& valueOf,
+    void AttributesAt(int count, const Names& nameOf, const Values& valueOf, bool mayBreak,
                       const ReadPosition& at);
     static ReadContext* CurrentOfThread() noexcept;
     static std::atomic<int> observing; // contexts alive on any thread

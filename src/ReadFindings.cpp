@@ -360,22 +360,26 @@ void ReadContext::Attributes(const QXmlStreamAttributes& attributes, const ReadP
     AttributesAt(
         static_cast<int>(attributes.size()),
         [&](int i) { return attributes.at(i).qualifiedName().toString(); },
-        [&](int i) { return attributes.at(i).value().toString(); }, at);
+        [&](int i) { return attributes.at(i).value().toString(); }, true, at);
 }
 
 // The tokenizer's attributes, without making them a QXmlStreamAttributes: the same names and
-// values.
+// values. A tab or line break in a value has it decoded: where none is, none holds one.
 void ReadContext::Attributes(const REPORTGENERATOR::XmlTokenCursor& reader, const ReadPosition& at)
 {
+    const std::uint32_t count = reader.AttributeCount();
+    bool decoded = false;
+    for (std::uint32_t i = 0; i < count; ++i)
+        decoded = decoded || reader.AttributeValueDecoded(i);
     AttributesAt(
-        static_cast<int>(reader.AttributeCount()),
+        static_cast<int>(count),
         [&](int i) { return REPORTGENERATOR::ToQString(reader.AttributeName(std::uint32_t(i))); },
         [&](int i) { return REPORTGENERATOR::ToQString(reader.AttributeValue(std::uint32_t(i))); },
-        at);
+        decoded, at);
 }
 
 template <class Names, class Values>
-void ReadContext::AttributesAt(int count, const Names& nameOf, const Values& valueOf,
+void ReadContext::AttributesAt(int count, const Names& nameOf, const Values& valueOf, bool mayBreak,
                                const ReadPosition& at)
 {
     if (count == 0)
@@ -383,7 +387,8 @@ void ReadContext::AttributesAt(int count, const Names& nameOf, const Values& val
     const RecordDescription& record = *Innermost();
     const QStringView source = Source();
     // One look at the start tag tells whether any value can have been normalised.
-    const bool breaks = !source.isEmpty() && read::AnyBreakInStartTag(source, at.offset);
+    const bool breaks =
+        mayBreak && !source.isEmpty() && read::AnyBreakInStartTag(source, at.offset);
     for (int i = 0; i < count; ++i) {
         const QString name = nameOf(i);
         const MemberDescription* member = record.FindName(name);
