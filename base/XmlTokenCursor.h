@@ -8,6 +8,8 @@
 #include <QString>
 #include <QXmlStreamReader>
 
+#include <cstdint>
+#include <cstring>
 #include <string_view>
 
 namespace REPORTGENERATOR {
@@ -165,11 +167,20 @@ inline bool SameName(QStringView read, const QString& name)
 /// converts for less as Latin-1.
 inline QString ToQString(std::string_view text)
 {
-    unsigned high = 0;
-    for (const char c : text)
-        high |= static_cast<unsigned char>(c);
-    if (high < 0x80)
-        return QString::fromLatin1(text.data(), static_cast<int>(text.size()));
+    // Eight bytes at a time: a high bit in any of them is a byte beyond ASCII.
+    const char* const data = text.data();
+    const std::size_t size = text.size();
+    std::uint64_t high = 0;
+    std::size_t i = 0;
+    for (; i + 8 <= size; i += 8) {
+        std::uint64_t word;
+        std::memcpy(&word, data + i, 8);
+        high |= word;
+    }
+    for (; i < size; ++i)
+        high |= static_cast<unsigned char>(data[i]);
+    if ((high & 0x8080808080808080u) == 0)
+        return QString::fromLatin1(data, static_cast<int>(size));
     return XmlTokens::ToString(text);
 }
 inline QString ToQString(QStringView text)

@@ -32,6 +32,11 @@ QString NonNull(const QString& text)
 {
     return text.isNull() ? QStringLiteral("") : text;
 }
+// The same for a token's text (null data for none), made once.
+QString NonNullText(std::string_view bytes)
+{
+    return bytes.data() ? REPORTGENERATOR::ToQString(bytes) : QStringLiteral("");
+}
 
 } // namespace
 
@@ -345,12 +350,10 @@ template <class Reader> void RecordXmlReading::Member(Record& record, Reader& re
                 if (!context) {
                     if (!bytes.empty() && record.AssignFromBytes(row, given))
                         return;
-                    record.AssignFromText(
-                        bit, NonNull(bytes.data() ? REPORTGENERATOR::ToQString(bytes) : QString()));
+                    record.AssignFromText(bit, NonNullText(bytes));
                     return;
                 }
-                const QString text =
-                    NonNull(bytes.data() ? REPORTGENERATOR::ToQString(bytes) : QString());
+                const QString text = NonNullText(bytes);
                 context->Entry(member, at, 0, -1, text);
                 if (!bytes.empty() && SilentFromBytes(member) && record.AssignFromBytes(row, given))
                     return;
