@@ -12,6 +12,8 @@
 #include <QIODevice>
 #include <QtEndian>
 
+#include <Numbers.h>
+
 #include <cstring>
 
 namespace REPORTGENERATOR {
@@ -33,6 +35,29 @@ struct BinaryText {
         return size == 0 ? QByteArray("") : QByteArray(data, size);
     }
 };
+
+// A double or float whose text reads and is a plain decimal the member keeps: its
+// conversion would say nothing to an observer. Its value is handed to `store`; false, with
+// nothing stored, for any other member or text.
+template <class Store>
+bool KeptNumber(const MemberDescription& member, const BinaryText& bytes, Store&& store)
+{
+    const bool isDouble = member.kind == MemberKind::Double;
+    if ((!isDouble && member.kind != MemberKind::Float) || bytes.null ||
+        !read::PlainDecimalKept(std::string_view(bytes.data, std::size_t(bytes.size)), member))
+        return false;
+    bool read = false;
+    if (isDouble) {
+        const double value = REPORTGENERATOR::Numbers::ToDouble(bytes.data, bytes.size, &read);
+        if (read)
+            store(value);
+    } else {
+        const float value = REPORTGENERATOR::Numbers::ToFloat(bytes.data, bytes.size, &read);
+        if (read)
+            store(value);
+    }
+    return read;
+}
 
 class MemoryInput
 {

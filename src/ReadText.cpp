@@ -54,27 +54,34 @@ bool ExtraDecimals(const QString& text, int precision)
     return false;
 }
 
+template <class Char>
+bool PlainDecimalKeptIn(const Char* text, qsizetype size, const MemberDescription& member)
+{
+    const int exact = member.kind == MemberKind::Float ? 6 : 15;
+    int digits = 0;
+    int decimals = -1;
+    for (qsizetype i = 0; i < size; ++i) {
+        const auto c = static_cast<unsigned>(text[i]);
+        if (c >= '0' && c <= '9') {
+            ++digits;
+            if (decimals >= 0 && ++decimals > member.precision && c != '0')
+                return false;
+        } else if (c == '.' && decimals < 0) {
+            decimals = 0;
+        } else if (!((c == '-' || c == '+') && i == 0)) {
+            return false;
+        }
+    }
+    return digits > 0 && digits <= exact;
+}
+
 // Whether a plain decimal text ("-12.50") has no more decimals than the member keeps and
 // few enough digits that its written form reads back to the same value: what almost every
 // number text is, decided without writing it.
 bool PlainDecimalKept(const QString& text, const MemberDescription& member)
 {
-    const int exact = member.kind == MemberKind::Float ? 6 : 15;
-    int digits = 0;
-    int decimals = -1;
-    for (qsizetype i = 0; i < text.size(); ++i) {
-        const QChar c = text.at(i);
-        if (c >= u'0' && c <= u'9') {
-            ++digits;
-            if (decimals >= 0 && ++decimals > member.precision && c != u'0')
-                return false;
-        } else if (c == u'.' && decimals < 0) {
-            decimals = 0;
-        } else if (!((c == u'-' || c == u'+') && i == 0)) {
-            return false;
-        }
-    }
-    return digits > 0 && digits <= exact;
+    return PlainDecimalKeptIn(reinterpret_cast<const char16_t*>(text.constData()), text.size(),
+                              member);
 }
 
 TextFinding Lost(const MemberDescription& member, FindingKind kind, const QString& message)
@@ -93,6 +100,12 @@ TextFinding WholeNumberNotRead(const MemberDescription& member, const QString& t
                     QStringLiteral("'%1' does not fit in 32 bits (read as 0)").arg(text));
     return Lost(member, FindingKind::NumberNotRead,
                 QStringLiteral("'%1' is not a whole number (read as 0)").arg(text));
+}
+
+bool PlainDecimalKept(std::string_view text, const MemberDescription& member)
+{
+    return PlainDecimalKeptIn(reinterpret_cast<const unsigned char*>(text.data()),
+                              static_cast<qsizetype>(text.size()), member);
 }
 
 TextFinding NumberFinding(const MemberDescription& member, const QString& text, bool read,

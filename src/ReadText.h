@@ -9,6 +9,8 @@
 #include <QString>
 #include <QStringList>
 
+#include <string_view>
+
 namespace KVT317XML::read {
 
 struct TextFinding {
@@ -22,6 +24,9 @@ struct TextFinding {
 // did not read, an unknown name, a date-time that did not read; or, for numbers that did
 // read, NumberFinding() looks for decimals the member does not keep.
 TextFinding WholeNumberNotRead(const MemberDescription& member, const QString& text);
+// Whether the UTF-8 text is a plain decimal the member keeps as written: where it reads,
+// NumberFinding() finds nothing in it.
+bool PlainDecimalKept(std::string_view text, const MemberDescription& member);
 TextFinding NumberFinding(const MemberDescription& member, const QString& text, bool read,
                           double value);
 TextFinding UnknownName(const MemberDescription& member, const QString& text);

@@ -318,8 +318,11 @@ template <class Input> void Record::ReadFrame(Input& input, int length)
                 // ASCII is valid UTF-8: its bytes are not needed.
                 ObserveText(*context, *member, at, static_cast<quint32>(tag), payload,
                             Ascii(bytes) ? QByteArray() : bytes.Array(), text);
-                // A name in the table reads without a finding; it is set from its bytes.
-                if (member->kind == MemberKind::Enumeration && AssignFromBytes(row, bytes))
+                // A name in the table or a number kept as written reads without a finding;
+                // it is set from its bytes.
+                if ((member->kind == MemberKind::Enumeration && AssignFromBytes(row, bytes)) ||
+                    KeptNumber(*member, bytes,
+                               [&](auto value) { Assign<decltype(value)>(bit, value); }))
                     continue;
             }
             AssignFromText(bit, text);

@@ -355,7 +355,10 @@ template <class Reader> void RecordXmlReading::Member(Record& record, Reader& re
                 }
                 const QString text = NonNullText(bytes);
                 context->Entry(member, at, 0, -1, text);
-                if (!bytes.empty() && SilentFromBytes(member) && record.AssignFromBytes(row, given))
+                if (!bytes.empty() &&
+                    ((SilentFromBytes(member) && record.AssignFromBytes(row, given)) ||
+                     KeptNumber(member, given,
+                                [&](auto value) { record.Assign<decltype(value)>(bit, value); })))
                     return;
                 record.AssignFromText(bit, text);
                 return;
