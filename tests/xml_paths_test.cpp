@@ -14,6 +14,7 @@
 
 #include <gtest/gtest.h>
 
+#include <memory>
 #include <random>
 #include <vector>
 
@@ -251,4 +252,50 @@ TEST(XmlPaths, ARecordClassOfAUsersReadsThroughItsOwnCode)
     EXPECT_EQ(detail.MemberText(
                   detail.GetDescription().FindName(QStringLiteral("BlockAveragingTime"))->bit),
               QStringLiteral("7"));
+}
+
+// Whole numbers, numbers and names are set from the token's bytes where their text is plain;
+// every other text goes through its conversion. Both ways agree with QXmlStreamReader's.
+TEST(XmlPaths, AgreeOnNumberAndNameTextsAtTheEdgesOfTheirPlainForms)
+{
+    for (const char* text : {"+5",         "-0",         "007",        "999999999",
+                             "-999999999", "1000000000", "2147483648", "-2147483649",
+                             " 5",         "5 ",         "5.",         ".5",
+                             "+.5",        "-.25",       "1.125",      "12.345678901234567",
+                             "1e3",        "0x10",       "+",          "-",
+                             "",           "VERT",       "vert",       "VERT ",
+                             "\xD9\xA3"}) {
+        const QByteArray value(text);
+        const QByteArray document = "<KVT317SettingsDetail><AntennaPol>" + value +
+                                    "</AntennaPol><FrequencyRange><StartFrequency>" + value +
+                                    "</StartFrequency></FrequencyRange><Threshold>" + value +
+                                    "</Threshold><AttenuationHoldValue>" + value +
+                                    "</AttenuationHoldValue></KVT317SettingsDetail>";
+        ASSERT_TRUE(Tokenized(document)) << text;
+        ExpectSameEveryWay(document);
+    }
+}
+
+TEST(XmlPaths, PlainTextsReadTheirValuesObservedOrNot)
+{
+    const QString xml = QStringLiteral(
+        "<KVT317SettingsDetail><AntennaPol>HOR</AntennaPol><FrequencyRange>"
+        "<StartFrequency>-0.25</StartFrequency></FrequencyRange><Threshold>+5</Threshold>"
+        "<AttenuationHoldValue>+.5</AttenuationHoldValue></KVT317SettingsDetail>");
+    for (const bool observed : {false, true}) {
+        KVT317XML::KVT317SettingsDetail detail;
+        detail.SetLogger(nullptr);
+        KVT317XML::ReadFindings findings;
+        {
+            std::unique_ptr<KVT317XML::ObserveReading> observing;
+            if (observed)
+                observing = std::make_unique<KVT317XML::ObserveReading>(findings);
+            ASSERT_TRUE(detail.SetXmlString(xml, true));
+        }
+        EXPECT_EQ(detail.GetThreshold(), 5);
+        EXPECT_EQ(detail.GetAttenuationHoldValue(), 0.5f);
+        EXPECT_EQ(detail.GetFrequencyRange().GetStartFrequency(), -0.25);
+        EXPECT_EQ(detail.GetAntennaPol(), KVT317XML::KVT317SettingsDetail::AntennaPol_HOR);
+        EXPECT_TRUE(findings.Findings().empty());
+    }
 }
