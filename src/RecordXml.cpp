@@ -27,6 +27,13 @@ bool SilentFromBytes(const MemberDescription& member)
     return member.kind == MemberKind::Integer || member.kind == MemberKind::Enumeration;
 }
 
+// Whether a token's text is what QString::fromUtf8 makes of its bytes, which the setters
+// from bytes read: it is, but for a leading U+FEFF, which fromUtf8 drops and XML keeps.
+bool ReadsAsUtf8(std::string_view bytes)
+{
+    return !bytes.empty() && (bytes.size() < 3 || bytes.compare(0, 3, "\xEF\xBB\xBF") != 0);
+}
+
 // XML texts are never null: an empty element or attribute is an empty text.
 QString NonNull(const QString& text)
 {
@@ -348,14 +355,14 @@ template <class Reader> void RecordXmlReading::Member(Record& record, Reader& re
             if (PlainText(reader, bytes)) {
                 const BinaryText given{bytes.data(), static_cast<qsizetype>(bytes.size()), false};
                 if (!context) {
-                    if (!bytes.empty() && record.AssignFromBytes(row, given))
+                    if (ReadsAsUtf8(bytes) && record.AssignFromBytes(row, given))
                         return;
                     record.AssignFromText(bit, NonNullText(bytes));
                     return;
                 }
                 const QString text = NonNullText(bytes);
                 context->Entry(member, at, 0, -1, text);
-                if (!bytes.empty() &&
+                if (ReadsAsUtf8(bytes) &&
                     ((SilentFromBytes(member) && record.AssignFromBytes(row, given)) ||
                      KeptNumber(member, given,
                                 [&](auto value) { record.Assign<decltype(value)>(bit, value); })))
