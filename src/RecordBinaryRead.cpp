@@ -16,6 +16,8 @@
 #include <XmlText.h>
 
 #include <algorithm>
+#include <cstdint>
+#include <cstring>
 #include <limits>
 #include <utility>
 
@@ -130,24 +132,31 @@ bool PlainInt(const BinaryText& bytes, int& value)
     return true;
 }
 
+// Eight bytes at a time: a high bit in any of them is a byte beyond ASCII.
 bool Ascii(const BinaryText& bytes)
 {
-    unsigned char high = 0;
-    for (qsizetype i = 0; i < bytes.size; ++i)
+    std::uint64_t high = 0;
+    qsizetype i = 0;
+    for (; i + 8 <= bytes.size; i += 8) {
+        std::uint64_t word;
+        std::memcpy(&word, bytes.data + i, 8);
+        high |= word;
+    }
+    for (; i < bytes.size; ++i)
         high |= static_cast<unsigned char>(bytes.data[i]);
-    return high < 0x80;
+    return (high & 0x8080808080808080u) == 0;
 }
 
-// A text payload as a QString: null, empty, or its UTF-8 (ASCII converts for less as
-// Latin-1, to the same text).
-QString TextOf(const BinaryText& bytes)
+// A text payload as a QString: null, empty, or its UTF-8 (ASCII, as `ascii` says it is,
+// converts for less as Latin-1, to the same text).
+QString TextOf(const BinaryText& bytes, bool ascii)
 {
     if (bytes.null)
         return QString();
     if (bytes.size == 0)
         return QStringLiteral("");
-    return Ascii(bytes) ? QString::fromLatin1(bytes.data, bytes.size)
-                        : QString::fromUtf8(bytes.data, bytes.size);
+    return ascii ? QString::fromLatin1(bytes.data, bytes.size)
+                 : QString::fromUtf8(bytes.data, bytes.size);
 }
 
 // QString::number(value), its digits made here.
@@ -313,17 +322,26 @@ template <class Input> void Record::ReadFrame(Input& input, int length)
             const BinaryText bytes = input.Text();
             if (!context && AssignFromBytes(row, bytes))
                 continue;
-            const QString text = TextOf(bytes);
+            const bool ascii = Ascii(bytes);
+            const QString text = TextOf(bytes, ascii);
             if (context) {
                 // ASCII is valid UTF-8: its bytes are not needed.
                 ObserveText(*context, *member, at, static_cast<quint32>(tag), payload,
-                            Ascii(bytes) ? QByteArray() : bytes.Array(), text);
-                // A name in the table or a number kept as written reads without a finding;
-                // it is set from its bytes.
+                            ascii ? QByteArray() : bytes.Array(), text);
+                // A name in the table, a number kept as written or a date-time that reads
+                // gives no finding; it is set from its bytes.
                 if ((member->kind == MemberKind::Enumeration && AssignFromBytes(row, bytes)) ||
                     KeptNumber(*member, bytes,
                                [&](auto value) { Assign<decltype(value)>(bit, value); }))
                     continue;
+                if (member->kind == MemberKind::DateTime) {
+                    const QDateTime value =
+                        REPORTGENERATOR::Converters::ToDateTime(bytes.data, bytes.size);
+                    if (!value.isNull()) {
+                        Assign<QDateTime>(bit, value);
+                        continue;
+                    }
+                }
             }
             AssignFromText(bit, text);
         }
