@@ -250,3 +250,53 @@ TEST(XmlWriter, ACallersOwnWriterStillGetsTheRecord)
                                 "<AttenuationHoldTime>100.00</AttenuationHoldTime>"
                                 "</KVT317SettingsDetail>"));
 }
+
+TEST(XmlWriter, TheLibrarysRecordsGoTheByteWritersWay)
+{
+    // The byte writer keeps the size of the last document it wrote on its thread;
+    // QXmlStreamWriter's saves leave it alone.
+    KVT317SettingsDetail detail = FullySetDetail();
+    const QByteArray streamWritten = SavedBytes(detail, true);
+    ASSERT_EQ(streamWritten.size(), 763);
+    detail.SetName(QStringLiteral("Longer"));
+    const QByteArray bytesWritten = SavedBytes(detail, false);
+    EXPECT_EQ(bytesWritten.size(), 768);
+    EXPECT_EQ(REPORTGENERATOR::XmlByteWriter::LastSize(), 768);
+    detail.SetName(QStringLiteral("L"));
+    EXPECT_EQ(SavedBytes(detail, true).size(), 763);
+    EXPECT_EQ(REPORTGENERATOR::XmlByteWriter::LastSize(), 768);
+    EXPECT_EQ(detail.GetXmlString().size(), 763);
+    EXPECT_EQ(REPORTGENERATOR::XmlByteWriter::LastSize(), 763);
+}
+
+namespace {
+
+// A record class of a user's that writes a comment before its record.
+class CommentedDetail : public KVT317SettingsDetail
+{
+public:
+    void GetXml(QXmlStreamWriter& writer) const override
+    {
+        writer.writeComment(QStringLiteral(" mine "));
+        KVT317SettingsDetail::GetXml(writer);
+    }
+};
+
+} // namespace
+
+TEST(XmlWriter, ARecordClassOfAUsersWritesThroughQXmlStreamWriter)
+{
+    CommentedDetail detail;
+    detail.SetBlockAveragingTime(7);
+    detail.SetLogger(std::make_shared<REPORTGENERATOR::Logger>(
+        [](REPORTGENERATOR::LogLevel, const QString&) {}));
+    const QByteArray written = detail.GetXmlString().toUtf8();
+    EXPECT_TRUE(written.startsWith("<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<!-- mine -->\n"
+                                   "<KVT317SettingsDetail>\n  <AntennaPol>VERT</AntennaPol>\n"))
+        << written.toStdString();
+    EXPECT_TRUE(written.endsWith("  <AttenuationHoldTime>100.00</AttenuationHoldTime>\n"
+                                 "</KVT317SettingsDetail>\n"))
+        << written.toStdString();
+    EXPECT_EQ(written.size(), 619);
+    EXPECT_EQ(xmlwritercompare::Difference(detail, true), "");
+}
