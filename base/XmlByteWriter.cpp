@@ -100,14 +100,17 @@ void XmlByteWriter::StartElement(const QString& name)
     m_inStartElement = m_lastWasStartElement = true;
 }
 
-void XmlByteWriter::StartElement(const char* name, qsizetype size)
+void XmlByteWriter::StartElement(std::string_view name)
 {
     if (!FinishStartElement(false))
         Indent(static_cast<qsizetype>(m_tagStarts.size()));
-    Put('<');
+    const auto size = static_cast<qsizetype>(name.size());
+    Room(size + 1);
+    m_data[m_size++] = '<';
+    std::memcpy(m_data + m_size, name.data(), name.size());
+    m_size += size;
     m_tagStarts.push_back(m_tagBytes.size());
-    m_tagBytes.append(name, static_cast<std::size_t>(size));
-    Put(name, size);
+    m_tagBytes.append(name);
     m_inStartElement = m_lastWasStartElement = true;
 }
 
@@ -157,43 +160,40 @@ void XmlByteWriter::EndElement()
     m_lastWasStartElement = false;
 }
 
-void XmlByteWriter::Attribute(const QString& name, const QString& value)
+// ` name="`
+void XmlByteWriter::AttributeStart(std::string_view name)
 {
-    Put(' ');
-    const std::size_t tags = m_tagBytes.size();
-    OpenName(name); // an attribute's name is no tag: taken back at once
-    m_tagStarts.pop_back();
-    m_tagBytes.resize(tags);
-    Put("=\"", 2);
+    const auto size = static_cast<qsizetype>(name.size());
+    Room(size + 3);
+    m_data[m_size++] = ' ';
+    std::memcpy(m_data + m_size, name.data(), name.size());
+    m_size += size;
+    m_data[m_size++] = '=';
+    m_data[m_size++] = '"';
+}
+
+void XmlByteWriter::Attribute(std::string_view name, const QString& value)
+{
+    AttributeStart(name);
     Escaped(value, true, false);
     Put('"');
 }
 
-void XmlByteWriter::TextAttribute(const QString& name, const QString& value)
+void XmlByteWriter::TextAttribute(std::string_view name, const QString& value)
 {
-    Put(' ');
-    const std::size_t tags = m_tagBytes.size();
-    OpenName(name);
-    m_tagStarts.pop_back();
-    m_tagBytes.resize(tags);
-    Put("=\"", 2);
+    AttributeStart(name);
     Escaped(value, true, true);
     Put('"');
 }
 
-void XmlByteWriter::AsciiAttribute(const QString& name, const char* value, qsizetype size)
+void XmlByteWriter::AsciiAttribute(std::string_view name, std::string_view value)
 {
-    Put(' ');
-    const std::size_t tags = m_tagBytes.size();
-    OpenName(name);
-    m_tagStarts.pop_back();
-    m_tagBytes.resize(tags);
-    Put("=\"", 2);
-    Put(value, size);
+    AttributeStart(name);
+    Put(value.data(), static_cast<qsizetype>(value.size()));
     Put('"');
 }
 
-void XmlByteWriter::TextElement(const QString& name, const QString& text)
+void XmlByteWriter::TextElement(std::string_view name, const QString& text)
 {
     StartElement(name);
     FinishStartElement(true);
@@ -201,7 +201,7 @@ void XmlByteWriter::TextElement(const QString& name, const QString& text)
     EndElement();
 }
 
-void XmlByteWriter::MemberTextElement(const QString& name, const QString& text)
+void XmlByteWriter::MemberTextElement(std::string_view name, const QString& text)
 {
     StartElement(name);
     FinishStartElement(true);
@@ -209,11 +209,11 @@ void XmlByteWriter::MemberTextElement(const QString& name, const QString& text)
     EndElement();
 }
 
-void XmlByteWriter::AsciiElement(const QString& name, const char* text, qsizetype size)
+void XmlByteWriter::AsciiElement(std::string_view name, std::string_view text)
 {
     StartElement(name);
     FinishStartElement(true);
-    Put(text, size);
+    Put(text.data(), static_cast<qsizetype>(text.size()));
     EndElement();
 }
 

@@ -6,6 +6,7 @@
 #include <QString>
 
 #include <string>
+#include <string_view>
 #include <vector>
 
 class QXmlStreamWriter;
@@ -40,20 +41,22 @@ public:
     QByteArray EndDocument();
 
     void StartElement(const QString& name);
-    /// A start element whose name is ASCII (or UTF-8 known to be plain).
-    void StartElement(const char* name, qsizetype size);
+    /// A start element whose name is UTF-8 known to be plain (PlainName()).
+    void StartElement(std::string_view name);
+
+    // Members, their names in UTF-8 known to be plain (PlainName()):
     /// An attribute of the start element just written, escaped as QXmlStreamWriter does.
-    void Attribute(const QString& name, const QString& value);
+    void Attribute(std::string_view name, const QString& value);
     /// An attribute whose value is a member's text: XmlText::WriteAttribute().
-    void TextAttribute(const QString& name, const QString& value);
-    /// An attribute whose value is @p size ASCII characters needing no escape (numbers).
-    void AsciiAttribute(const QString& name, const char* value, qsizetype size);
+    void TextAttribute(std::string_view name, const QString& value);
+    /// An attribute whose value is ASCII needing no escape (numbers).
+    void AsciiAttribute(std::string_view name, std::string_view value);
     /// writeTextElement(name, text).
-    void TextElement(const QString& name, const QString& text);
+    void TextElement(std::string_view name, const QString& text);
     /// A member's text as XmlText::WriteTextElement() writes it.
-    void MemberTextElement(const QString& name, const QString& text);
-    /// A text element whose text is @p size ASCII characters needing no escape (numbers).
-    void AsciiElement(const QString& name, const char* text, qsizetype size);
+    void MemberTextElement(std::string_view name, const QString& text);
+    /// A text element whose text is ASCII needing no escape (numbers).
+    void AsciiElement(std::string_view name, std::string_view text);
     void EndElement();
 
     /// Whether QXmlStreamWriter would have raised its error flag.
@@ -114,6 +117,7 @@ private:
     void Indent(qsizetype level);
     // Writes the name and keeps it for its end element.
     void OpenName(const QString& name);
+    void AttributeStart(std::string_view name);
     // The text, escaped; references for what XmlText writes as references when @p member.
     void Escaped(const QString& text, bool attribute, bool member);
     void EscapedSlow(const char16_t* at, const char16_t* end, bool attribute, bool member);

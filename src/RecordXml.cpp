@@ -17,6 +17,8 @@
 #include <algorithm>
 #include <charconv>
 #include <cstring>
+#include <memory>
+#include <string>
 #include <typeinfo>
 
 namespace KVT317XML {
@@ -36,60 +38,125 @@ QString NonNull(const QString& text)
 struct RecordXmlWriting {
     using Bytes = REPORTGENERATOR::XmlByteWriter;
 
-    // QXmlStreamWriter under the byte writer's names.
+    // A record's elements and attributes into QXmlStreamWriter.
     struct Stream {
         QXmlStreamWriter& writer;
-        void StartElement(const QString& name) { writer.writeStartElement(name); }
-        void EndElement() { writer.writeEndElement(); }
-        void Attribute(const QString& name, const QString& value)
+        void Start(const Record& record) { writer.writeStartElement(record.GetObjectName()); }
+        void End() { writer.writeEndElement(); }
+        void Attribute(const MemberDescription& member, const QString& value)
         {
-            writer.writeAttribute(name, value);
+            writer.writeAttribute(member.name, value);
         }
-        void TextAttribute(const QString& name, const QString& value)
+        void TextAttribute(const MemberDescription& member, const QString& value)
         {
-            REPORTGENERATOR::XmlText::WriteAttribute(writer, name, value);
+            REPORTGENERATOR::XmlText::WriteAttribute(writer, member.name, value);
         }
-        void TextElement(const QString& name, const QString& text)
+        void TextElement(const MemberDescription& member, const QString& text)
         {
-            writer.writeTextElement(name, text);
+            writer.writeTextElement(member.name, text);
         }
-        void MemberTextElement(const QString& name, const QString& text)
+        void MemberTextElement(const MemberDescription& member, const QString& text)
         {
-            REPORTGENERATOR::XmlText::WriteTextElement(writer, name, text);
+            REPORTGENERATOR::XmlText::WriteTextElement(writer, member.name, text);
+        }
+        // Numbers go through their QString as they always have.
+        bool Number(const MemberRow&, const StorageBlock&, bool) { return false; }
+    };
+    static Stream Out(Stream& writer, const Record&) { return writer; }
+
+    // The names of a record type in UTF-8: its own and its members' by bit.
+    struct Utf8Names {
+        const RecordDescription* type = nullptr;
+        std::string name;
+        std::vector<std::string> members;
+    };
+    // Built once per type and thread; the tables never change.
+    static const Utf8Names& NamesOf(const RecordDescription& type)
+    {
+        thread_local std::vector<std::unique_ptr<Utf8Names>> known;
+        for (const std::unique_ptr<Utf8Names>& names : known)
+            if (names->type == &type)
+                return *names;
+        auto names = std::make_unique<Utf8Names>();
+        names->type = &type;
+        names->name = type.name.toUtf8().toStdString();
+        for (const MemberDescription& member : type.members) {
+            if (member.bit >= int(names->members.size()))
+                names->members.resize(std::size_t(member.bit) + 1);
+            names->members[std::size_t(member.bit)] = member.name.toUtf8().toStdString();
+        }
+        known.push_back(std::move(names));
+        return *known.back();
+    }
+
+    // A record's elements and attributes into the byte writer.
+    struct Utf8 {
+        Bytes& bytes;
+        const Utf8Names& names;
+        std::string_view Name(const MemberDescription& member) const
+        {
+            return names.members[std::size_t(member.bit)];
+        }
+        void Start(const Record& record)
+        {
+            const QString& name = record.GetObjectName();
+            if (name == names.type->name)
+                bytes.StartElement(names.name);
+            else
+                bytes.StartElement(name);
+        }
+        void End() { bytes.EndElement(); }
+        void Attribute(const MemberDescription& member, const QString& value)
+        {
+            bytes.Attribute(Name(member), value);
+        }
+        void TextAttribute(const MemberDescription& member, const QString& value)
+        {
+            bytes.TextAttribute(Name(member), value);
+        }
+        void TextElement(const MemberDescription& member, const QString& text)
+        {
+            bytes.TextElement(Name(member), text);
+        }
+        void MemberTextElement(const MemberDescription& member, const QString& text)
+        {
+            bytes.MemberTextElement(Name(member), text);
+        }
+        // Numbers go into the bytes as the text they convert to, without a QString.
+        bool Number(const MemberRow& row, const StorageBlock& block, bool attribute)
+        {
+            const MemberDescription& member = row.description;
+            constexpr int Most = 64;
+            char text[Most];
+            int size = -1;
+            if (member.kind == MemberKind::Integer) {
+                const auto end = std::to_chars(text, text + Most, At<int>(&block, row.valueOffset));
+                size = static_cast<int>(end.ptr - text);
+            } else if (member.kind == MemberKind::Double || member.kind == MemberKind::Float) {
+                const double value = member.kind == MemberKind::Double
+                                         ? At<double>(&block, row.valueOffset)
+                                         : static_cast<double>(At<float>(&block, row.valueOffset));
+                size = REPORTGENERATOR::Numbers::FixedAscii(value, member.fieldWidth,
+                                                            member.precision, text, Most);
+            }
+            if (size < 0)
+                return false;
+            const std::string_view ascii(text, std::size_t(size));
+            if (attribute)
+                bytes.AsciiAttribute(Name(member), ascii);
+            else
+                bytes.AsciiElement(Name(member), ascii);
+            return true;
         }
     };
+    static Utf8 Out(Bytes& writer, const Record& record)
+    {
+        return Utf8{writer, NamesOf(record.m_type.description)};
+    }
 
     // A child record: through the virtual where the writer is the caller's.
     static void Child(const Record& child, Stream& writer) { child.GetXml(writer.writer); }
     static void Child(const Record& child, Bytes& writer) { Element(child, writer); }
-
-    // Numbers go into the bytes as the text they convert to, without a QString.
-    static bool Number(const MemberRow&, const StorageBlock&, bool, Stream&) { return false; }
-    static bool Number(const MemberRow& row, const StorageBlock& block, bool attribute,
-                       Bytes& writer)
-    {
-        const MemberDescription& member = row.description;
-        constexpr int Most = 64;
-        char text[Most];
-        int size = -1;
-        if (member.kind == MemberKind::Integer) {
-            const auto end = std::to_chars(text, text + Most, At<int>(&block, row.valueOffset));
-            size = static_cast<int>(end.ptr - text);
-        } else if (member.kind == MemberKind::Double || member.kind == MemberKind::Float) {
-            const double value = member.kind == MemberKind::Double
-                                     ? At<double>(&block, row.valueOffset)
-                                     : static_cast<double>(At<float>(&block, row.valueOffset));
-            size = REPORTGENERATOR::Numbers::FixedAscii(value, member.fieldWidth, member.precision,
-                                                        text, Most);
-        }
-        if (size < 0)
-            return false;
-        if (attribute)
-            writer.AsciiAttribute(member.name, text, size);
-        else
-            writer.AsciiElement(member.name, text, size);
-        return true;
-    }
 
     // Whether the byte writer writes every name of the record type as QXmlStreamWriter does.
     // The tables are fixed: each is looked at once per thread.
@@ -127,18 +194,20 @@ template <class Writer> void RecordXmlWriting::Element(const Record& record, Wri
     }
     const RecordType& type = record.m_type;
     const StorageBlock& block = record.ConstStorage();
-    writer.StartElement(record.GetObjectName());
+    auto out = Out(writer, record);
+    out.Start(record);
     for (const int bit : type.writeOrder) {
         const MemberRow& row = type.rows[bit];
-        if (!row.description.attribute)
+        const MemberDescription& member = row.description;
+        if (!member.attribute)
             break;
-        if (block.isSet & (quint32(1) << bit) && !Number(row, block, true, writer))
+        if (block.isSet & (quint32(1) << bit) && !out.Number(row, block, true))
             text::WithText(row, block, [&](const QString& text) {
-                if (row.description.operations->text) {
-                    record.ReportUnwritable(row.description, text);
-                    writer.TextAttribute(row.description.name, text);
+                if (member.operations->text) {
+                    record.ReportUnwritable(member, text);
+                    out.TextAttribute(member, text);
                 } else {
-                    writer.Attribute(row.description.name, text);
+                    out.Attribute(member, text);
                 }
             });
     }
@@ -168,20 +237,20 @@ template <class Writer> void RecordXmlWriting::Element(const Record& record, Wri
                     Child(item, writer);
                 }
             }
-        } else if ((set || member.AlwaysWritten()) && !Number(row, block, false, writer)) {
+        } else if ((set || member.AlwaysWritten()) && !out.Number(row, block, false)) {
             text::WithText(row, block, [&](const QString& text) {
                 if (member.operations->text) {
                     // Texts may hold what the reader would normalise, or what XML cannot
                     // carry at all; numbers, names and date-times never do.
                     record.ReportUnwritable(member, text);
-                    writer.MemberTextElement(member.name, text);
+                    out.MemberTextElement(member, text);
                 } else {
-                    writer.TextElement(member.name, text);
+                    out.TextElement(member, text);
                 }
             });
         }
     }
-    writer.EndElement();
+    out.End();
 }
 
 void Record::GetXml(QXmlStreamWriter& writer) const
