@@ -403,8 +403,10 @@ QByteArray IRGObject::XmlDocument(bool* writerError) const
                 *writerError = bytes.HasError();
             return bytes.EndDocument();
         }
-        // A name the byte writer is not sure of (a record renamed to hold a control
-        // character or a surrogate): QXmlStreamWriter writes the document again.
+        // Something the byte writer is not sure of, a name or a value that is no text
+        // holding a control character or an unpaired surrogate: QXmlStreamWriter writes the
+        // document again. The records test their names before they take the offer, and
+        // their numbers and date-times are ASCII, so that this does not happen to them.
     }
     return StreamWriterDocument(*this, writerError, nullptr, nullptr);
 }
