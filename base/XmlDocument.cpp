@@ -2,6 +2,7 @@
 #include "IRGObject.h"
 #include "Operation.h"
 #include "ReadTap.h"
+#include "XmlByteWriter.h"
 #include "XmlTokenCursor.h"
 
 #include <QBuffer>
@@ -356,7 +357,12 @@ bool IRGObject::ReadXmlDocument(XmlTokenCursor& reader, bool reset, TokenReading
     });
 }
 
-QByteArray IRGObject::XmlDocument(bool* writerError) const
+namespace {
+
+// The document as QXmlStreamWriter writes it. With @p offered, the byte writer is offered to
+// the record for its GetXml(); when the record takes it, what it wrote there counts instead.
+QByteArray StreamWriterDocument(const IRGObject& record, bool* writerError, XmlByteWriter* offered,
+                                bool* taken)
 {
     QByteArray document;
     QBuffer buffer(&document);
@@ -365,11 +371,44 @@ QByteArray IRGObject::XmlDocument(bool* writerError) const
     writer.setAutoFormatting(true);
     writer.setAutoFormattingIndent(2);
     writer.writeStartDocument();
-    GetXml(writer);
+    if (offered) {
+        const XmlByteWriter::Offer offer(&record, &writer, offered);
+        record.GetXml(writer);
+        *taken = offer.Taken();
+        if (*taken)
+            return QByteArray();
+    } else {
+        record.GetXml(writer);
+    }
     writer.writeEndDocument();
     if (writerError)
         *writerError = writer.hasError();
     return document;
+}
+
+} // namespace
+
+QByteArray IRGObject::XmlDocument(bool* writerError) const
+{
+    if (!XmlStreamWriterOnly()) {
+        // Documents come in about the same size one after another.
+        XmlByteWriter bytes(XmlByteWriter::LastSize() * 9 / 8 + 256);
+        bytes.StartDocument();
+        bool taken = false;
+        QByteArray document = StreamWriterDocument(*this, writerError, &bytes, &taken);
+        if (!taken)
+            return document;
+        if (!bytes.Uncertain()) {
+            if (writerError)
+                *writerError = bytes.HasError();
+            return bytes.EndDocument();
+        }
+        // Something the byte writer is not sure of, a name or a value that is no text
+        // holding a control character or an unpaired surrogate: QXmlStreamWriter writes the
+        // document again. The records test their names before they take the offer, and
+        // their numbers and date-times are ASCII, so that this does not happen to them.
+    }
+    return StreamWriterDocument(*this, writerError, nullptr, nullptr);
 }
 
 QString IRGObject::GetXmlString() const

@@ -9,9 +9,12 @@
 // The rest is the document, in either form.
 //
 // An XML document, the input and A, is also read through the library's tokenizer and through
-// QXmlStreamReader alone; any difference between the two is a finding.
+// QXmlStreamReader alone; any difference between the two is a finding. A record written as
+// XML is also saved through the library's byte writer and through QXmlStreamWriter alone;
+// the bytes, reports and findings of the two must be the same.
 
 #include "../tests/XmlPathsCompare.h"
+#include "../tests/XmlWriterCompare.h"
 #include "FuzzSupport.h"
 
 #include <QXmlStreamReader>
@@ -61,6 +64,16 @@ void CompareXmlPaths(int kind, bool validate, bool observe, const QByteArray& do
     }
 }
 
+// Saves the record both ways; a difference stops the run.
+void CompareXmlWriters(const KVT317XML::Record& record, bool observe)
+{
+    const std::string difference = xmlwritercompare::Difference(record, observe);
+    if (!difference.empty()) {
+        std::fprintf(stderr, "%s\n", difference.c_str());
+        fuzz::Fail("the byte writer's save and QXmlStreamWriter's differ");
+    }
+}
+
 } // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
@@ -88,8 +101,10 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
         // With validation on, a faulty record raises while it is read or written.
         return 0;
     }
-    if (form == Form::Xml)
+    if (form == Form::Xml) {
         CompareXmlPaths(kind, validate, observe, a);
+        CompareXmlWriters(*first, observe);
+    }
     const std::unique_ptr<KVT317XML::Record> second = Read(kind, validate, a, &loaded);
     if (!loaded) {
         // Only a text XML cannot carry may stop A from reading back: it was written as a

@@ -261,6 +261,7 @@ protected:
 private:
     friend struct RecordAccess;
     friend struct RecordXmlReading;
+    friend struct RecordXmlWriting;
 
     // Storage
     bool HasStorage() const;

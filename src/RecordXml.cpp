@@ -6,6 +6,8 @@
 #include "RecordStorage.h"
 #include "RecordText.h"
 
+#include <Numbers.h>
+#include <XmlByteWriter.h>
 #include <XmlText.h>
 #include <XmlTokenCursor.h>
 
@@ -13,7 +15,11 @@
 #include <QXmlStreamReader>
 #include <QXmlStreamWriter>
 
+#include <algorithm>
+#include <charconv>
 #include <cstring>
+#include <memory>
+#include <string>
 #include <typeinfo>
 
 namespace KVT317XML {
@@ -47,6 +53,226 @@ QString NonNullText(std::string_view bytes)
 
 } // namespace
 
+// Writing: the same walk into a caller's QXmlStreamWriter and into the byte writer of a
+// whole document.
+struct RecordXmlWriting {
+    using Bytes = REPORTGENERATOR::XmlByteWriter;
+
+    // A record's elements and attributes into QXmlStreamWriter.
+    struct Stream {
+        QXmlStreamWriter& writer;
+        void Start(const Record& record) { writer.writeStartElement(record.GetObjectName()); }
+        void End() { writer.writeEndElement(); }
+        void Attribute(const MemberDescription& member, const QString& value)
+        {
+            writer.writeAttribute(member.name, value);
+        }
+        void TextAttribute(const MemberDescription& member, const QString& value)
+        {
+            REPORTGENERATOR::XmlText::WriteAttribute(writer, member.name, value);
+        }
+        void TextElement(const MemberDescription& member, const QString& text)
+        {
+            writer.writeTextElement(member.name, text);
+        }
+        void MemberTextElement(const MemberDescription& member, const QString& text)
+        {
+            REPORTGENERATOR::XmlText::WriteTextElement(writer, member.name, text);
+        }
+        // Numbers go through their QString as they always have.
+        bool Number(const MemberRow&, const StorageBlock&, bool) { return false; }
+    };
+    static Stream Out(Stream& writer, const Record&) { return writer; }
+
+    // The names of a record type in UTF-8: its own and its members' by bit.
+    struct Utf8Names {
+        const RecordDescription* type = nullptr;
+        std::string name;
+        std::vector<std::string> members;
+    };
+    // Built once per type and thread; the tables never change.
+    static const Utf8Names& NamesOf(const RecordDescription& type)
+    {
+        thread_local std::vector<std::unique_ptr<Utf8Names>> known;
+        for (const std::unique_ptr<Utf8Names>& names : known)
+            if (names->type == &type)
+                return *names;
+        auto names = std::make_unique<Utf8Names>();
+        names->type = &type;
+        names->name = type.name.toUtf8().toStdString();
+        for (const MemberDescription& member : type.members) {
+            if (member.bit >= int(names->members.size()))
+                names->members.resize(std::size_t(member.bit) + 1);
+            names->members[std::size_t(member.bit)] = member.name.toUtf8().toStdString();
+        }
+        known.push_back(std::move(names));
+        return *known.back();
+    }
+
+    // A record's elements and attributes into the byte writer.
+    struct Utf8 {
+        Bytes& bytes;
+        const Utf8Names& names;
+        std::string_view Name(const MemberDescription& member) const
+        {
+            return names.members[std::size_t(member.bit)];
+        }
+        void Start(const Record& record)
+        {
+            const QString& name = record.GetObjectName();
+            if (name == names.type->name)
+                bytes.StartElement(names.name);
+            else
+                bytes.StartElement(name);
+        }
+        void End() { bytes.EndElement(); }
+        void Attribute(const MemberDescription& member, const QString& value)
+        {
+            bytes.Attribute(Name(member), value);
+        }
+        void TextAttribute(const MemberDescription& member, const QString& value)
+        {
+            bytes.TextAttribute(Name(member), value);
+        }
+        void TextElement(const MemberDescription& member, const QString& text)
+        {
+            bytes.TextElement(Name(member), text);
+        }
+        void MemberTextElement(const MemberDescription& member, const QString& text)
+        {
+            bytes.MemberTextElement(Name(member), text);
+        }
+        // Numbers go into the bytes as the text they convert to, without a QString.
+        bool Number(const MemberRow& row, const StorageBlock& block, bool attribute)
+        {
+            const MemberDescription& member = row.description;
+            constexpr int Most = 64;
+            char text[Most];
+            int size = -1;
+            if (member.kind == MemberKind::Integer) {
+                const auto end = std::to_chars(text, text + Most, At<int>(&block, row.valueOffset));
+                size = static_cast<int>(end.ptr - text);
+            } else if (member.kind == MemberKind::Double || member.kind == MemberKind::Float) {
+                const double value = member.kind == MemberKind::Double
+                                         ? At<double>(&block, row.valueOffset)
+                                         : static_cast<double>(At<float>(&block, row.valueOffset));
+                size = REPORTGENERATOR::Numbers::FixedAscii(value, member.fieldWidth,
+                                                            member.precision, text, Most);
+            }
+            if (size < 0)
+                return false;
+            const std::string_view ascii(text, std::size_t(size));
+            if (attribute)
+                bytes.AsciiAttribute(Name(member), ascii);
+            else
+                bytes.AsciiElement(Name(member), ascii);
+            return true;
+        }
+    };
+    static Utf8 Out(Bytes& writer, const Record& record)
+    {
+        return Utf8{writer, NamesOf(record.m_type.description)};
+    }
+
+    // A child record: through the virtual where the writer is the caller's.
+    static void Child(const Record& child, Stream& writer) { child.GetXml(writer.writer); }
+    static void Child(const Record& child, Bytes& writer) { Element(child, writer); }
+
+    // Whether the byte writer writes every name of the record type as QXmlStreamWriter does.
+    // The tables are fixed: each is looked at once per thread.
+    static bool PlainNames(const RecordDescription& type)
+    {
+        thread_local std::vector<const RecordDescription*> plain;
+        if (std::find(plain.begin(), plain.end(), &type) != plain.end())
+            return true;
+        // Taken as plain while its members are looked at: a type that holds itself ends there.
+        plain.push_back(&type);
+        bool names = Bytes::PlainName(type.name);
+        for (const MemberDescription& member : type.members) {
+            names = names && Bytes::PlainName(member.name);
+            if (member.enumeration)
+                for (const QString& name : member.enumeration->names)
+                    names = names && Bytes::PlainName(name);
+            names = names && (!member.nested || PlainNames(*member.nested()));
+        }
+        if (!names)
+            plain.erase(std::find(plain.begin(), plain.end(), &type), plain.end());
+        return names;
+    }
+
+    template <class Writer> static void Element(const Record& record, Writer& writer);
+};
+
+template <class Writer> void RecordXmlWriting::Element(const Record& record, Writer& writer)
+{
+    ReadContext* const context = ReadContext::Current();
+    record.PassDown();
+    if (record.GetValidate()) {
+        record.Check();
+        if (!record.HasData())
+            return;
+    }
+    const RecordType& type = record.m_type;
+    const StorageBlock& block = record.ConstStorage();
+    auto out = Out(writer, record);
+    out.Start(record);
+    for (const int bit : type.writeOrder) {
+        const MemberRow& row = type.rows[bit];
+        const MemberDescription& member = row.description;
+        if (!member.attribute)
+            break;
+        if (block.isSet & (quint32(1) << bit) && !out.Number(row, block, true))
+            text::WithText(row, block, [&](const QString& text) {
+                if (member.operations->text) {
+                    record.ReportUnwritable(member, text);
+                    out.TextAttribute(member, text);
+                } else {
+                    out.Attribute(member, text);
+                }
+            });
+    }
+    for (const MemberRow& row : type.rows) {
+        const MemberDescription& member = row.description;
+        const bool set = block.isSet & (quint32(1) << member.bit);
+        const void* value = reinterpret_cast<const char*>(&block) + row.valueOffset;
+        if (member.attribute)
+            continue;
+        if (row.asRecord) {
+            const Record& child = RecordAt(row, value, 0);
+            if (!child.HasData())
+                record.ReportIncomplete(member);
+            if (set) {
+                const ReadContext::Scope scope(context, *member.nested(), member.bit, -1);
+                const Record::ReportingAs as = record.Reporting(child);
+                Child(child, writer);
+            }
+        } else if (row.list) {
+            for (int i = 0; i < row.list->size(value); ++i) {
+                const Record& item = row.list->item(value, i);
+                if (!item.HasData())
+                    record.ReportIncomplete(member);
+                if (set) {
+                    const ReadContext::Scope scope(context, *member.nested(), member.bit, i);
+                    const Record::ReportingAs as = record.Reporting(item);
+                    Child(item, writer);
+                }
+            }
+        } else if ((set || member.AlwaysWritten()) && !out.Number(row, block, false)) {
+            text::WithText(row, block, [&](const QString& text) {
+                if (member.operations->text) {
+                    // Texts may hold what the reader would normalise, or what XML cannot
+                    // carry at all; numbers, names and date-times never do.
+                    record.ReportUnwritable(member, text);
+                    out.MemberTextElement(member, text);
+                } else {
+                    out.TextElement(member, text);
+                }
+            });
+        }
+    }
+    out.End();
+}
+
 void Record::GetXml(QXmlStreamWriter& writer) const
 {
     ReadContext* const context = ReadContext::Current();
@@ -56,68 +282,17 @@ void Record::GetXml(QXmlStreamWriter& writer) const
         GetXml(writer);
         return;
     }
-    PassDown();
-    if (GetValidate()) {
-        Check();
-        if (!HasData())
+    // A whole-document save offers its byte writer; the record's own code writes there when
+    // the record is of its class and every name is one the byte writer is sure of.
+    if (typeid(*this) == *m_type.exactClass && RecordXmlWriting::PlainNames(m_type.description) &&
+        REPORTGENERATOR::XmlByteWriter::PlainName(GetObjectName()))
+        if (REPORTGENERATOR::XmlByteWriter* bytes =
+                REPORTGENERATOR::XmlByteWriter::TakeOffer(this, &writer)) {
+            RecordXmlWriting::Element(*this, *bytes);
             return;
-    }
-    const StorageBlock& block = ConstStorage();
-    writer.writeStartElement(GetObjectName());
-    for (const int bit : m_type.writeOrder) {
-        const MemberRow& row = m_type.rows[bit];
-        if (!row.description.attribute)
-            break;
-        if (block.isSet & (quint32(1) << bit))
-            text::WithText(row, block, [&](const QString& text) {
-                if (row.description.operations->text) {
-                    ReportUnwritable(row.description, text);
-                    REPORTGENERATOR::XmlText::WriteAttribute(writer, row.description.name, text);
-                } else {
-                    writer.writeAttribute(row.description.name, text);
-                }
-            });
-    }
-    for (const MemberRow& row : m_type.rows) {
-        const MemberDescription& member = row.description;
-        const bool set = block.isSet & (quint32(1) << member.bit);
-        const void* value = reinterpret_cast<const char*>(&block) + row.valueOffset;
-        if (member.attribute)
-            continue;
-        if (row.asRecord) {
-            const Record& child = RecordAt(row, value, 0);
-            if (!child.HasData())
-                ReportIncomplete(member);
-            if (set) {
-                const ReadContext::Scope scope(context, *member.nested(), member.bit, -1);
-                const ReportingAs as = Reporting(child);
-                child.GetXml(writer);
-            }
-        } else if (row.list) {
-            for (int i = 0; i < row.list->size(value); ++i) {
-                const Record& item = row.list->item(value, i);
-                if (!item.HasData())
-                    ReportIncomplete(member);
-                if (set) {
-                    const ReadContext::Scope scope(context, *member.nested(), member.bit, i);
-                    const ReportingAs as = Reporting(item);
-                    item.GetXml(writer);
-                }
-            }
-        } else if (set || member.AlwaysWritten()) {
-            text::WithText(row, block, [&](const QString& text) {
-                if (member.operations->text) {
-                    // Texts may hold what the reader would normalise, or what XML cannot
-                    // carry at all; numbers, names and date-times never do.
-                    ReportUnwritable(member, text);
-                    REPORTGENERATOR::XmlText::WriteTextElement(writer, member.name, text);
-                } else {
-                    writer.writeTextElement(member.name, text);
-                }
-            });
         }
-    }
-    writer.writeEndElement();
+    RecordXmlWriting::Stream stream{writer};
+    RecordXmlWriting::Element(*this, stream);
 }
 
 // A text holding a character that XML 1.0 cannot carry is written without it being able to
