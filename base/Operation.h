@@ -31,6 +31,13 @@ struct REPORTBASE_EXPORT Operation {
     /// Elements the last skip of an unknown element left open, for the content loop that
     /// called it; -1 when none ran.
     qint64 openAfterSkip = -1;
+    /// The byte writer a whole-document save offers the record it writes, or null.
+    void* xmlWriterOffer = nullptr;
+    /// The size of the last XML document written, to size the next one's buffer.
+    qsizetype lastXmlSize = 0;
+    /// Whole XML documents are written through QXmlStreamWriter alone (tests compare the two
+    /// writers).
+    bool streamWriterOnly = false;
     /// Whole XML documents go through QXmlStreamReader alone (tests compare the two readers).
     bool streamReaderOnly = false;
 

@@ -1,4 +1,5 @@
 #include "XmlByteWriter.h"
+#include "Operation.h"
 
 #include <algorithm>
 #include <cstring>
@@ -7,9 +8,10 @@ namespace REPORTGENERATOR {
 
 namespace {
 
-thread_local XmlByteWriter::Offer* t_offer = nullptr;
-thread_local qsizetype t_lastSize = 0;
-thread_local bool t_streamWriterOnly = false;
+Operation& Op()
+{
+    return Operation::OfThread();
+}
 
 // ASCII characters QXmlStreamWriter writes as they are in texts and attribute values alike.
 struct PlainAscii {
@@ -64,7 +66,7 @@ QByteArray XmlByteWriter::EndDocument()
         EndElement();
     Put('\n');
     m_out.resize(m_size);
-    t_lastSize = m_size;
+    Op().lastXmlSize = m_size;
     m_data = nullptr;
     m_capacity = 0;
     return std::move(m_out);
@@ -346,19 +348,19 @@ XmlByteWriter::Offer::Offer(const IRGObject* record, const QXmlStreamWriter* wri
     : m_record(record)
     , m_writer(writer)
     , m_bytes(bytes)
-    , m_outer(t_offer)
+    , m_outer(static_cast<Offer*>(Op().xmlWriterOffer))
 {
-    t_offer = this;
+    Op().xmlWriterOffer = this;
 }
 
 XmlByteWriter::Offer::~Offer()
 {
-    t_offer = m_outer;
+    Op().xmlWriterOffer = m_outer;
 }
 
 XmlByteWriter* XmlByteWriter::TakeOffer(const IRGObject* record, const QXmlStreamWriter* writer)
 {
-    Offer* const offer = t_offer;
+    Offer* const offer = static_cast<Offer*>(Op().xmlWriterOffer);
     if (!offer || offer->m_taken || offer->m_record != record || offer->m_writer != writer)
         return nullptr;
     offer->m_taken = true;
@@ -367,17 +369,17 @@ XmlByteWriter* XmlByteWriter::TakeOffer(const IRGObject* record, const QXmlStrea
 
 qsizetype XmlByteWriter::LastSize()
 {
-    return t_lastSize;
+    return Op().lastXmlSize;
 }
 
 void SetXmlStreamWriterOnly(bool only)
 {
-    t_streamWriterOnly = only;
+    Op().streamWriterOnly = only;
 }
 
 bool XmlStreamWriterOnly()
 {
-    return t_streamWriterOnly;
+    return Op().streamWriterOnly;
 }
 
 } // namespace REPORTGENERATOR

@@ -70,6 +70,7 @@ void FinishRecordType(RecordType& type, StorageBlock* values, DefaultsBlock* def
     if (type.rows.size() > 32)
         qFatal("%s: a record has at most 32 members", qPrintable(type.description.name));
     std::fill(std::begin(type.bitsByTag), std::end(type.bitsByTag), qint8(-1));
+    type.xmlName = type.description.name.toStdString();
     for (std::size_t i = 0; i < type.rows.size(); ++i) {
         MemberRow& row = type.rows[i];
         if (row.description.bit != static_cast<int>(i))
@@ -103,6 +104,7 @@ void FinishRecordType(RecordType& type, StorageBlock* values, DefaultsBlock* def
         const bool taken = std::find(type.elementNames.begin(), type.elementNames.end(), element) !=
                            type.elementNames.end();
         type.elementNames.push_back(taken ? std::string() : element);
+        type.xmlMemberNames.push_back(row.description.name.toStdString());
         if (row.description.enumeration)
             type.enumerationSizes[i] =
                 static_cast<quint32>(row.description.enumeration->names.size());

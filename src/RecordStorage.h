@@ -308,6 +308,9 @@ struct RecordType {
     // name in UTF-8.
     const std::type_info* exactClass = nullptr;
     std::vector<std::string> elementNames;
+    // For the XML byte writer: the type's name and each member's by bit, in UTF-8.
+    std::string xmlName;
+    std::vector<std::string> xmlMemberNames;
 
     std::vector<MemberRow> rows;  // member order
     std::vector<int> writeOrder;  // attributes first, then the others, each in member order

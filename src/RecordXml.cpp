@@ -84,44 +84,19 @@ struct RecordXmlWriting {
     };
     static Stream Out(Stream& writer, const Record&) { return writer; }
 
-    // The names of a record type in UTF-8: its own and its members' by bit.
-    struct Utf8Names {
-        const RecordDescription* type = nullptr;
-        std::string name;
-        std::vector<std::string> members;
-    };
-    // Built once per type and thread; the tables never change.
-    static const Utf8Names& NamesOf(const RecordDescription& type)
-    {
-        thread_local std::vector<std::unique_ptr<Utf8Names>> known;
-        for (const std::unique_ptr<Utf8Names>& names : known)
-            if (names->type == &type)
-                return *names;
-        auto names = std::make_unique<Utf8Names>();
-        names->type = &type;
-        names->name = type.name.toUtf8().toStdString();
-        for (const MemberDescription& member : type.members) {
-            if (member.bit >= int(names->members.size()))
-                names->members.resize(std::size_t(member.bit) + 1);
-            names->members[std::size_t(member.bit)] = member.name.toUtf8().toStdString();
-        }
-        known.push_back(std::move(names));
-        return *known.back();
-    }
-
     // A record's elements and attributes into the byte writer.
     struct Utf8 {
         Bytes& bytes;
-        const Utf8Names& names;
+        const RecordType& type;
         std::string_view Name(const MemberDescription& member) const
         {
-            return names.members[std::size_t(member.bit)];
+            return type.xmlMemberNames[std::size_t(member.bit)];
         }
         void Start(const Record& record)
         {
             const QString& name = record.GetObjectName();
-            if (name == names.type->name)
-                bytes.StartElement(names.name);
+            if (name == type.description.name)
+                bytes.StartElement(type.xmlName);
             else
                 bytes.StartElement(name);
         }
@@ -169,35 +144,38 @@ struct RecordXmlWriting {
             return true;
         }
     };
-    static Utf8 Out(Bytes& writer, const Record& record)
-    {
-        return Utf8{writer, NamesOf(record.m_type.description)};
-    }
+    static Utf8 Out(Bytes& writer, const Record& record) { return Utf8{writer, record.m_type}; }
 
     // A child record: through the virtual where the writer is the caller's.
     static void Child(const Record& child, Stream& writer) { child.GetXml(writer.writer); }
     static void Child(const Record& child, Bytes& writer) { Element(child, writer); }
 
-    // Whether the byte writer writes every name of the record type as QXmlStreamWriter does.
-    // The tables are fixed: each is looked at once per thread.
-    static bool PlainNames(const RecordDescription& type)
+    // Whether the byte writer writes every name of the record type, and of the types it
+    // holds, as QXmlStreamWriter does. A few dozen names, looked at once per document.
+    static bool PlainNames(const RecordDescription& type,
+                           std::vector<const RecordDescription*>& seen)
     {
-        thread_local std::vector<const RecordDescription*> plain;
-        if (std::find(plain.begin(), plain.end(), &type) != plain.end())
-            return true;
-        // Taken as plain while its members are looked at: a type that holds itself ends there.
-        plain.push_back(&type);
-        bool names = Bytes::PlainName(type.name);
+        if (std::find(seen.begin(), seen.end(), &type) != seen.end())
+            return true; // a type that holds itself is being looked at already
+        seen.push_back(&type);
+        if (!Bytes::PlainName(type.name))
+            return false;
         for (const MemberDescription& member : type.members) {
-            names = names && Bytes::PlainName(member.name);
+            if (!Bytes::PlainName(member.name))
+                return false;
             if (member.enumeration)
                 for (const QString& name : member.enumeration->names)
-                    names = names && Bytes::PlainName(name);
-            names = names && (!member.nested || PlainNames(*member.nested()));
+                    if (!Bytes::PlainName(name))
+                        return false;
+            if (member.nested && !PlainNames(*member.nested(), seen))
+                return false;
         }
-        if (!names)
-            plain.erase(std::find(plain.begin(), plain.end(), &type), plain.end());
-        return names;
+        return true;
+    }
+    static bool PlainNames(const RecordDescription& type)
+    {
+        std::vector<const RecordDescription*> seen;
+        return PlainNames(type, seen);
     }
 
     template <class Writer> static void Element(const Record& record, Writer& writer);
