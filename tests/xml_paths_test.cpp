@@ -3,6 +3,7 @@
 // every document of the repository, generated ones and mutations of both through each way
 // and compare record, reports, findings and entries with their positions.
 
+#include "RepositoryDocuments.h"
 #include "XmlPathsCompare.h"
 
 #include <Documents.h>
@@ -23,58 +24,19 @@ using xmlpathscompare::Options;
 
 namespace {
 
-QByteArray FileBytes(const QString& path)
-{
-    QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
-}
-
 QByteArray Example(const char* name)
 {
-    return FileBytes(QStringLiteral(KVT317_SOURCE_DIR "/examples/") + QLatin1String(name));
+    return repository::FileBytes(QStringLiteral(KVT317_SOURCE_DIR "/examples/") +
+                                 QLatin1String(name));
 }
 
-// The documents tests and tool tests write inline, from a root start tag to its end tag,
-// with the C escapes of string literals undone.
-void Embedded(const QByteArray& source, std::vector<QByteArray>& documents)
-{
-    for (const char* root : {"KVT317_Settings", "BearingSettings", "KVT317SettingsDetail"}) {
-        const QByteArray start = QByteArray("<") + root, end = QByteArray("</") + root + ">";
-        for (int from = source.indexOf(start); from >= 0; from = source.indexOf(start, from + 1)) {
-            const int to = source.indexOf(end, from);
-            if (to < 0)
-                break;
-            QByteArray document = source.mid(from, to + end.size() - from);
-            document.replace("\\\"", "\"").replace("\\n", "\n").replace("\\r", "\r");
-            documents.push_back(document.replace("\\t", "\t"));
-        }
-    }
-}
-
-// Every XML document of the repository: files, the XML fuzz corpora (whose first byte
-// chooses the target's options; the rest is the document) and documents written inline.
+// Every XML document of the repository: files, the XML fuzz corpora and documents written
+// inline.
 std::vector<QByteArray> RepositoryDocuments()
 {
-    std::vector<QByteArray> documents;
-    const QString root = QStringLiteral(KVT317_SOURCE_DIR);
-    for (const char* folder : {"examples", "tests", "tools", "schema", "fuzz/corpus"}) {
-        QDirIterator it(root + "/" + folder, QDir::Files, QDirIterator::Subdirectories);
-        while (it.hasNext()) {
-            const QString path = it.next();
-            const bool corpus = path.contains(QLatin1String("/fuzz/corpus/"));
-            if (corpus && (path.contains(QLatin1String("_xml/")) ||
-                           path.contains(QLatin1String("/roundtrip/")))) {
-                const QByteArray input = FileBytes(path);
-                documents.push_back(input.mid(1));
-            } else if (path.endsWith(QLatin1String(".xml"))) {
-                documents.push_back(FileBytes(path));
-            } else if (path.endsWith(QLatin1String(".cpp")) ||
-                       path.endsWith(QLatin1String(".sh"))) {
-                Embedded(FileBytes(path), documents);
-            }
-        }
-    }
-    return documents;
+    repository::DocumentSet set;
+    set.inlineDocuments = true;
+    return repository::XmlDocuments(set);
 }
 
 // The record kind a document's root names; 0 when none.

@@ -1,3 +1,4 @@
+#include "RepositoryDocuments.h"
 #include "XmlTokenCompare.h"
 
 #include <Documents.h>
@@ -202,45 +203,15 @@ TEST(XmlTokenizer, FallsBackOnWhatItDoesNotHandle)
 
 namespace {
 
-// The documents that tests and tool tests write inline: from a root start tag to its end tag,
-// as they stand and with the C escapes of string literals undone.
-void Embedded(const QByteArray& source, std::vector<QByteArray>& documents)
-{
-    for (const char* root : {"KVT317_Settings", "BearingSettings", "KVT317SettingsDetail"}) {
-        const QByteArray start = QByteArray("<") + root, end = QByteArray("</") + root + ">";
-        for (int from = source.indexOf(start); from >= 0; from = source.indexOf(start, from + 1)) {
-            const int to = source.indexOf(end, from);
-            if (to < 0)
-                break;
-            QByteArray document = source.mid(from, to + end.size() - from);
-            documents.push_back(document);
-            document.replace("\\\"", "\"")
-                .replace("\\n", "\n")
-                .replace("\\r", "\r")
-                .replace("\\t", "\t");
-            documents.push_back("<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n" + document + "\n");
-        }
-    }
-}
-
+// Every document of the repository: files, every corpus input whole, and the documents tests
+// and tool tests write inline, as they stand and with their C escapes undone.
 std::vector<QByteArray> Documents()
 {
-    std::vector<QByteArray> documents;
-    const QString root = QStringLiteral(KVT317_SOURCE_DIR);
-    for (const char* folder : {"examples", "tests", "tools", "schema", "fuzz/corpus"}) {
-        QDirIterator it(root + "/" + folder, QDir::Files, QDirIterator::Subdirectories);
-        while (it.hasNext()) {
-            const QString path = it.next();
-            QFile file(path);
-            if (!file.open(QIODevice::ReadOnly))
-                continue;
-            if (path.endsWith(".xml") || path.contains("/fuzz/corpus/"))
-                documents.push_back(file.readAll());
-            else if (path.endsWith(".cpp") || path.endsWith(".sh"))
-                Embedded(file.readAll(), documents);
-        }
-    }
-    return documents;
+    repository::DocumentSet set;
+    set.everyCorpusInputWhole = true;
+    set.inlineDocuments = true;
+    set.inlineAsWrittenToo = true;
+    return repository::XmlDocuments(set);
 }
 
 QByteArray Mutated(const QByteArray& document, std::mt19937& random)
