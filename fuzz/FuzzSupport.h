@@ -76,33 +76,42 @@ inline bool Load(REPORTGENERATOR::IRGObject& record, const QByteArray& document,
                                     : LoadBinary(record, document, variant);
 }
 
-// Whether a number member, here or in a child or list item, holds NaN, which by the
-// records' equality rule equals nothing, itself included.
-inline bool HoldsNaN(const KVT317XML::Record& record)
+// Whether a set member of the record, or of a record it holds, passes `test` (its kind and
+// its text).
+template <class Test> bool AnySetMember(const KVT317XML::Record& record, Test test)
 {
     using KVT317XML::MemberKind;
     for (const KVT317XML::MemberDescription& member : record.GetDescription().members) {
-        switch (member.kind) {
-        case MemberKind::Float:
-        case MemberKind::Double:
-            if (record.IsMemberSet(member.bit) &&
-                std::isnan(record.MemberText(member.bit).toDouble()))
+        if (member.kind == MemberKind::Record) {
+            if (AnySetMember(*record.Child(member.bit), test))
                 return true;
-            break;
-        case MemberKind::Record:
-            if (HoldsNaN(*record.Child(member.bit)))
-                return true;
-            break;
-        case MemberKind::RecordList:
+        } else if (member.kind == MemberKind::RecordList) {
             for (int i = 0; i < record.ListSize(member.bit); ++i)
-                if (HoldsNaN(*record.ListItem(member.bit, i)))
+                if (AnySetMember(*record.ListItem(member.bit, i), test))
                     return true;
-            break;
-        default:
-            break;
+        } else if (record.IsMemberSet(member.bit) &&
+                   test(member.kind, record.MemberText(member.bit))) {
+            return true;
         }
     }
     return false;
+}
+
+// A NaN reads back as NaN, but never compares equal.
+inline bool HoldsNaN(const KVT317XML::Record& record)
+{
+    return AnySetMember(record, [](KVT317XML::MemberKind kind, const QString& text) {
+        return (kind == KVT317XML::MemberKind::Float || kind == KVT317XML::MemberKind::Double) &&
+               std::isnan(text.toDouble());
+    });
+}
+
+// The binary form reads a text as QString::fromUtf8 does, which drops a leading U+FEFF.
+inline bool HoldsTextOpeningWithByteOrderMark(const KVT317XML::Record& record)
+{
+    return AnySetMember(record, [](KVT317XML::MemberKind kind, const QString& text) {
+        return kind == KVT317XML::MemberKind::Text && text.startsWith(QChar(0xFEFF));
+    });
 }
 
 // A new record of one of the three kinds the targets read.

@@ -275,3 +275,28 @@ TEST(BinaryPaths, AStreamThatFailedBeforeReadsNoEntries)
                                         "occurred during processing of binary representation");
     }
 }
+
+// A text is read from its UTF-8 bytes as QString::fromUtf8 reads them, which drops a leading
+// U+FEFF, on every path; XML keeps it, so such a text does not come back from the binary form.
+TEST(BinaryPaths, ATextOpeningWithAByteOrderMarkLosesItAsFromUtf8Does)
+{
+    // A detail frame of 17 bytes: its Name, 5 bytes: U+FEFF in UTF-8, then "AB".
+    const QByteArray document = Hex("F9EA215700000011"
+                                    "58D44D6600000009"
+                                    "00000005EFBBBF4142");
+    for (const paths::Path path :
+         {paths::Path::Bytes, paths::Path::Stream, paths::Path::Sequential}) {
+        const paths::Outcome outcome = paths::Load(2, document, path, false, false);
+        EXPECT_TRUE(outcome.loaded);
+        EXPECT_TRUE(outcome.xml.contains(QStringLiteral("<KVT317SettingsDetail Name=\"AB\">")))
+            << outcome.xml.toStdString();
+    }
+    KVT317XML::KVT317SettingsDetail detail;
+    ASSERT_TRUE(
+        detail.SetXmlString(QStringLiteral("<KVT317SettingsDetail Name=\"\uFEFFAB\"/>"), true));
+    EXPECT_EQ(detail.GetName(), QString(QChar(0xFEFF)) + QStringLiteral("AB"));
+    KVT317XML::KVT317SettingsDetail copy;
+    QByteArray bytes = detail.GetBinaryRepresentationAsQByteArray();
+    ASSERT_TRUE(copy.SetBinaryRepresentation(bytes));
+    EXPECT_EQ(copy.GetName(), QStringLiteral("AB"));
+}
