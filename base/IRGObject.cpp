@@ -8,10 +8,14 @@
 namespace REPORTGENERATOR {
 
 namespace {
-const std::shared_ptr<Logger>& DefaultLogger()
+// What a record holds for the process-wide default logger: the same object, without a share
+// of its ownership, so that making, copying and destroying records takes no reference count
+// on it (Logger::Default() keeps it alive). Made when the library loads, before any record.
+const std::shared_ptr<Logger> defaultLogger(std::shared_ptr<Logger>(), Logger::Default().get());
+
+const std::shared_ptr<Logger>& DefaultLogger() noexcept
 {
-    static const std::shared_ptr<Logger> logger = Logger::Default();
-    return logger;
+    return defaultLogger;
 }
 } // namespace
 
@@ -29,6 +33,14 @@ IRGObject::IRGObject(ObjectTypes type)
 IRGObject::IRGObject(ObjectTypes type, const QString& objectName)
     : m_objectName(objectName)
     , m_objectType(type)
+    , m_logger(DefaultLogger())
+{
+}
+
+IRGObject::IRGObject(const IRGObject& other, const QString& objectName)
+    : m_objectName(objectName)
+    , m_objectType(other.m_objectType)
+    , m_validate(other.m_validate)
     , m_logger(DefaultLogger())
 {
 }
@@ -74,7 +86,7 @@ void IRGObject::SetLogger(std::shared_ptr<Logger> logger) const
 
 void IRGObject::ResetLogger() const
 {
-    IRGObject::SetLogger(Logger::Default());
+    IRGObject::SetLogger(DefaultLogger());
 }
 
 std::shared_ptr<Logger> IRGObject::GetLogger() const

@@ -214,6 +214,9 @@ protected:
     /// A record of the given type with its object name set, for the constructors of
     /// records, which set both at once.
     IRGObject(ObjectTypes type, const QString& objectName);
+    /// The start of a record's copy: @p other's type and switch, the object name, and the
+    /// default logger.
+    IRGObject(const IRGObject& other, const QString& objectName);
 
     /// Sets the record's object name; constructors of concrete records call it.
     virtual void SetObjectName(const QString& name);
@@ -305,6 +308,18 @@ protected:
     const std::shared_ptr<Logger>& ReportLogger() const noexcept;
     /// The switch without a virtual call, for comparisons.
     bool CurrentValidate() const noexcept { return m_validate; }
+    /// Sets the switch as SetValidate() does, without a virtual call.
+    void HoldValidate(bool validate) const noexcept
+    {
+        if (m_validate != validate)
+            m_validate = validate;
+    }
+    /// Sets the logger as SetLogger() does, without a virtual call.
+    void HoldLogger(const std::shared_ptr<Logger>& logger) const
+    {
+        if (m_logger != logger)
+            m_logger = logger;
+    }
     /// The logger without taking a reference, for comparisons.
     const Logger* CurrentLogger() const noexcept { return m_logger.get(); }
     /// The record's own logger, whatever it reports to during a call of ReportingAs.

@@ -110,11 +110,11 @@ void Record::SettleChildren(bool deep) const
     const auto hand = [&](Record& child) {
         bool changed = false;
         if ((pending & DownValidate) && child.CurrentValidate() != validate) {
-            child.IRGObject::SetValidate(validate);
+            child.HoldValidate(validate);
             changed = true;
         }
         if ((pending & DownLogger) && child.CurrentLogger() != logger.get()) {
-            child.IRGObject::SetLogger(logger);
+            child.HoldLogger(logger);
             changed = true;
         }
         if (child.m_type.children.empty())

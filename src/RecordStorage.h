@@ -137,9 +137,9 @@ struct RecordAccess {
     static void KeepSettings(Record& copy, const Record& source, quint8 keep = KeepBoth)
     {
         if (keep & KeepValidate)
-            copy.IRGObject::SetValidate(source.CurrentValidate());
+            copy.HoldValidate(source.CurrentValidate());
         if ((keep & KeepLogger) && copy.CurrentLogger() != source.CurrentLogger())
-            copy.IRGObject::SetLogger(source.OwnLogger());
+            copy.HoldLogger(source.OwnLogger());
         copy.m_down = source.m_down;
         // A setting not taken is the copy's own: its held records read it where they do
         // not hold it.
@@ -160,8 +160,10 @@ template <class T> void DetachKeeping(QVector<T>& items, quint8 keep)
     }
     const QVector<T> sources = items;
     items.detach();
-    for (int i = 0; i < items.size(); ++i)
-        RecordAccess::KeepSettings(items[i], sources.at(i), keep);
+    T* const copies = items.data();
+    const T* const from = sources.constData();
+    for (qsizetype i = 0, size = items.size(); i < size; ++i)
+        RecordAccess::KeepSettings(copies[i], from[i], keep);
 }
 
 template <class T> struct ListShare final : ListShareBase {
