@@ -73,9 +73,8 @@ void IRGObject::SetValidate(bool validate) const
 
 bool IRGObject::GetValidate() const
 {
-    if (const ReportingAs* as = ReportingAs::For(*this))
-        return as->Validate();
-    return m_validate;
+    const Operation& operation = Operation::OfThread();
+    return operation.heldRecord == this ? operation.heldValidate : m_validate;
 }
 
 void IRGObject::SetLogger(std::shared_ptr<Logger> logger) const
@@ -94,40 +93,10 @@ std::shared_ptr<Logger> IRGObject::GetLogger() const
     return ReportLogger();
 }
 
-namespace {
-// The innermost ReportingAs of the thread.
-const void*& CurrentReportingAs() noexcept
-{
-    return Operation::OfThread().reportingAs;
-}
-} // namespace
-
-IRGObject::ReportingAs::ReportingAs(const IRGObject& record, bool validate,
-                                    const std::shared_ptr<Logger>& logger)
-    : m_record(record)
-    , m_validate(validate)
-    , m_logger(logger)
-    , m_outer(static_cast<const ReportingAs*>(CurrentReportingAs()))
-{
-    CurrentReportingAs() = this;
-}
-
-IRGObject::ReportingAs::~ReportingAs()
-{
-    CurrentReportingAs() = m_outer;
-}
-
-const IRGObject::ReportingAs* IRGObject::ReportingAs::For(const IRGObject& record) noexcept
-{
-    const auto* as = static_cast<const ReportingAs*>(CurrentReportingAs());
-    return as && &as->m_record == &record ? as : nullptr;
-}
-
 const std::shared_ptr<Logger>& IRGObject::ReportLogger() const noexcept
 {
-    if (const ReportingAs* as = ReportingAs::For(*this))
-        return as->ReportLogger();
-    return m_logger;
+    const Operation& operation = Operation::OfThread();
+    return operation.heldRecord == this ? *operation.heldLogger : m_logger;
 }
 
 const QString& IRGObject::GetVersion() const

@@ -41,10 +41,11 @@ void Record::Follow() const
 // Every operation that works on held records first makes them read this record's switch
 // and logger. Nothing is written when they already do, so that const operations on one
 // record can run on several threads at once. A record called by the record that holds it
-// reports with the holder's settings (ReportingAs) and passes those on.
+// reports with the holder's settings (a held scope) and passes those on.
 void Record::PassDown() const
 {
-    if (m_type.children.empty() || !HasStorage() || ReportingAs::For(*this))
+    if (m_type.children.empty() || !HasStorage() ||
+        REPORTGENERATOR::Operation::OfThread().heldRecord == this)
         return;
     MarkPending();
 }

@@ -70,7 +70,7 @@ void Record::GetXml(QXmlStreamWriter& writer) const
                 ReportIncomplete(member);
             if (set) {
                 const ReadContext::Scope scope(context, *member.nested(), member.bit, -1);
-                const ReportingAs as = Reporting(child);
+                const HeldScope as = Reporting(child);
                 child.GetXml(writer);
             }
         } else if (row.list) {
@@ -80,7 +80,7 @@ void Record::GetXml(QXmlStreamWriter& writer) const
                     ReportIncomplete(member);
                 if (set) {
                     const ReadContext::Scope scope(context, *member.nested(), member.bit, i);
-                    const ReportingAs as = Reporting(item);
+                    const HeldScope as = Reporting(item);
                     item.GetXml(writer);
                 }
             }
@@ -278,7 +278,7 @@ template <class Reader> void RecordXmlReading::Member(Record& record, Reader& re
             {
                 const ReadContext::Scope scope(context, *member.nested(), bit, -1);
                 Record& child = RecordAt(row, value, 0);
-                const Record::ReportingAs as = record.Reporting(child);
+                const Record::HeldScope as = record.Reporting(child);
                 Child(child, reader);
             }
             record.MarkSet(bit);
@@ -289,7 +289,7 @@ template <class Reader> void RecordXmlReading::Member(Record& record, Reader& re
                                                  row.valueOffset) -
                                   1;
                 const ReadContext::Scope scope(context, *member.nested(), bit, index);
-                const Record::ReportingAs as = record.Reporting(item);
+                const Record::HeldScope as = record.Reporting(item);
                 Child(item, reader);
             } catch (...) {
                 row.list->popBack(reinterpret_cast<char*>(&record.MutableStorage()) +
