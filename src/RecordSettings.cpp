@@ -125,8 +125,10 @@ void Record::SettleChildren(bool deep) const
         if (changed)
             child.PassDown();
         // Where nothing shares its held records, they take the settings now too: a const
-        // reference handed out later then writes nothing.
-        if (child.OwnsChildren())
+        // reference handed out later then writes nothing. A shared storage block, the usual
+        // case right after a copy, is told without a call.
+        const StorageBlock* const held = child.d.constData();
+        if (held && held->ref.loadRelaxed() == 1 && child.OwnsChildren())
             child.SettleChildren(deep);
     };
     for (const int bit : m_type.children) {

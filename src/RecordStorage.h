@@ -133,12 +133,11 @@ struct RecordAccess {
     static constexpr quint8 KeepBoth = Record::DownBoth;
     // A copy made inside the engine (a storage block or a list copied before a write) reads
     // the switch and logger its source read: copying is never seen. Only the settings in
-    // `keep` are taken; the caller hands the others down at once.
+    // `keep` are taken; the caller hands the others down at once. The copy constructor has
+    // given the copy its source's switch already.
     static void KeepSettings(Record& copy, const Record& source, quint8 keep = KeepBoth)
     {
-        if (keep & KeepValidate)
-            copy.HoldValidate(source.CurrentValidate());
-        if ((keep & KeepLogger) && copy.CurrentLogger() != source.CurrentLogger())
+        if (keep & KeepLogger)
             copy.HoldLogger(source.OwnLogger());
         copy.m_down = source.m_down;
         // A setting not taken is the copy's own: its held records read it where they do
