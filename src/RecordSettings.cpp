@@ -138,6 +138,9 @@ void Record::SettleChildren(bool deep) const
             hand(RecordAt(row, slot, 0));
             continue;
         }
+        // Items copied now take the settings as they are copied.
+        if (row.list->detachHanding(slot, validate, logger, deep))
+            continue;
         // The copies keep only what is not handed to them next.
         row.list->detach(slot, static_cast<quint8>(DownBoth & ~pending));
         const int size = row.list->size(slot);

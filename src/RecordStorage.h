@@ -145,6 +145,12 @@ struct RecordAccess {
         if (keep != KeepBoth)
             copy.MarkPending();
     }
+    // A copy just made for a holder that settles its held records takes the holder's switch
+    // and logger, as Record::SettleChildren hands them to every held record.
+    // @p object is logger.get(), read once for all copies.
+    static void HandToCopy(Record& copy, bool validate,
+                           const std::shared_ptr<REPORTGENERATOR::Logger>& logger,
+                           const REPORTGENERATOR::Logger* object, bool deep);
 };
 
 // Copies the items when they are shared; each copy keeps the settings of its source that
@@ -218,6 +224,10 @@ struct ListOps {
     void* (*defaultItem)(void* slot); // the item type's object
     void* (*items)(void* slot);       // the QVector of items
     Record& (*defaultRecord)(void* slot);
+    // Copies items that another list shares, handing each copy the switch and logger
+    // (RecordAccess::HandToCopy); false, doing nothing, unless the items are plainly shared.
+    bool (*detachHanding)(void* slot, bool validate,
+                          const std::shared_ptr<REPORTGENERATOR::Logger>& logger, bool deep);
 };
 
 // One row of a record's member table: the public description, the declared default, and
@@ -406,6 +416,31 @@ inline Record& RecordAt(const MemberRow& row, void* base, std::ptrdiff_t offset)
     return At<Record>(base, offset + row.recordBase);
 }
 
+inline void RecordAccess::HandToCopy(Record& copy, bool validate,
+                                     const std::shared_ptr<REPORTGENERATOR::Logger>& logger,
+                                     const REPORTGENERATOR::Logger* object, bool deep)
+{
+    bool changed = false;
+    if (copy.CurrentValidate() != validate) {
+        copy.HoldValidate(validate);
+        changed = true;
+    }
+    if (copy.CurrentLogger() != object) {
+        copy.HoldLogger(logger);
+        changed = true;
+    }
+    // A copy that shares its storage with its source, the usual case, and keeps its
+    // settings has nothing more to do.
+    const StorageBlock* const held = copy.d.constData();
+    const bool owned = held && held->ref.loadRelaxed() == 1;
+    if (!(changed || owned) || copy.m_type.children.empty())
+        return;
+    if (changed)
+        copy.PassDown();
+    if (owned && copy.OwnsChildren())
+        copy.SettleChildren(deep);
+}
+
 // ---- Declaring members ----------------------------------------------------------------
 
 namespace detail {
@@ -503,6 +538,20 @@ template <class T> const ListOps& ListOpsOf()
         [](void* s) -> void* { return &static_cast<Slot*>(s)->def; },
         [](void* s) -> void* { return const_cast<QVector<T>*>(&static_cast<Slot*>(s)->Body()); },
         [](void* s) -> Record& { return static_cast<Slot*>(s)->def; },
+        [](void* s, bool validate, const std::shared_ptr<REPORTGENERATOR::Logger>& logger,
+           bool deep) {
+            Slot& slot = *static_cast<Slot*>(s);
+            if (slot.share || slot.items.isDetached())
+                return false;
+            if (SeparateCopiesAt(slot.items.constData(), true) && slot.items.isDetached())
+                return false; // the copies took items of their own; these stay in place
+            slot.items.detach();
+            T* const copies = slot.items.data();
+            const REPORTGENERATOR::Logger* const object = logger.get();
+            for (qsizetype i = 0, size = slot.items.size(); i < size; ++i)
+                RecordAccess::HandToCopy(copies[i], validate, logger, object, deep);
+            return true;
+        },
     };
     return ops;
 }
