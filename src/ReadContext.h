@@ -150,7 +150,7 @@ private:
     SourcePlaces* m_places;
     const bool m_entries;
     ReadContext* m_outer;
-    REPORTGENERATOR::ReadTap::Scope m_tapScope;
+    REPORTGENERATOR::ReadTap* m_outerTap; // the thread's listener before this one
     ReadPath m_path;
     std::vector<const RecordDescription*> m_records;
     std::vector<Frame> m_frames;
