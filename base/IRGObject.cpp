@@ -8,10 +8,14 @@
 namespace REPORTGENERATOR {
 
 namespace {
-const std::shared_ptr<Logger>& DefaultLogger()
+// What a record holds for the process-wide default logger: the same object, without a share
+// of its ownership, so that making, copying and destroying records takes no reference count
+// on it (Logger::Default() keeps it alive). Made when the library loads, before any record.
+const std::shared_ptr<Logger> defaultLogger(std::shared_ptr<Logger>(), Logger::Default().get());
+
+const std::shared_ptr<Logger>& DefaultLogger() noexcept
 {
-    static const std::shared_ptr<Logger> logger = Logger::Default();
-    return logger;
+    return defaultLogger;
 }
 } // namespace
 
@@ -29,6 +33,14 @@ IRGObject::IRGObject(ObjectTypes type)
 IRGObject::IRGObject(ObjectTypes type, const QString& objectName)
     : m_objectName(objectName)
     , m_objectType(type)
+    , m_logger(DefaultLogger())
+{
+}
+
+IRGObject::IRGObject(const IRGObject& other, const QString& objectName)
+    : m_objectName(objectName)
+    , m_objectType(other.m_objectType)
+    , m_validate(other.m_validate)
     , m_logger(DefaultLogger())
 {
 }
@@ -61,9 +73,8 @@ void IRGObject::SetValidate(bool validate) const
 
 bool IRGObject::GetValidate() const
 {
-    if (const ReportingAs* as = ReportingAs::For(*this))
-        return as->Validate();
-    return m_validate;
+    const Operation& operation = Operation::OfThread();
+    return operation.heldRecord == this ? operation.heldValidate : m_validate;
 }
 
 void IRGObject::SetLogger(std::shared_ptr<Logger> logger) const
@@ -74,7 +85,7 @@ void IRGObject::SetLogger(std::shared_ptr<Logger> logger) const
 
 void IRGObject::ResetLogger() const
 {
-    IRGObject::SetLogger(Logger::Default());
+    IRGObject::SetLogger(DefaultLogger());
 }
 
 std::shared_ptr<Logger> IRGObject::GetLogger() const
@@ -82,40 +93,10 @@ std::shared_ptr<Logger> IRGObject::GetLogger() const
     return ReportLogger();
 }
 
-namespace {
-// The innermost ReportingAs of the thread.
-const void*& CurrentReportingAs() noexcept
-{
-    return Operation::OfThread().reportingAs;
-}
-} // namespace
-
-IRGObject::ReportingAs::ReportingAs(const IRGObject& record, bool validate,
-                                    const std::shared_ptr<Logger>& logger)
-    : m_record(record)
-    , m_validate(validate)
-    , m_logger(logger)
-    , m_outer(static_cast<const ReportingAs*>(CurrentReportingAs()))
-{
-    CurrentReportingAs() = this;
-}
-
-IRGObject::ReportingAs::~ReportingAs()
-{
-    CurrentReportingAs() = m_outer;
-}
-
-const IRGObject::ReportingAs* IRGObject::ReportingAs::For(const IRGObject& record) noexcept
-{
-    const auto* as = static_cast<const ReportingAs*>(CurrentReportingAs());
-    return as && &as->m_record == &record ? as : nullptr;
-}
-
 const std::shared_ptr<Logger>& IRGObject::ReportLogger() const noexcept
 {
-    if (const ReportingAs* as = ReportingAs::For(*this))
-        return as->ReportLogger();
-    return m_logger;
+    const Operation& operation = Operation::OfThread();
+    return operation.heldRecord == this ? *operation.heldLogger : m_logger;
 }
 
 const QString& IRGObject::GetVersion() const

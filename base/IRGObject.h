@@ -4,6 +4,7 @@
 #include "LogLevel.h"
 #include "Logger.h"
 #include "ObjectTypes.h"
+#include "Operation.h"
 #include "RGException.h"
 #include "ReadTap.h"
 #include "ReportBaseExport.h"
@@ -214,6 +215,9 @@ protected:
     /// A record of the given type with its object name set, for the constructors of
     /// records, which set both at once.
     IRGObject(ObjectTypes type, const QString& objectName);
+    /// The start of a record's copy: @p other's type and switch, the object name, and the
+    /// default logger.
+    IRGObject(const IRGObject& other, const QString& objectName);
 
     /// Sets the record's object name; constructors of concrete records call it.
     virtual void SetObjectName(const QString& name);
@@ -272,42 +276,26 @@ public:
     int skipCurrentElement(QDataStream& stream, int length, int tag) const;
 
 protected:
-    /// @brief While a record works on a record it holds (a child, a list item), the held
-    /// record reports with the holder's switch and logger: GetValidate(), GetLogger() and
-    /// its reports read these instead of its own for the duration of the call. One per
-    /// call into a held record, on the caller's thread; nested calls name their own.
-    class REPORTBASE_EXPORT ReportingAs
-    {
-    public:
-        /// Names @p validate and @p logger as what @p record reports with until this object
-        /// is destroyed. @p logger must outlive this object.
-        ReportingAs(const IRGObject& record, bool validate, const std::shared_ptr<Logger>& logger);
-        /// Puts back what the record reported with before.
-        ~ReportingAs();
-        ReportingAs(const ReportingAs&) = delete;
-        ReportingAs& operator=(const ReportingAs&) = delete;
-
-        /// The switch and logger the record reports with in the current call, if named.
-        static const ReportingAs* For(const IRGObject& record) noexcept;
-        /// The switch the record reports with in this call.
-        bool Validate() const noexcept { return m_validate; }
-        /// The logger the record reports to in this call.
-        const std::shared_ptr<Logger>& ReportLogger() const noexcept { return m_logger; }
-
-    private:
-        const IRGObject& m_record;
-        bool m_validate;
-        const std::shared_ptr<Logger>& m_logger;
-        const ReportingAs* m_outer;
-    };
-
-    /// The logger the record reports to now: the holder's during a call of ReportingAs.
+    /// The logger the record reports to now: the holder's while the engine works on the
+    /// record for the record that holds it (Operation::HeldScope).
     const std::shared_ptr<Logger>& ReportLogger() const noexcept;
     /// The switch without a virtual call, for comparisons.
     bool CurrentValidate() const noexcept { return m_validate; }
+    /// Sets the switch as SetValidate() does, without a virtual call.
+    void HoldValidate(bool validate) const noexcept
+    {
+        if (m_validate != validate)
+            m_validate = validate;
+    }
+    /// Sets the logger as SetLogger() does, without a virtual call.
+    void HoldLogger(const std::shared_ptr<Logger>& logger) const
+    {
+        if (m_logger != logger)
+            m_logger = logger;
+    }
     /// The logger without taking a reference, for comparisons.
     const Logger* CurrentLogger() const noexcept { return m_logger.get(); }
-    /// The record's own logger, whatever it reports to during a call of ReportingAs.
+    /// The record's own logger, whatever it reports to for its holder.
     const std::shared_ptr<Logger>& OwnLogger() const noexcept { return m_logger; }
     /// Writes the exception's message to the logger at @p level.
     void Trace(LogLevel level, const RGException& exception) const;

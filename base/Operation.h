@@ -4,8 +4,12 @@
 
 #include <QtGlobal>
 
+#include <memory>
+
 namespace REPORTGENERATOR {
 
+class IRGObject;
+class Logger;
 class ReadTap;
 class TextRefusal;
 
@@ -13,13 +17,15 @@ class TextRefusal;
 ///
 /// Not part of the interface applications use. A whole-document operation, a check or a
 /// call into a held record installs what it brings here for its run, and puts back what
-/// stood before when it ends, so that the record code below it finds the state without it
-/// being handed through every virtual operation, whose signatures are fixed. The one
-/// thread-local object of the libraries.
+/// stood before when it ends. The engine hands it on by reference; the virtual operations,
+/// whose signatures are fixed, join the one of their thread. The one thread-local object
+/// of the libraries.
 struct REPORTBASE_EXPORT Operation {
-    /// The innermost call into a held record that reports with its holder's switch and
-    /// logger (IRGObject::ReportingAs), or null.
-    const void* reportingAs = nullptr;
+    /// The held record the engine works on for its holder, or null: it reports with
+    /// heldValidate and *heldLogger, its holder's, instead of its own.
+    const IRGObject* heldRecord = nullptr;
+    bool heldValidate = false;
+    const std::shared_ptr<Logger>* heldLogger = nullptr;
     /// The reports held until the document being loaded is known to be good, or null.
     void* heldReports = nullptr;
     /// The listener to the reading, or null.
@@ -43,6 +49,39 @@ struct REPORTBASE_EXPORT Operation {
 
     /// The calling thread's.
     static Operation& OfThread() noexcept;
+
+    /// While the engine works on a record it holds (a child, a list item), the held record
+    /// reports with the holder's switch and logger; the one before comes back after.
+    class HeldScope
+    {
+    public:
+        /// @p logger must outlive the scope.
+        HeldScope(Operation& operation, const IRGObject& record, bool validate,
+                  const std::shared_ptr<Logger>& logger) noexcept
+            : m_operation(operation)
+            , m_record(operation.heldRecord)
+            , m_validate(operation.heldValidate)
+            , m_logger(operation.heldLogger)
+        {
+            operation.heldRecord = &record;
+            operation.heldValidate = validate;
+            operation.heldLogger = &logger;
+        }
+        ~HeldScope()
+        {
+            m_operation.heldRecord = m_record;
+            m_operation.heldValidate = m_validate;
+            m_operation.heldLogger = m_logger;
+        }
+        HeldScope(const HeldScope&) = delete;
+        HeldScope& operator=(const HeldScope&) = delete;
+
+    private:
+        Operation& m_operation;
+        const IRGObject* m_record;
+        bool m_validate;
+        const std::shared_ptr<Logger>* m_logger;
+    };
 };
 
 } // namespace REPORTGENERATOR

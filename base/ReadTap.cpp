@@ -22,17 +22,6 @@ ReadTap* ReadTap::Current() noexcept
     return CurrentTap();
 }
 
-ReadTap::Scope::Scope(ReadTap& tap)
-    : m_outer(CurrentTap())
-{
-    CurrentTap() = &tap;
-}
-
-ReadTap::Scope::~Scope()
-{
-    CurrentTap() = m_outer;
-}
-
 void ReadTap::BeginXml(QStringView source)
 {
     m_endLine = 1;

@@ -19,7 +19,8 @@ class RGException;
 /// @brief Listens to the reading of documents on one thread: the reports made meanwhile,
 /// document faults with their place, and the tokens the reading loops pass over.
 ///
-/// A tap is installed for a scope with ReadTap::Scope. The records' located reading builds
+/// A tap listens while it stands in the thread's operation (Operation::tap), where the
+/// records' located reading puts itself for the run of a load. That reading builds
 /// on it; applications use KVT317XML::ReadObserver instead. Without a tap the reading code
 /// costs what it always did: it looks for a tap once per record.
 ///
@@ -66,22 +67,6 @@ public:
 
     /// The tap of the calling thread, or null.
     static ReadTap* Current() noexcept;
-
-    /// Installs a tap on the calling thread for the scope's life; the one before comes back
-    /// after it.
-    class REPORTBASE_EXPORT Scope
-    {
-    public:
-        /// Makes @p tap the calling thread's tap.
-        explicit Scope(ReadTap& tap);
-        /// Puts the tap before back.
-        ~Scope();
-        Scope(const Scope&) = delete;
-        Scope& operator=(const Scope&) = delete;
-
-    private:
-        ReadTap* m_outer;
-    };
 
     /// @name Positions, kept by the base's reading loops
     ///@{

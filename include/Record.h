@@ -298,13 +298,15 @@ private:
     bool HoldAlready(quint8 settings) const;
     void Held(quint8 settings) const;
     void FollowSharedStorage(const Record& other, bool fresh = false);
-    REPORTGENERATOR::IRGObject::ReportingAs Reporting(const Record& held) const
+    using HeldScope = REPORTGENERATOR::Operation::HeldScope;
+    HeldScope Reporting(const Record& held) const
     {
-        return ReportingAs(held, GetValidate(), ReportLogger());
+        return HeldScope(REPORTGENERATOR::Operation::OfThread(), held, GetValidate(),
+                         ReportLogger());
     }
     // Whether a held record holds the switch and logger this record reports with now
     // (@p validate, @p logger): then it reports with its own, and a call into it needs no
-    // ReportingAs.
+    // held scope.
     static bool HoldsSettings(const Record& held, bool validate,
                               const REPORTGENERATOR::Logger* logger)
     {
@@ -314,7 +316,8 @@ private:
     // Reports
     void Report(REPORTGENERATOR::RGException& exception) const;
     void ReportCheck(const MemberDescription& member, bool noThrow) const;
-    void CheckHeld(ReadContext* context, const MemberDescription& member, int item,
+    void CheckIn(REPORTGENERATOR::Operation& operation, bool noThrow) const;
+    void CheckHeld(REPORTGENERATOR::Operation& operation, const MemberDescription& member, int item,
                    const Record& child, bool noThrow, bool validate,
                    const std::shared_ptr<REPORTGENERATOR::Logger>& logger) const;
     void ReportIncomplete(const MemberDescription& member) const;
@@ -335,8 +338,10 @@ private:
                      const QString& text) const;
 
     // Writing
-    bool WriteFrame(ByteSink& sink, int tag, bool withTag) const;
-    void WriteMemberEntry(ByteSink& sink, const MemberRow& row, const StorageBlock& block) const;
+    bool WriteFrame(REPORTGENERATOR::Operation& operation, ByteSink& sink, int tag,
+                    bool withTag) const;
+    void WriteMemberEntry(REPORTGENERATOR::Operation& operation, ByteSink& sink,
+                          const MemberRow& row, const StorageBlock& block) const;
 
     const RecordType& m_type;
     mutable QSharedDataPointer<StorageBlock> d;

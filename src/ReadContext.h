@@ -6,6 +6,7 @@
 #include "ReadObserver.h"
 #include "ReadText.h"
 
+#include <Operation.h>
 #include <ReadTap.h>
 
 #include <QXmlStreamReader>
@@ -31,6 +32,12 @@ public:
     static ReadContext* Current() noexcept
     {
         return observing.load(std::memory_order_relaxed) ? CurrentOfThread() : nullptr;
+    }
+
+    // The context of an operation the engine hands on, or null.
+    static ReadContext* Of(const REPORTGENERATOR::Operation& operation) noexcept
+    {
+        return static_cast<ReadContext*>(operation.readContext);
     }
 
     // ---- Where the engine is ------------------------------------------------------------
@@ -147,7 +154,7 @@ private:
     SourcePlaces* m_places;
     const bool m_entries;
     ReadContext* m_outer;
-    REPORTGENERATOR::ReadTap::Scope m_tapScope;
+    REPORTGENERATOR::ReadTap* m_outerTap; // the thread's listener before this one
     ReadPath m_path;
     std::vector<const RecordDescription*> m_records;
     std::vector<Frame> m_frames;

@@ -177,9 +177,10 @@ ReadContext::ReadContext(ReadObserver& observer, SourcePlaces* places)
     , m_places(places)
     , m_entries(observer.WantsEntries())
     , m_outer(static_cast<ReadContext*>(CurrentContext()))
-    , m_tapScope(*this)
+    , m_outerTap(REPORTGENERATOR::Operation::OfThread().tap)
 {
     CurrentContext() = this;
+    REPORTGENERATOR::Operation::OfThread().tap = this;
     ++observing;
 }
 
@@ -187,6 +188,7 @@ ReadContext::~ReadContext()
 {
     FlushPending();
     CurrentContext() = m_outer;
+    REPORTGENERATOR::Operation::OfThread().tap = m_outerTap;
     --observing;
 }
 

@@ -31,10 +31,10 @@ bool Plain(const QString& text)
 
 // Where a save runs, a text refused inside a held record is placed on the way out of it.
 // Records that hold no texts at any depth are not asked.
-REPORTGENERATOR::TextRefusal* RunningRefusal(const RecordType& held)
+REPORTGENERATOR::TextRefusal* RunningRefusal(const REPORTGENERATOR::Operation& operation,
+                                             const RecordType& held)
 {
-    return held.textFlags || !held.children.empty() ? REPORTGENERATOR::TextRefusal::Current()
-                                                    : nullptr;
+    return held.textFlags || !held.children.empty() ? operation.refusal : nullptr;
 }
 
 class Refusal
@@ -66,7 +66,7 @@ bool Record::GetBinary(QDataStream& stream, int tag, bool withTag) const
     if (!stream.device())
         return false;
     ByteSink sink(stream.byteOrder() == QDataStream::BigEndian);
-    const bool written = WriteFrame(sink, tag, withTag);
+    const bool written = WriteFrame(REPORTGENERATOR::Operation::OfThread(), sink, tag, withTag);
     const QByteArray bytes = sink.Take();
     if (bytes.isEmpty())
         return written;
@@ -82,17 +82,18 @@ bool Record::GetBinary(QDataStream& stream, int tag, bool withTag) const
     return written;
 }
 
-bool Record::WriteFrame(ByteSink& sink, int tag, bool withTag) const
+bool Record::WriteFrame(REPORTGENERATOR::Operation& operation, ByteSink& sink, int tag,
+                        bool withTag) const
 {
-    ReadContext* const context = ReadContext::Current();
+    ReadContext* const context = ReadContext::Of(operation);
     if (context && context->Depth() == 0) {
         // The record written first is the root of the paths its reports carry.
         const ReadContext::Scope scope(context, m_type.description, -1, -1);
-        return WriteFrame(sink, tag, withTag);
+        return WriteFrame(operation, sink, tag, withTag);
     }
     PassDown();
     if (GetValidate()) {
-        Check();
+        CheckIn(operation, false);
         if (!HasData())
             return false;
     }
@@ -107,22 +108,23 @@ bool Record::WriteFrame(ByteSink& sink, int tag, bool withTag) const
             // A nested record is its own frame, under the member's tag.
             if (set) {
                 const Record& child = RecordAt(row, &block, row.valueOffset);
-                const Refusal refusal(RunningRefusal(child.m_type));
+                const Refusal refusal(RunningRefusal(operation, child.m_type));
                 const ReadContext::Scope scope(context, *row.description.nested(),
                                                row.description.bit, -1);
-                const ReportingAs as = Reporting(child);
-                child.WriteFrame(sink, static_cast<int>(row.description.tag), true);
+                const HeldScope as(operation, child, GetValidate(), ReportLogger());
+                child.WriteFrame(operation, sink, static_cast<int>(row.description.tag), true);
                 refusal.Within([&child] { return child.GetObjectName(); });
             }
         } else if (set || row.description.AlwaysWritten()) {
-            WriteMemberEntry(sink, row, block);
+            WriteMemberEntry(operation, sink, row, block);
         }
     }
     sink.Patch(start);
     return true;
 }
 
-void Record::WriteMemberEntry(ByteSink& sink, const MemberRow& row, const StorageBlock& block) const
+void Record::WriteMemberEntry(REPORTGENERATOR::Operation& operation, ByteSink& sink,
+                              const MemberRow& row, const StorageBlock& block) const
 {
     const MemberDescription& member = row.description;
     sink.Int32(static_cast<qint32>(member.tag));
@@ -136,8 +138,8 @@ void Record::WriteMemberEntry(ByteSink& sink, const MemberRow& row, const Storag
         const qsizetype start = sink.BeginLength();
         sink.Int32(size);
         REPORTGENERATOR::TextRefusal* const running =
-            size > 0 ? RunningRefusal(row.list->item(slot, 0).m_type) : nullptr;
-        ReadContext* const context = ReadContext::Current();
+            size > 0 ? RunningRefusal(operation, row.list->item(slot, 0).m_type) : nullptr;
+        ReadContext* const context = ReadContext::Of(operation);
         if (block.isSet & (quint32(1) << member.bit))
             for (int i = 0; i < size; ++i) {
                 // The items that follow take about as much as the first.
@@ -145,8 +147,8 @@ void Record::WriteMemberEntry(ByteSink& sink, const MemberRow& row, const Storag
                 const Record& item = row.list->item(slot, i);
                 const Refusal refusal(running);
                 const ReadContext::Scope scope(context, *member.nested(), member.bit, i);
-                const ReportingAs as = Reporting(item);
-                item.WriteFrame(sink, static_cast<int>(member.tag), false);
+                const HeldScope as(operation, item, GetValidate(), ReportLogger());
+                item.WriteFrame(operation, sink, static_cast<int>(member.tag), false);
                 if (i == 0)
                     sink.Reserve((sink.Size() - before) * (size - 1) * 9 / 8 + 64);
                 refusal.Within([&item, i] {

@@ -312,7 +312,7 @@ template <class Input> void Record::ReadFrame(Input& input, int length)
             {
                 const ReadContext::Scope nested(context, *member->nested(), bit, -1);
                 Record& child = RecordAt(row, value, 0);
-                const ReportingAs as = Reporting(child);
+                const HeldScope as = Reporting(child);
                 child.ReadFrame(input, payload);
             }
             MarkSet(bit);
@@ -385,7 +385,7 @@ void Record::ReadList(const MemberRow& row, Input& input, int payload, qint64& r
             const ReadContext::Scope scope(
                 context, *row.description.nested(), row.description.bit,
                 row.list->size(reinterpret_cast<char*>(&MutableStorage()) + row.valueOffset) - 1);
-            const ReportingAs as = Reporting(item);
+            const HeldScope as = Reporting(item);
             item.ReadFrame(input, itemLength);
         } catch (...) {
             row.list->popBack(reinterpret_cast<char*>(&MutableStorage()) + row.valueOffset);

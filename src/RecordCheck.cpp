@@ -30,29 +30,35 @@ void Record::ReportIncomplete(const MemberDescription& member) const
 
 // A held record's check, with this record's switch and logger, in the held record's place
 // where an observer listens.
-void Record::CheckHeld(ReadContext* context, const MemberDescription& member, int item,
-                       const Record& child, bool noThrow, bool validate,
+void Record::CheckHeld(REPORTGENERATOR::Operation& operation, const MemberDescription& member,
+                       int item, const Record& child, bool noThrow, bool validate,
                        const std::shared_ptr<REPORTGENERATOR::Logger>& logger) const
 {
+    ReadContext* const context = ReadContext::Of(operation);
     if (!context && HoldsSettings(child, validate, logger.get())) {
-        child.Check(noThrow);
+        child.CheckIn(operation, noThrow);
         return;
     }
-    std::optional<ReportingAs> as;
+    std::optional<HeldScope> held;
     if (!HoldsSettings(child, validate, logger.get()))
-        as.emplace(child, validate, logger);
+        held.emplace(operation, child, validate, logger);
     const ReadContext::Scope scope(context, *member.nested(), member.bit, item);
-    child.Check(noThrow);
+    child.CheckIn(operation, noThrow);
 }
 
 void Record::Check(bool noThrow) const
 {
+    CheckIn(REPORTGENERATOR::Operation::OfThread(), noThrow);
+}
+
+void Record::CheckIn(REPORTGENERATOR::Operation& operation, bool noThrow) const
+{
     PassDown();
-    ReadContext* const context = ReadContext::Current();
+    ReadContext* const context = ReadContext::Of(operation);
     if (context && context->Depth() == 0) {
         // The record checked first is the root of the paths.
         const ReadContext::Scope scope(context, m_type.description, -1, -1);
-        Check(noThrow);
+        CheckIn(operation, noThrow);
         return;
     }
     const StorageBlock& block = ConstStorage();
@@ -79,12 +85,13 @@ void Record::Check(bool noThrow) const
         const MemberDescription& member = row.description;
         const void* value = reinterpret_cast<const char*>(&block) + row.valueOffset;
         if (row.asRecord) {
-            CheckHeld(context, member, -1, RecordAt(row, value, 0), noThrow, validate, logger);
+            CheckHeld(operation, member, -1, RecordAt(row, value, 0), noThrow, validate, logger);
         } else if (row.list) {
             if (!(block.isSet & (quint32(1) << member.bit)))
                 ReportCheck(member, noThrow);
             for (int i = 0; i < row.list->size(value); ++i)
-                CheckHeld(context, member, i, row.list->item(value, i), noThrow, validate, logger);
+                CheckHeld(operation, member, i, row.list->item(value, i), noThrow, validate,
+                          logger);
         } else if (faults & (quint32(1) << member.bit)) {
             ReportCheck(member, noThrow);
         }

@@ -41,10 +41,11 @@ void Record::Follow() const
 // Every operation that works on held records first makes them read this record's switch
 // and logger. Nothing is written when they already do, so that const operations on one
 // record can run on several threads at once. A record called by the record that holds it
-// reports with the holder's settings (ReportingAs) and passes those on.
+// reports with the holder's settings (a held scope) and passes those on.
 void Record::PassDown() const
 {
-    if (m_type.children.empty() || !HasStorage() || ReportingAs::For(*this))
+    if (m_type.children.empty() || !HasStorage() ||
+        REPORTGENERATOR::Operation::OfThread().heldRecord == this)
         return;
     MarkPending();
 }
@@ -110,11 +111,11 @@ void Record::SettleChildren(bool deep) const
     const auto hand = [&](Record& child) {
         bool changed = false;
         if ((pending & DownValidate) && child.CurrentValidate() != validate) {
-            child.IRGObject::SetValidate(validate);
+            child.HoldValidate(validate);
             changed = true;
         }
         if ((pending & DownLogger) && child.CurrentLogger() != logger.get()) {
-            child.IRGObject::SetLogger(logger);
+            child.HoldLogger(logger);
             changed = true;
         }
         if (child.m_type.children.empty())
@@ -124,8 +125,10 @@ void Record::SettleChildren(bool deep) const
         if (changed)
             child.PassDown();
         // Where nothing shares its held records, they take the settings now too: a const
-        // reference handed out later then writes nothing.
-        if (child.OwnsChildren())
+        // reference handed out later then writes nothing. A shared storage block, the usual
+        // case right after a copy, is told without a call.
+        const StorageBlock* const held = child.d.constData();
+        if (held && held->ref.loadRelaxed() == 1 && child.OwnsChildren())
             child.SettleChildren(deep);
     };
     for (const int bit : m_type.children) {
@@ -135,6 +138,9 @@ void Record::SettleChildren(bool deep) const
             hand(RecordAt(row, slot, 0));
             continue;
         }
+        // Items copied now take the settings as they are copied.
+        if (row.list->detachHanding(slot, validate, logger, deep))
+            continue;
         // The copies keep only what is not handed to them next.
         row.list->detach(slot, static_cast<quint8>(DownBoth & ~pending));
         const int size = row.list->size(slot);

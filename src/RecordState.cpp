@@ -167,15 +167,28 @@ Record::Record(const RecordType& type, const QString& name, qint64 id)
 }
 
 Record::Record(const Record& other, const QString& name, qint64 id)
-    : IRGObject(other.GetObjectType(), name)
+    : IRGObject(other, name)
     , m_type(other.m_type)
 {
     ShareOrCopy(other.d);
     m_id = id;
     // The copy takes the source's switch, and its own (the base's default) logger; its
     // children read both.
-    IRGObject::SetValidate(other.CurrentValidate());
-    FollowSharedStorage(other, true);
+    if (m_type.children.empty())
+        return;
+    // As FollowSharedStorage(other, true), written out: the engine copies every item of a
+    // list this way before it writes one.
+    const Down& source = other.m_down;
+    const quint8 held = source.held & ~source.pending;
+    quint8 pending = 0;
+    const StorageBlock* block = d.constData();
+    if (block && !block->virgin) {
+        if (!(held & DownValidate) || source.heldValidate != CurrentValidate())
+            pending |= DownValidate;
+        if (!(held & DownLogger) || source.heldLogger != CurrentLogger())
+            pending |= DownLogger;
+    }
+    m_down = Down{pending, held, source.heldValidate, source.heldLogger};
 }
 
 Record::~Record() = default;

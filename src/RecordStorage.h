@@ -133,19 +133,24 @@ struct RecordAccess {
     static constexpr quint8 KeepBoth = Record::DownBoth;
     // A copy made inside the engine (a storage block or a list copied before a write) reads
     // the switch and logger its source read: copying is never seen. Only the settings in
-    // `keep` are taken; the caller hands the others down at once.
+    // `keep` are taken; the caller hands the others down at once. The copy constructor has
+    // given the copy its source's switch already.
     static void KeepSettings(Record& copy, const Record& source, quint8 keep = KeepBoth)
     {
-        if (keep & KeepValidate)
-            copy.IRGObject::SetValidate(source.CurrentValidate());
-        if ((keep & KeepLogger) && copy.CurrentLogger() != source.CurrentLogger())
-            copy.IRGObject::SetLogger(source.OwnLogger());
+        if (keep & KeepLogger)
+            copy.HoldLogger(source.OwnLogger());
         copy.m_down = source.m_down;
         // A setting not taken is the copy's own: its held records read it where they do
         // not hold it.
         if (keep != KeepBoth)
             copy.MarkPending();
     }
+    // A copy just made for a holder that settles its held records takes the holder's switch
+    // and logger, as Record::SettleChildren hands them to every held record.
+    // @p object is logger.get(), read once for all copies.
+    static void HandToCopy(Record& copy, bool validate,
+                           const std::shared_ptr<REPORTGENERATOR::Logger>& logger,
+                           const REPORTGENERATOR::Logger* object, bool deep);
 };
 
 // Copies the items when they are shared; each copy keeps the settings of its source that
@@ -160,8 +165,10 @@ template <class T> void DetachKeeping(QVector<T>& items, quint8 keep)
     }
     const QVector<T> sources = items;
     items.detach();
-    for (int i = 0; i < items.size(); ++i)
-        RecordAccess::KeepSettings(items[i], sources.at(i), keep);
+    T* const copies = items.data();
+    const T* const from = sources.constData();
+    for (qsizetype i = 0, size = items.size(); i < size; ++i)
+        RecordAccess::KeepSettings(copies[i], from[i], keep);
 }
 
 template <class T> struct ListShare final : ListShareBase {
@@ -217,6 +224,10 @@ struct ListOps {
     void* (*defaultItem)(void* slot); // the item type's object
     void* (*items)(void* slot);       // the QVector of items
     Record& (*defaultRecord)(void* slot);
+    // Copies items that another list shares, handing each copy the switch and logger
+    // (RecordAccess::HandToCopy); false, doing nothing, unless the items are plainly shared.
+    bool (*detachHanding)(void* slot, bool validate,
+                          const std::shared_ptr<REPORTGENERATOR::Logger>& logger, bool deep);
 };
 
 // One row of a record's member table: the public description, the declared default, and
@@ -408,6 +419,31 @@ inline Record& RecordAt(const MemberRow& row, void* base, std::ptrdiff_t offset)
     return At<Record>(base, offset + row.recordBase);
 }
 
+inline void RecordAccess::HandToCopy(Record& copy, bool validate,
+                                     const std::shared_ptr<REPORTGENERATOR::Logger>& logger,
+                                     const REPORTGENERATOR::Logger* object, bool deep)
+{
+    bool changed = false;
+    if (copy.CurrentValidate() != validate) {
+        copy.HoldValidate(validate);
+        changed = true;
+    }
+    if (copy.CurrentLogger() != object) {
+        copy.HoldLogger(logger);
+        changed = true;
+    }
+    // A copy that shares its storage with its source, the usual case, and keeps its
+    // settings has nothing more to do.
+    const StorageBlock* const held = copy.d.constData();
+    const bool owned = held && held->ref.loadRelaxed() == 1;
+    if (!(changed || owned) || copy.m_type.children.empty())
+        return;
+    if (changed)
+        copy.PassDown();
+    if (owned && copy.OwnsChildren())
+        copy.SettleChildren(deep);
+}
+
 // ---- Declaring members ----------------------------------------------------------------
 
 namespace detail {
@@ -446,68 +482,8 @@ template <class T> Record& AsRecord(void* field)
     return *static_cast<T*>(field);
 }
 
-template <class T> const ListOps& ListOpsOf()
-{
-    using Slot = ListSlot<T>;
-    static const ListOps ops{
-        [](const void* s) { return static_cast<int>(static_cast<const Slot*>(s)->Body().size()); },
-        [](const void* s, int i) -> const Record& {
-            return static_cast<const Slot*>(s)->Body().at(i);
-        },
-        [](void* s, int i) -> Record& {
-            // Detached already: no test of the sharing per item.
-            return const_cast<T&>(static_cast<Slot*>(s)->items.constData()[i]);
-        },
-        [](void* s, quint8 keep) {
-            Slot& slot = *static_cast<Slot*>(s);
-            if (!slot.share && !slot.items.isDetached() &&
-                SeparateCopiesAt(slot.items.constData(), true) && slot.items.isDetached())
-                return; // the copies took items of their own; these stay in place
-            DetachKeeping(slot.Own(), keep);
-        },
-        [](const void* s) {
-            const Slot& slot = *static_cast<const Slot*>(s);
-            return slot.share || !slot.items.isDetached();
-        },
-        [](void* s) {
-            Slot& slot = *static_cast<Slot*>(s);
-            if (slot.share || slot.items.isEmpty())
-                return;
-            const auto make = [](const void* items) -> ListShareBase* {
-                return new ListShare<T>(*static_cast<const QVector<T>*>(items));
-            };
-            auto* share = static_cast<ListShare<T>*>(
-                ShareItems(slot.items.constData(), slot.items.constData() + slot.items.size(), make,
-                           &slot.items));
-            slot.share = QExplicitlySharedDataPointer<ListShare<T>>(share);
-            share->ref.deref(); // the reference taken above is now the slot's
-            slot.items = QVector<T>();
-        },
-        [](void* s) -> Record& {
-            QVector<T>& items = static_cast<Slot*>(s)->Own();
-            items.append(T());
-            return items.last();
-        },
-        [](void* s) { static_cast<Slot*>(s)->Own().removeLast(); },
-        [](void* s, const Record& item) {
-            static_cast<Slot*>(s)->Own().append(static_cast<const T&>(item));
-        },
-        [](void* s, int index, const Record& item) {
-            static_cast<Slot*>(s)->Own().insert(index, static_cast<const T&>(item));
-        },
-        [](void* s, int index) { static_cast<Slot*>(s)->Own().remove(index); },
-        [](void* s, int from, int to) { static_cast<Slot*>(s)->Own().move(from, to); },
-        [](void* s, int count) { static_cast<Slot*>(s)->Own().reserve(count); },
-        [](void* s) { static_cast<Slot*>(s)->Own().clear(); },
-        [](const void* a, const void* b) {
-            return static_cast<const Slot*>(a)->Body() == static_cast<const Slot*>(b)->Body();
-        },
-        [](void* s) -> void* { return &static_cast<Slot*>(s)->def; },
-        [](void* s) -> void* { return const_cast<QVector<T>*>(&static_cast<Slot*>(s)->Body()); },
-        [](void* s) -> Record& { return static_cast<Slot*>(s)->def; },
-    };
-    return ops;
-}
+// The operations on a list of one item type (src/RecordListOps.h).
+template <class T> const ListOps& ListOpsOf();
 
 template <class M> struct MemberPointer;
 template <class Data, class F> struct MemberPointer<F Data::*> {
@@ -590,3 +566,5 @@ RecordType MakeRecordType(const char* name, qint64 id, std::vector<MemberRow> ro
 } // namespace KVT317XML
 
 template <> KVT317XML::DefaultsBlock* QSharedDataPointer<KVT317XML::DefaultsBlock>::clone();
+
+#include "RecordListOps.h"

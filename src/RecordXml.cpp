@@ -221,7 +221,7 @@ template <class Writer> void RecordXmlWriting::Element(const Record& record, Wri
                 record.ReportIncomplete(member);
             if (set) {
                 const ReadContext::Scope scope(context, *member.nested(), member.bit, -1);
-                const Record::ReportingAs as = record.Reporting(child);
+                const Record::HeldScope as = record.Reporting(child);
                 Child(child, writer);
             }
         } else if (row.list) {
@@ -231,7 +231,7 @@ template <class Writer> void RecordXmlWriting::Element(const Record& record, Wri
                     record.ReportIncomplete(member);
                 if (set) {
                     const ReadContext::Scope scope(context, *member.nested(), member.bit, i);
-                    const Record::ReportingAs as = record.Reporting(item);
+                    const Record::HeldScope as = record.Reporting(item);
                     Child(item, writer);
                 }
             }
@@ -477,7 +477,7 @@ template <class Reader> void RecordXmlReading::Member(Record& record, Reader& re
             {
                 const ReadContext::Scope scope(context, *member.nested(), bit, -1);
                 Record& child = RecordAt(row, value, 0);
-                const Record::ReportingAs as = record.Reporting(child);
+                const Record::HeldScope as = record.Reporting(child);
                 Child(child, reader);
             }
             record.MarkSet(bit);
@@ -488,7 +488,7 @@ template <class Reader> void RecordXmlReading::Member(Record& record, Reader& re
                                                  row.valueOffset) -
                                   1;
                 const ReadContext::Scope scope(context, *member.nested(), bit, index);
-                const Record::ReportingAs as = record.Reporting(item);
+                const Record::HeldScope as = record.Reporting(item);
                 Child(item, reader);
             } catch (...) {
                 row.list->popBack(reinterpret_cast<char*>(&record.MutableStorage()) +
