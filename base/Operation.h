@@ -24,7 +24,9 @@ struct REPORTBASE_EXPORT Operation {
     /// The held record the engine works on for its holder, or null: it reports with
     /// heldValidate and *heldLogger, its holder's, instead of its own.
     const IRGObject* heldRecord = nullptr;
+    /// The holder's validation switch, for heldRecord.
     bool heldValidate = false;
+    /// The holder's logger, for heldRecord; null when no held record is being worked on.
     const std::shared_ptr<Logger>* heldLogger = nullptr;
     /// The reports held until the document being loaded is known to be good, or null.
     void* heldReports = nullptr;
