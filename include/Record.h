@@ -301,8 +301,11 @@ private:
     using HeldScope = REPORTGENERATOR::Operation::HeldScope;
     HeldScope Reporting(const Record& held) const
     {
-        return HeldScope(REPORTGENERATOR::Operation::OfThread(), held, GetValidate(),
-                         ReportLogger());
+        return Reporting(REPORTGENERATOR::Operation::OfThread(), held);
+    }
+    HeldScope Reporting(REPORTGENERATOR::Operation& operation, const Record& held) const
+    {
+        return HeldScope(operation, held, GetValidate(), ReportLogger());
     }
     // Whether a held record holds the switch and logger this record reports with now
     // (@p validate, @p logger): then it reports with its own, and a call into it needs no
@@ -320,9 +323,11 @@ private:
     void CheckHeld(REPORTGENERATOR::Operation& operation, const MemberDescription& member, int item,
                    const Record& child, bool noThrow, bool validate,
                    const std::shared_ptr<REPORTGENERATOR::Logger>& logger) const;
-    void ReportIncomplete(const MemberDescription& member) const;
+    void ReportIncomplete(REPORTGENERATOR::Operation& operation,
+                          const MemberDescription& member) const;
     void ReportIncompleteAppend(const MemberDescription& member, int item) const;
-    void ReportUnwritable(const MemberDescription& member, const QString& text) const;
+    void ReportUnwritable(REPORTGENERATOR::Operation& operation, const MemberDescription& member,
+                          const QString& text) const;
 
     // Reading
     void AssignFromText(int bit, const QString& text);
@@ -338,6 +343,7 @@ private:
                      const QString& text) const;
 
     // Writing
+    void GetXmlIn(REPORTGENERATOR::Operation& operation, QXmlStreamWriter& writer) const;
     bool WriteFrame(REPORTGENERATOR::Operation& operation, ByteSink& sink, int tag,
                     bool withTag) const;
     void WriteMemberEntry(REPORTGENERATOR::Operation& operation, ByteSink& sink,
