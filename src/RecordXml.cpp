@@ -257,7 +257,7 @@ template <class Reader> void RecordXmlReading::Member(Record& record, Reader& re
             }
             if (context)
                 context->SetPosition(at);
-            record.EndItem(row, item);
+            record.EndItem(row, item, context);
         } else {
             if (context)
                 context->MemberGiven(member, at);
@@ -323,10 +323,15 @@ bool Record::LoadXml(QFile* file)
 
 void Record::AssignFromText(int bit, const QString& text)
 {
+    AssignFromText(bit, text, ReadContext::Current());
+}
+
+void Record::AssignFromText(int bit, const QString& text, ReadContext* context)
+{
     // While an observer listens, the conversions say what they do not read as written; the
     // finding comes before any report of the setter.
     const MemberRow& row = m_type.rows[bit];
-    row.kind->assignText(*this, row, text, ReadContext::Current());
+    row.kind->assignText(*this, row, text, context);
 }
 
 // Items read from a document are read in place, at the end of the list, after receiving
@@ -343,7 +348,7 @@ Record& Record::BeginItem(const MemberRow& row)
 
 // An item that has been read stays in the list as an appended copy would: unless
 // validation is on and it is incomplete. An incomplete item is reported either way.
-void Record::EndItem(const MemberRow& row, Record& item)
+void Record::EndItem(const MemberRow& row, Record& item, ReadContext* context)
 {
     // The item's own held records take its settings now, while nothing shares it: const
     // operations on the document, which may run on several threads, then write nothing. An
@@ -355,12 +360,12 @@ void Record::EndItem(const MemberRow& row, Record& item)
     void* slot = reinterpret_cast<char*>(&block) + row.valueOffset;
     if (!complete && GetValidate()) {
         row.list->popBack(slot);
-        ReportIncompleteAppend(row.description, -1);
+        ReportIncompleteAppend(context, row.description, -1);
         return;
     }
     block.isSet |= quint32(1) << row.description.bit;
     if (!complete)
-        ReportIncompleteAppend(row.description, row.list->size(slot) - 1);
+        ReportIncompleteAppend(context, row.description, row.list->size(slot) - 1);
 }
 
 } // namespace KVT317XML
