@@ -358,6 +358,8 @@ private:
                              const ReadTap::Position& where = ReadTap::Position()) const;
     // Sends a message to the logger, or holds it while a document loads.
     void Log(LogLevel level, const QString& message) const;
+    // The same, within the operation running.
+    void LogWithin(Operation& operation, LogLevel level, const QString& message) const;
     // Writes a whole document to a file; reports why not, and what it could not keep.
     bool WriteFile(const QString& path, const QByteArray& document) const;
     // The binary document for a save to @p target; null, reported, when a text refuses it.
