@@ -13,6 +13,8 @@
 
 namespace REPORTGENERATOR {
 
+struct Operation;
+
 // Documents are written and read with one fixed stream version and byte order, so that
 // their bytes do not depend on the Qt version.
 constexpr int StreamVersion = QDataStream::Qt_5_15;
@@ -57,6 +59,7 @@ QString UnwritableInDocument(const QByteArray& document, bool writerError);
 
 // Holds a report while a document loads on this thread, to be sent on once the load is known
 // to be good. False when no load holds reports: the caller sends it on itself.
-bool HoldReport(const std::shared_ptr<Logger>& logger, LogLevel level, const QString& message);
+bool HoldReport(Operation& operation, const std::shared_ptr<Logger>& logger, LogLevel level,
+                const QString& message);
 
 } // namespace REPORTGENERATOR

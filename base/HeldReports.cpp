@@ -19,18 +19,19 @@ namespace {
 class HeldReports
 {
 public:
-    HeldReports()
-        : m_outer(Current())
+    explicit HeldReports(Operation& operation)
+        : m_operation(operation)
+        , m_outer(Of(operation))
     {
-        Operation::OfThread().heldReports = this;
+        operation.heldReports = this;
     }
-    ~HeldReports() { Operation::OfThread().heldReports = m_outer; }
+    ~HeldReports() { m_operation.heldReports = m_outer; }
     HeldReports(const HeldReports&) = delete;
     HeldReports& operator=(const HeldReports&) = delete;
 
-    static HeldReports* Current()
+    static HeldReports* Of(const Operation& operation)
     {
-        return static_cast<HeldReports*>(Operation::OfThread().heldReports);
+        return static_cast<HeldReports*>(operation.heldReports);
     }
 
     void Add(const std::shared_ptr<Logger>& logger, LogLevel level, const QString& message)
@@ -56,7 +57,7 @@ public:
     // Sends the held reports on, in order, outside the hold.
     void Release()
     {
-        Operation::OfThread().heldReports = m_outer;
+        m_operation.heldReports = m_outer;
         for (const Report& report : m_reports)
             for (quint32 i = 0; i < report.count; ++i)
                 m_loggers[report.logger]->Log(report.level, m_textList.at(report.text));
@@ -65,7 +66,7 @@ public:
 
     void Drop()
     {
-        Operation::OfThread().heldReports = m_outer;
+        m_operation.heldReports = m_outer;
         m_reports.clear();
     }
 
@@ -85,6 +86,7 @@ private:
         return index;
     }
 
+    Operation& m_operation;
     HeldReports* m_outer;
     std::vector<Report> m_reports;
     std::vector<std::shared_ptr<Logger>> m_loggers;
@@ -94,9 +96,10 @@ private:
 
 } // namespace
 
-bool HoldReport(const std::shared_ptr<Logger>& logger, LogLevel level, const QString& message)
+bool HoldReport(Operation& operation, const std::shared_ptr<Logger>& logger, LogLevel level,
+                const QString& message)
 {
-    HeldReports* held = HeldReports::Current();
+    HeldReports* held = HeldReports::Of(operation);
     if (!held)
         return false;
     held->Add(logger, level, message);
@@ -109,7 +112,7 @@ bool IRGObject::ReadDocument(bool reset, const ReadTap::Position& where,
     // The reports of a load are held until the document is known to be good: a document
     // that fails leaves one report, naming the fault, and the record as it was.
     const auto state = SaveState();
-    HeldReports held;
+    HeldReports held(Operation::OfThread());
 
     QString fault;
     try {

@@ -114,17 +114,24 @@ void IRGObject::RestoreState(const std::shared_ptr<const void>&) {}
 
 void IRGObject::Trace(LogLevel level, const RGException& exception) const
 {
-    if (ReadTap* tap = ReadTap::Current())
+    Operation& operation = Operation::OfThread();
+    if (ReadTap* tap = operation.tap)
         tap->Reported(*this, level, exception);
-    Log(level, exception.GetMessage());
+    LogWithin(operation, level, exception.GetMessage());
 }
 
 void IRGObject::Log(LogLevel level, const QString& message) const
 {
-    const std::shared_ptr<Logger>& logger = ReportLogger();
+    LogWithin(Operation::OfThread(), level, message);
+}
+
+void IRGObject::LogWithin(Operation& operation, LogLevel level, const QString& message) const
+{
+    const std::shared_ptr<Logger>& logger =
+        operation.heldRecord == this ? *operation.heldLogger : m_logger;
     if (!logger)
         return;
-    if (!HoldReport(logger, level, message))
+    if (!HoldReport(operation, logger, level, message))
         logger->Log(level, message);
 }
 
@@ -139,9 +146,10 @@ void IRGObject::TraceOrThrow(LogLevel level, RGException& exception, bool throwE
 
 void IRGObject::ReportDocumentFault(const QString& message, const ReadTap::Position& where) const
 {
-    if (ReadTap* tap = ReadTap::Current())
+    Operation& operation = Operation::OfThread();
+    if (ReadTap* tap = operation.tap)
         tap->DocumentFault(message, where);
-    Log(LogLevel::Error, message);
+    LogWithin(operation, LogLevel::Error, message);
 }
 
 } // namespace REPORTGENERATOR

@@ -30,6 +30,7 @@ class QXmlStreamWriter;
 namespace REPORTGENERATOR {
 
 class XmlTokenCursor;
+struct Operation;
 
 /// Version of the base library's document formats, as GetVersion() returns it.
 inline constexpr char Version[] = "1.0";
@@ -333,6 +334,12 @@ protected:
     void ReadContent(XmlTokenCursor& reader, TokenReading startElement);
     QString GetTextValue(XmlTokenCursor& reader);
     void SkipUnknownElement(XmlTokenCursor& reader);
+    /// The same within @p operation, which the reading hands on to each child element.
+    using OperationReading = void (*)(Operation& operation, IRGObject& record,
+                                      XmlTokenCursor& reader);
+    void ReadContent(Operation& operation, XmlTokenCursor& reader, OperationReading startElement);
+    QString GetTextValue(Operation& operation, XmlTokenCursor& reader);
+    void SkipUnknownElement(Operation& operation, XmlTokenCursor& reader);
     ///@}
 
     /// The record's class id; its low 32 bits are the tag of its binary frame.
@@ -351,6 +358,8 @@ private:
                              const ReadTap::Position& where = ReadTap::Position()) const;
     // Sends a message to the logger, or holds it while a document loads.
     void Log(LogLevel level, const QString& message) const;
+    // The same, within the operation running.
+    void LogWithin(Operation& operation, LogLevel level, const QString& message) const;
     // Writes a whole document to a file; reports why not, and what it could not keep.
     bool WriteFile(const QString& path, const QByteArray& document) const;
     // The binary document for a save to @p target; null, reported, when a text refuses it.

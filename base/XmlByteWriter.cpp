@@ -360,7 +360,13 @@ XmlByteWriter::Offer::~Offer()
 
 XmlByteWriter* XmlByteWriter::TakeOffer(const IRGObject* record, const QXmlStreamWriter* writer)
 {
-    Offer* const offer = static_cast<Offer*>(Op().xmlWriterOffer);
+    return TakeOffer(Op(), record, writer);
+}
+
+XmlByteWriter* XmlByteWriter::TakeOffer(Operation& operation, const IRGObject* record,
+                                        const QXmlStreamWriter* writer)
+{
+    Offer* const offer = static_cast<Offer*>(operation.xmlWriterOffer);
     if (!offer || offer->m_taken || offer->m_record != record || offer->m_writer != writer)
         return nullptr;
     offer->m_taken = true;

@@ -18,6 +18,7 @@ class QXmlStreamWriter;
 namespace REPORTGENERATOR {
 
 class IRGObject;
+struct Operation;
 
 /// @internal Writes what a QXmlStreamWriter with auto-formatting (indent 2) writes over a
 /// device, byte for byte, into one byte array: the same indentation, the same escapes ("&lt;",
@@ -94,6 +95,9 @@ public:
     };
     /// The byte writer offered to @p record for @p writer on this thread, once; or null.
     static XmlByteWriter* TakeOffer(const IRGObject* record, const QXmlStreamWriter* writer);
+    /// The same, for a record written within @p operation.
+    static XmlByteWriter* TakeOffer(Operation& operation, const IRGObject* record,
+                                    const QXmlStreamWriter* writer);
     ///@}
 
     /// The bytes of the last document the calling thread wrote, as a size to reserve.

@@ -18,13 +18,6 @@ namespace REPORTGENERATOR {
 
 namespace {
 
-// Elements the last SkipUnknownElement on this thread left open, for the content loop that
-// called it; -1 when none ran. Kept with the operation rather than in every record object.
-qint64& OpenAfterSkip() noexcept
-{
-    return Operation::OfThread().openAfterSkip;
-}
-
 ReadTap::Token Passing(const QXmlStreamReader& reader)
 {
     ReadTap::Token token;
@@ -192,10 +185,10 @@ QString ReadWholeXml(Reader& reader, const QString& objectName, ReadTap::Positio
 // inside an element without SkipUnknownElement leaves the count unknown; the loop then ends
 // at the first end element that carries the record's name.
 template <class Reader, class StartElement>
-void ContentLoop(Reader& reader, StartElement&& startElement)
+void ContentLoop(Operation& operation, Reader& reader, StartElement&& startElement)
 {
-    ReadTap* const tap = ReadTap::Current();
-    qint64& openAfterSkip = OpenAfterSkip();
+    ReadTap* const tap = operation.tap;
+    qint64& openAfterSkip = operation.openAfterSkip;
     const auto name = ElementName(reader);
     qint64 open = 0;
     bool counting = true;
@@ -221,12 +214,12 @@ void ContentLoop(Reader& reader, StartElement&& startElement)
     }
 }
 
-template <class Reader> QString TextValue(Reader& reader)
+template <class Reader> QString TextValue(Operation& operation, Reader& reader)
 {
     // Iterative: nesting of any depth costs no stack.
     if (!reader.isStartElement())
         return QString();
-    ReadTap* const tap = ReadTap::Current();
+    ReadTap* const tap = operation.tap;
     typename TextOf<Reader>::Type text;
     qint64 depth = 1;
     while (depth > 0 && !reader.atEnd()) {
@@ -252,9 +245,9 @@ template <class Reader> QString TextValue(Reader& reader)
     return Collected(text);
 }
 
-template <class Reader> void SkipElement(Reader& reader)
+template <class Reader> void SkipElement(Operation& operation, Reader& reader)
 {
-    ReadTap* const tap = ReadTap::Current();
+    ReadTap* const tap = operation.tap;
     const auto name = ElementName(reader);
     qint64 open = 1;
     while (!reader.atEnd()) {
@@ -266,7 +259,7 @@ template <class Reader> void SkipElement(Reader& reader)
         if (reader.name() == name)
             break;
     }
-    OpenAfterSkip() = reader.atEnd() ? 0 : open;
+    operation.openAfterSkip = reader.atEnd() ? 0 : open;
 }
 
 } // namespace
@@ -432,25 +425,36 @@ bool IRGObject::SaveXml(const QString& path) const
 
 void IRGObject::ProcessXml(QXmlStreamReader& reader)
 {
-    ContentLoop(reader, [&] { ProcessXmlStartElement(reader); });
+    ContentLoop(Operation::OfThread(), reader, [&] { ProcessXmlStartElement(reader); });
 }
 
 void IRGObject::ReadContent(XmlTokenCursor& reader, TokenReading startElement)
 {
-    ContentLoop(reader, [&] { startElement(*this, reader); });
+    ContentLoop(Operation::OfThread(), reader, [&] { startElement(*this, reader); });
+}
+
+void IRGObject::ReadContent(Operation& operation, XmlTokenCursor& reader,
+                            OperationReading startElement)
+{
+    ContentLoop(operation, reader, [&] { startElement(operation, *this, reader); });
 }
 
 QString IRGObject::GetTextValue(QXmlStreamReader& reader)
 {
-    return TextValue(reader);
+    return TextValue(Operation::OfThread(), reader);
 }
 
 QString IRGObject::GetTextValue(XmlTokenCursor& reader)
 {
+    return GetTextValue(Operation::OfThread(), reader);
+}
+
+QString IRGObject::GetTextValue(Operation& operation, XmlTokenCursor& reader)
+{
     // Most member elements hold one piece of text. A tap is told of each step, as the loop
     // of TextValue() tells it; it passes over nothing here.
     std::string_view text;
-    ReadTap* const tap = ReadTap::Current();
+    ReadTap* const tap = operation.tap;
     if (!tap) {
         if (reader.PlainElement(text))
             return text.data() ? ToQString(text) : QString();
@@ -462,17 +466,22 @@ QString IRGObject::GetTextValue(XmlTokenCursor& reader)
         tap->ReadNext(reader);
         return ToQString(text);
     }
-    return TextValue(reader);
+    return TextValue(operation, reader);
 }
 
 void IRGObject::SkipUnknownElement(QXmlStreamReader& reader)
 {
-    SkipElement(reader);
+    SkipElement(Operation::OfThread(), reader);
 }
 
 void IRGObject::SkipUnknownElement(XmlTokenCursor& reader)
 {
-    SkipElement(reader);
+    SkipElement(Operation::OfThread(), reader);
+}
+
+void IRGObject::SkipUnknownElement(Operation& operation, XmlTokenCursor& reader)
+{
+    SkipElement(operation, reader);
 }
 
 } // namespace REPORTGENERATOR

@@ -301,8 +301,11 @@ private:
     using HeldScope = REPORTGENERATOR::Operation::HeldScope;
     HeldScope Reporting(const Record& held) const
     {
-        return HeldScope(REPORTGENERATOR::Operation::OfThread(), held, GetValidate(),
-                         ReportLogger());
+        return Reporting(REPORTGENERATOR::Operation::OfThread(), held);
+    }
+    HeldScope Reporting(REPORTGENERATOR::Operation& operation, const Record& held) const
+    {
+        return HeldScope(operation, held, GetValidate(), ReportLogger());
     }
     // Whether a held record holds the switch and logger this record reports with now
     // (@p validate, @p logger): then it reports with its own, and a call into it needs no
@@ -320,24 +323,31 @@ private:
     void CheckHeld(REPORTGENERATOR::Operation& operation, const MemberDescription& member, int item,
                    const Record& child, bool noThrow, bool validate,
                    const std::shared_ptr<REPORTGENERATOR::Logger>& logger) const;
-    void ReportIncomplete(const MemberDescription& member) const;
-    void ReportIncompleteAppend(const MemberDescription& member, int item) const;
-    void ReportUnwritable(const MemberDescription& member, const QString& text) const;
+    void ReportIncomplete(REPORTGENERATOR::Operation& operation,
+                          const MemberDescription& member) const;
+    void ReportIncompleteAppend(ReadContext* context, const MemberDescription& member,
+                                int item) const;
+    void ReportUnwritable(REPORTGENERATOR::Operation& operation, const MemberDescription& member,
+                          const QString& text) const;
 
     // Reading
     void AssignFromText(int bit, const QString& text);
+    void AssignFromText(int bit, const QString& text, ReadContext* context);
     Record& BeginItem(const MemberRow& row);
-    void EndItem(const MemberRow& row, Record& item);
+    void EndItem(const MemberRow& row, Record& item, ReadContext* context);
     bool AssignFromBytes(const MemberRow& row, const BinaryText& bytes);
     // Over the bytes of a document in memory or over a stream (src/BinaryInput.h).
-    template <class Input> void ReadFrame(Input& input, int length);
     template <class Input>
-    void ReadList(const MemberRow& row, Input& input, int payload, qint64& remaining);
+    void ReadFrame(REPORTGENERATOR::Operation& operation, Input& input, int length);
+    template <class Input>
+    void ReadList(REPORTGENERATOR::Operation& operation, const MemberRow& row, Input& input,
+                  int payload, qint64& remaining);
     void ObserveText(ReadContext& context, const MemberDescription& member, const ReadPosition& at,
                      quint32 tag, qint32 payload, const QByteArray& bytes,
                      const QString& text) const;
 
     // Writing
+    void GetXmlIn(REPORTGENERATOR::Operation& operation, QXmlStreamWriter& writer) const;
     bool WriteFrame(REPORTGENERATOR::Operation& operation, ByteSink& sink, int tag,
                     bool withTag) const;
     void WriteMemberEntry(REPORTGENERATOR::Operation& operation, ByteSink& sink,

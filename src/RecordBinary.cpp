@@ -169,7 +169,7 @@ void Record::WriteMemberEntry(REPORTGENERATOR::Operation& operation, ByteSink& s
         // that XML cannot carry is reported as in XML, and refused by a save.
         text::WithText(row, block, [&](const QString& text) {
             if (member.operations->text && !Plain(text))
-                ReportUnwritable(member, text);
+                ReportUnwritable(operation, member, text);
             const qsizetype payload = sink.BeginLength();
             sink.Utf8Array(text);
             sink.Patch(payload);

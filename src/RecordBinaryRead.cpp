@@ -180,12 +180,13 @@ QString DecimalText(qint64 value)
 void Record::SetBinary(QDataStream& stream, int length)
 {
     // Taken before the bytes are: taking a file's bytes moves the file to their end.
-    const ReadContext* const context = ReadContext::Current();
+    REPORTGENERATOR::Operation& operation = REPORTGENERATOR::Operation::OfThread();
+    const ReadContext* const context = ReadContext::Of(operation);
     const qint64 origin = context ? context->BinaryOffset(stream.device()) : -1;
     DeviceBytes bytes(stream);
     if (!bytes.Held()) {
         StreamInput input(stream);
-        ReadFrame(input, length);
+        ReadFrame(operation, input, length);
         return;
     }
     MemoryInput input(bytes.Data(), bytes.Size(), stream.byteOrder() == QDataStream::BigEndian,
@@ -197,7 +198,7 @@ void Record::SetBinary(QDataStream& stream, int length)
         const MemoryInput& input;
         ~Finish() { bytes.Finish(stream, input); }
     } finish{bytes, stream, input};
-    ReadFrame(input, length);
+    ReadFrame(operation, input, length);
 }
 
 // Numbers, date-times and enumeration names read straight from their UTF-8 bytes where no observer
@@ -245,11 +246,12 @@ bool Record::AssignFromBytes(const MemberRow& row, const BinaryText& bytes)
     }
 }
 
-template <class Input> void Record::ReadFrame(Input& input, int length)
+template <class Input>
+void Record::ReadFrame(REPORTGENERATOR::Operation& operation, Input& input, int length)
 {
     Settle();
     InitData();
-    ReadContext* const context = ReadContext::Current();
+    ReadContext* const context = ReadContext::Of(operation);
     const ReadContext::Scope scope(context, m_type.description, -1, -1);
     if (context) {
         // A document's root and a list's items have frames of their own; a nested record's
@@ -312,12 +314,12 @@ template <class Input> void Record::ReadFrame(Input& input, int length)
             {
                 const ReadContext::Scope nested(context, *member->nested(), bit, -1);
                 Record& child = RecordAt(row, value, 0);
-                const HeldScope as = Reporting(child);
-                child.ReadFrame(input, payload);
+                const HeldScope as = Reporting(operation, child);
+                child.ReadFrame(operation, input, payload);
             }
             MarkSet(bit);
         } else if (row.list) {
-            ReadList(row, input, payload, remaining);
+            ReadList(operation, row, input, payload, remaining);
         } else {
             const BinaryText bytes = input.Text();
             if (!context && AssignFromBytes(row, bytes))
@@ -343,7 +345,7 @@ template <class Input> void Record::ReadFrame(Input& input, int length)
                     }
                 }
             }
-            AssignFromText(bit, text);
+            AssignFromText(bit, text, context);
         }
     }
     if (remaining == 0)
@@ -359,9 +361,10 @@ template <class Input> void Record::ReadFrame(Input& input, int length)
 }
 
 template <class Input>
-void Record::ReadList(const MemberRow& row, Input& input, int payload, qint64& remaining)
+void Record::ReadList(REPORTGENERATOR::Operation& operation, const MemberRow& row, Input& input,
+                      int payload, qint64& remaining)
 {
-    ReadContext* const context = ReadContext::Current();
+    ReadContext* const context = ReadContext::Of(operation);
     const qint32 count = input.Int32();
     if (context)
         context->Entry(row.description, input.Position(*context, 12), row.description.tag, payload,
@@ -385,15 +388,15 @@ void Record::ReadList(const MemberRow& row, Input& input, int payload, qint64& r
             const ReadContext::Scope scope(
                 context, *row.description.nested(), row.description.bit,
                 row.list->size(reinterpret_cast<char*>(&MutableStorage()) + row.valueOffset) - 1);
-            const HeldScope as = Reporting(item);
-            item.ReadFrame(input, itemLength);
+            const HeldScope as = Reporting(operation, item);
+            item.ReadFrame(operation, input, itemLength);
         } catch (...) {
             row.list->popBack(reinterpret_cast<char*>(&MutableStorage()) + row.valueOffset);
             throw;
         }
         if (context)
             context->SetPosition(itemAt);
-        EndItem(row, item);
+        EndItem(row, item, context);
     }
     // A list that ends before its count is as short as a frame that does.
     if (read < count)

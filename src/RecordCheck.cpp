@@ -19,9 +19,10 @@ void Record::ReportCheck(const MemberDescription& member, bool noThrow) const
     TraceOrThrow(LogLevel::Error, exception, !noThrow, true);
 }
 
-void Record::ReportIncomplete(const MemberDescription& member) const
+void Record::ReportIncomplete(REPORTGENERATOR::Operation& operation,
+                              const MemberDescription& member) const
 {
-    const ReadContext::Subject subject(ReadContext::Current(), &member);
+    const ReadContext::Subject subject(ReadContext::Of(operation), &member);
     IncompleteDefinitionException exception(
         QStringLiteral("Parameters for ") + member.name +
         QStringLiteral(" are not set properly in '%1'.").arg(GetObjectName(), 0, QLatin1Char(' ')));

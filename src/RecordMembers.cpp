@@ -199,14 +199,14 @@ bool Record::InsertListItem(int bit, int index, const Record& item)
         block->isSet |= Flag(bit);
     }
     if (!complete)
-        ReportIncompleteAppend(row.description, inserted ? index : -1);
+        ReportIncompleteAppend(ReadContext::Current(), row.description, inserted ? index : -1);
     return inserted;
 }
 
 // An item taken in is what the report is about; one refused, the list.
-void Record::ReportIncompleteAppend(const MemberDescription& member, int item) const
+void Record::ReportIncompleteAppend(ReadContext* context, const MemberDescription& member,
+                                    int item) const
 {
-    ReadContext* const context = ReadContext::Current();
     const ReadPosition where = context ? context->CurrentPosition() : ReadPosition();
     const ReadContext::Scope owner(context, m_type.description, -1, -1);
     const ReadContext::Scope scope(item >= 0 ? context : nullptr, *member.nested(), member.bit,

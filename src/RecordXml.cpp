@@ -112,17 +112,42 @@ struct RecordXmlReading {
     static TokenAttributes AttributesOf(const Cursor& reader) { return TokenAttributes(reader); }
 
     // A child record's element: through the virtual where the reader is the caller's.
-    static void Child(Record& record, QXmlStreamReader& reader) { record.ProcessXml(reader); }
-    static void Child(Record& record, Cursor& reader) { Element(record, reader); }
-    static void Content(Record& record, QXmlStreamReader& reader)
+    static void Child(REPORTGENERATOR::Operation&, Record& record, QXmlStreamReader& reader)
+    {
+        record.ProcessXml(reader);
+    }
+    static void Child(REPORTGENERATOR::Operation& operation, Record& record, Cursor& reader)
+    {
+        Element(operation, record, reader);
+    }
+    static void Content(REPORTGENERATOR::Operation&, Record& record, QXmlStreamReader& reader)
     {
         record.IRGObject::ProcessXml(reader);
     }
-    static void Content(Record& record, Cursor& reader)
+    static void Content(REPORTGENERATOR::Operation& operation, Record& record, Cursor& reader)
     {
-        record.ReadContent(reader, [](REPORTGENERATOR::IRGObject& self, Cursor& cursor) {
-            Member(static_cast<Record&>(self), cursor);
-        });
+        record.ReadContent(
+            operation, reader,
+            [](REPORTGENERATOR::Operation& within, REPORTGENERATOR::IRGObject& self,
+               Cursor& cursor) { Member(within, static_cast<Record&>(self), cursor); });
+    }
+    // A member's text and an unknown element's skip, on the caller's reader as the base
+    // does them for any record.
+    static QString TextValue(REPORTGENERATOR::Operation&, Record& record, QXmlStreamReader& reader)
+    {
+        return record.GetTextValue(reader);
+    }
+    static QString TextValue(REPORTGENERATOR::Operation& operation, Record& record, Cursor& reader)
+    {
+        return record.GetTextValue(operation, reader);
+    }
+    static void Skip(REPORTGENERATOR::Operation&, Record& record, QXmlStreamReader& reader)
+    {
+        record.SkipUnknownElement(reader);
+    }
+    static void Skip(REPORTGENERATOR::Operation& operation, Record& record, Cursor& reader)
+    {
+        record.SkipUnknownElement(operation, reader);
     }
 
     // The row of the element read, or the row count: the first row of the element's name.
@@ -161,10 +186,14 @@ struct RecordXmlReading {
     // A member element's text where it is one piece or none: the reader moves to its end
     // element, telling a tap of each step as GetTextValue() does. Only the tokenizer has
     // bytes.
-    static bool PlainText(QXmlStreamReader&, std::string_view&) { return false; }
-    static bool PlainText(Cursor& reader, std::string_view& text)
+    static bool PlainText(REPORTGENERATOR::Operation&, QXmlStreamReader&, std::string_view&)
     {
-        REPORTGENERATOR::ReadTap* const tap = REPORTGENERATOR::ReadTap::Current();
+        return false;
+    }
+    static bool PlainText(REPORTGENERATOR::Operation& operation, Cursor& reader,
+                          std::string_view& text)
+    {
+        REPORTGENERATOR::ReadTap* const tap = operation.tap;
         if (!tap)
             return reader.PlainElement(text);
         if (!reader.IsPlainElement())
@@ -178,18 +207,22 @@ struct RecordXmlReading {
         return true;
     }
 
-    template <class Reader> static void Element(Record& record, Reader& reader);
-    template <class Reader> static void Member(Record& record, Reader& reader);
+    template <class Reader>
+    static void Element(REPORTGENERATOR::Operation& operation, Record& record, Reader& reader);
+    template <class Reader>
+    static void Member(REPORTGENERATOR::Operation& operation, Record& record, Reader& reader);
     static void Root(REPORTGENERATOR::IRGObject& record, Cursor& reader)
     {
-        Element(static_cast<Record&>(record), reader);
+        Element(REPORTGENERATOR::Operation::OfThread(), static_cast<Record&>(record), reader);
     }
 };
 
-template <class Reader> void RecordXmlReading::Element(Record& record, Reader& reader)
+template <class Reader>
+void RecordXmlReading::Element(REPORTGENERATOR::Operation& operation, Record& record,
+                               Reader& reader)
 {
     record.InitData();
-    ReadContext* const context = ReadContext::Current();
+    ReadContext* const context = ReadContext::Of(operation);
     const ReadContext::Scope scope(context, record.m_type.description, -1, -1);
     const auto attributes = AttributesOf(reader);
     ReadPosition at;
@@ -207,17 +240,18 @@ template <class Reader> void RecordXmlReading::Element(Record& record, Reader& r
                     context->MemberGiven(row.description, at);
                     context->Entry(row.description, at, 0, -1, text);
                 }
-                record.AssignFromText(row.description.bit, text);
+                record.AssignFromText(row.description.bit, text, context);
             }
     }
-    Content(record, reader);
+    Content(operation, record, reader);
 }
 
-template <class Reader> void RecordXmlReading::Member(Record& record, Reader& reader)
+template <class Reader>
+void RecordXmlReading::Member(REPORTGENERATOR::Operation& operation, Record& record, Reader& reader)
 {
     record.Settle();
     record.InitData();
-    ReadContext* const context = ReadContext::Current();
+    ReadContext* const context = ReadContext::Of(operation);
     ReadPosition at;
     if (context)
         at = context->XmlPosition(reader);
@@ -237,8 +271,8 @@ template <class Reader> void RecordXmlReading::Member(Record& record, Reader& re
             {
                 const ReadContext::Scope scope(context, *member.nested(), bit, -1);
                 Record& child = RecordAt(row, value, 0);
-                const Record::HeldScope as = record.Reporting(child);
-                Child(child, reader);
+                const Record::HeldScope as = record.Reporting(operation, child);
+                Child(operation, child, reader);
             }
             record.MarkSet(bit);
         } else if (row.list) {
@@ -248,8 +282,8 @@ template <class Reader> void RecordXmlReading::Member(Record& record, Reader& re
                                                  row.valueOffset) -
                                   1;
                 const ReadContext::Scope scope(context, *member.nested(), bit, index);
-                const Record::HeldScope as = record.Reporting(item);
-                Child(item, reader);
+                const Record::HeldScope as = record.Reporting(operation, item);
+                Child(operation, item, reader);
             } catch (...) {
                 row.list->popBack(reinterpret_cast<char*>(&record.MutableStorage()) +
                                   row.valueOffset);
@@ -257,7 +291,7 @@ template <class Reader> void RecordXmlReading::Member(Record& record, Reader& re
             }
             if (context)
                 context->SetPosition(at);
-            record.EndItem(row, item);
+            record.EndItem(row, item, context);
         } else {
             if (context)
                 context->MemberGiven(member, at);
@@ -265,12 +299,12 @@ template <class Reader> void RecordXmlReading::Member(Record& record, Reader& re
             // sets it: unobserved, no text is made unless the member keeps one; observed, a
             // whole number or name that reads without a finding skips its second reading.
             std::string_view bytes;
-            if (PlainText(reader, bytes)) {
+            if (PlainText(operation, reader, bytes)) {
                 const BinaryText given{bytes.data(), static_cast<qsizetype>(bytes.size()), false};
                 if (!context) {
                     if (ReadsAsUtf8(bytes) && record.AssignFromBytes(row, given))
                         return;
-                    record.AssignFromText(bit, NonNullText(bytes));
+                    record.AssignFromText(bit, NonNullText(bytes), context);
                     return;
                 }
                 const QString text = NonNullText(bytes);
@@ -280,13 +314,13 @@ template <class Reader> void RecordXmlReading::Member(Record& record, Reader& re
                      KeptNumber(member, given,
                                 [&](auto value) { record.Assign<decltype(value)>(bit, value); })))
                     return;
-                record.AssignFromText(bit, text);
+                record.AssignFromText(bit, text, context);
                 return;
             }
-            const QString text = NonNull(record.GetTextValue(reader));
+            const QString text = NonNull(TextValue(operation, record, reader));
             if (context)
                 context->Entry(member, at, 0, -1, text);
-            record.AssignFromText(bit, text);
+            record.AssignFromText(bit, text, context);
         }
         return;
     }
@@ -294,17 +328,17 @@ template <class Reader> void RecordXmlReading::Member(Record& record, Reader& re
     // leaves open handed to the content loop.
     if (context)
         context->UnknownElement(REPORTGENERATOR::ToQString(name), at);
-    record.SkipUnknownElement(reader);
+    Skip(operation, record, reader);
 }
 
 void Record::ProcessXml(QXmlStreamReader& reader)
 {
-    RecordXmlReading::Element(*this, reader);
+    RecordXmlReading::Element(REPORTGENERATOR::Operation::OfThread(), *this, reader);
 }
 
 void Record::ProcessXmlStartElement(QXmlStreamReader& reader)
 {
-    RecordXmlReading::Member(*this, reader);
+    RecordXmlReading::Member(REPORTGENERATOR::Operation::OfThread(), *this, reader);
 }
 
 // The tokenizer's path reads the record's own code; a class of another's that derives from
@@ -323,10 +357,15 @@ bool Record::LoadXml(QFile* file)
 
 void Record::AssignFromText(int bit, const QString& text)
 {
+    AssignFromText(bit, text, ReadContext::Current());
+}
+
+void Record::AssignFromText(int bit, const QString& text, ReadContext* context)
+{
     // While an observer listens, the conversions say what they do not read as written; the
     // finding comes before any report of the setter.
     const MemberRow& row = m_type.rows[bit];
-    row.kind->assignText(*this, row, text, ReadContext::Current());
+    row.kind->assignText(*this, row, text, context);
 }
 
 // Items read from a document are read in place, at the end of the list, after receiving
@@ -343,7 +382,7 @@ Record& Record::BeginItem(const MemberRow& row)
 
 // An item that has been read stays in the list as an appended copy would: unless
 // validation is on and it is incomplete. An incomplete item is reported either way.
-void Record::EndItem(const MemberRow& row, Record& item)
+void Record::EndItem(const MemberRow& row, Record& item, ReadContext* context)
 {
     // The item's own held records take its settings now, while nothing shares it: const
     // operations on the document, which may run on several threads, then write nothing. An
@@ -355,12 +394,12 @@ void Record::EndItem(const MemberRow& row, Record& item)
     void* slot = reinterpret_cast<char*>(&block) + row.valueOffset;
     if (!complete && GetValidate()) {
         row.list->popBack(slot);
-        ReportIncompleteAppend(row.description, -1);
+        ReportIncompleteAppend(context, row.description, -1);
         return;
     }
     block.isSet |= quint32(1) << row.description.bit;
     if (!complete)
-        ReportIncompleteAppend(row.description, row.list->size(slot) - 1);
+        ReportIncompleteAppend(context, row.description, row.list->size(slot) - 1);
 }
 
 } // namespace KVT317XML

@@ -113,9 +113,19 @@ struct RecordXmlWriting {
     };
     static Utf8 Out(Bytes& writer, const Record& record) { return Utf8{writer, record.m_type}; }
 
-    // A child record: through the virtual where the writer is the caller's.
-    static void Child(const Record& child, Stream& writer) { child.GetXml(writer.writer); }
-    static void Child(const Record& child, Bytes& writer) { Element(child, writer); }
+    // A child record: through the virtual where the writer is the caller's and the child's
+    // class may write itself otherwise.
+    static void Child(REPORTGENERATOR::Operation& operation, const Record& child, Stream& writer)
+    {
+        if (typeid(child) == *child.m_type.exactClass)
+            child.GetXmlIn(operation, writer.writer);
+        else
+            child.GetXml(writer.writer);
+    }
+    static void Child(REPORTGENERATOR::Operation& operation, const Record& child, Bytes& writer)
+    {
+        Element(operation, child, writer);
+    }
 
     // Whether the byte writer writes every name of the record type, and of the types it
     // holds, as QXmlStreamWriter does. A few dozen names, looked at once per document.
@@ -145,15 +155,19 @@ struct RecordXmlWriting {
         return PlainNames(type, seen);
     }
 
-    template <class Writer> static void Element(const Record& record, Writer& writer);
+    template <class Writer>
+    static void Element(REPORTGENERATOR::Operation& operation, const Record& record,
+                        Writer& writer);
 };
 
-template <class Writer> void RecordXmlWriting::Element(const Record& record, Writer& writer)
+template <class Writer>
+void RecordXmlWriting::Element(REPORTGENERATOR::Operation& operation, const Record& record,
+                               Writer& writer)
 {
-    ReadContext* const context = ReadContext::Current();
+    ReadContext* const context = ReadContext::Of(operation);
     record.PassDown();
     if (record.GetValidate()) {
-        record.Check();
+        record.CheckIn(operation, false);
         if (!record.HasData())
             return;
     }
@@ -169,7 +183,7 @@ template <class Writer> void RecordXmlWriting::Element(const Record& record, Wri
         if (block.isSet & (quint32(1) << bit) && !out.Number(row, block, true))
             text::WithText(row, block, [&](const QString& text) {
                 if (member.operations->text) {
-                    record.ReportUnwritable(member, text);
+                    record.ReportUnwritable(operation, member, text);
                     out.TextAttribute(member, text);
                 } else {
                     out.Attribute(member, text);
@@ -185,21 +199,21 @@ template <class Writer> void RecordXmlWriting::Element(const Record& record, Wri
         if (row.asRecord) {
             const Record& child = RecordAt(row, value, 0);
             if (!child.HasData())
-                record.ReportIncomplete(member);
+                record.ReportIncomplete(operation, member);
             if (set) {
                 const ReadContext::Scope scope(context, *member.nested(), member.bit, -1);
-                const Record::HeldScope as = record.Reporting(child);
-                Child(child, writer);
+                const Record::HeldScope as = record.Reporting(operation, child);
+                Child(operation, child, writer);
             }
         } else if (row.list) {
             for (int i = 0; i < row.list->size(value); ++i) {
                 const Record& item = row.list->item(value, i);
                 if (!item.HasData())
-                    record.ReportIncomplete(member);
+                    record.ReportIncomplete(operation, member);
                 if (set) {
                     const ReadContext::Scope scope(context, *member.nested(), member.bit, i);
-                    const Record::HeldScope as = record.Reporting(item);
-                    Child(item, writer);
+                    const Record::HeldScope as = record.Reporting(operation, item);
+                    Child(operation, item, writer);
                 }
             }
         } else if ((set || member.AlwaysWritten()) && !out.Number(row, block, false)) {
@@ -207,7 +221,7 @@ template <class Writer> void RecordXmlWriting::Element(const Record& record, Wri
                 if (member.operations->text) {
                     // Texts may hold what the reader would normalise, or what XML cannot
                     // carry at all; numbers, names and date-times never do.
-                    record.ReportUnwritable(member, text);
+                    record.ReportUnwritable(operation, member, text);
                     out.MemberTextElement(member, text);
                 } else {
                     out.TextElement(member, text);
@@ -220,11 +234,16 @@ template <class Writer> void RecordXmlWriting::Element(const Record& record, Wri
 
 void Record::GetXml(QXmlStreamWriter& writer) const
 {
-    ReadContext* const context = ReadContext::Current();
+    GetXmlIn(REPORTGENERATOR::Operation::OfThread(), writer);
+}
+
+void Record::GetXmlIn(REPORTGENERATOR::Operation& operation, QXmlStreamWriter& writer) const
+{
+    ReadContext* const context = ReadContext::Of(operation);
     if (context && context->Depth() == 0) {
         // The record written first is the root of the paths its reports carry.
         const ReadContext::Scope scope(context, m_type.description, -1, -1);
-        GetXml(writer);
+        GetXmlIn(operation, writer);
         return;
     }
     // A whole-document save offers its byte writer; the record's own code writes there when
@@ -232,26 +251,27 @@ void Record::GetXml(QXmlStreamWriter& writer) const
     if (typeid(*this) == *m_type.exactClass && RecordXmlWriting::PlainNames(m_type.description) &&
         REPORTGENERATOR::XmlByteWriter::PlainName(GetObjectName()))
         if (REPORTGENERATOR::XmlByteWriter* bytes =
-                REPORTGENERATOR::XmlByteWriter::TakeOffer(this, &writer)) {
-            RecordXmlWriting::Element(*this, *bytes);
+                REPORTGENERATOR::XmlByteWriter::TakeOffer(operation, this, &writer)) {
+            RecordXmlWriting::Element(operation, *this, *bytes);
             return;
         }
     RecordXmlWriting::Stream stream{writer};
-    RecordXmlWriting::Element(*this, stream);
+    RecordXmlWriting::Element(operation, *this, stream);
 }
 
 // A text holding a character that XML 1.0 cannot carry is written without it being able to
 // read back as it was: say so, naming the member and the character. A save that is running
 // refuses to write the document.
-void Record::ReportUnwritable(const MemberDescription& member, const QString& text) const
+void Record::ReportUnwritable(REPORTGENERATOR::Operation& operation,
+                              const MemberDescription& member, const QString& text) const
 {
     uint code = 0;
     const qsizetype at = REPORTGENERATOR::XmlText::FirstUnwritable(text, &code);
     if (at < 0)
         return;
-    if (REPORTGENERATOR::TextRefusal* refusal = REPORTGENERATOR::TextRefusal::Current())
+    if (REPORTGENERATOR::TextRefusal* refusal = operation.refusal)
         refusal->Found(member.name, text, at, code);
-    const ReadContext::Subject subject(ReadContext::Current(), &member);
+    const ReadContext::Subject subject(ReadContext::Of(operation), &member);
     Trace(REPORTGENERATOR::LogLevel::Error,
           REPORTGENERATOR::RGException(GetObjectName() + QStringLiteral(": ") + member.name +
                                        QStringLiteral(" holds ") +
