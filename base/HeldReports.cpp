@@ -129,9 +129,6 @@ bool IRGObject::ReadDocument(bool reset, const ReadTap::Position& where,
         throw;
     }
     if (fault.isEmpty()) {
-        // Whatever the load added follows the record's switch and logger.
-        SetValidate(GetValidate());
-        SetLogger(GetLogger());
         held.Release();
         return true;
     }

@@ -299,10 +299,6 @@ private:
     void Held(quint8 settings) const;
     void FollowSharedStorage(const Record& other, bool fresh = false);
     using HeldScope = REPORTGENERATOR::Operation::HeldScope;
-    HeldScope Reporting(const Record& held) const
-    {
-        return Reporting(REPORTGENERATOR::Operation::OfThread(), held);
-    }
     HeldScope Reporting(REPORTGENERATOR::Operation& operation, const Record& held) const
     {
         return HeldScope(operation, held, GetValidate(), ReportLogger());

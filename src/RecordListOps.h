@@ -59,7 +59,20 @@ template <class T> const ListOps& ListOpsOf()
         },
         [](void* s, int index) { static_cast<Slot*>(s)->Own().remove(index); },
         [](void* s, int from, int to) { static_cast<Slot*>(s)->Own().move(from, to); },
-        [](void* s, int count) { static_cast<Slot*>(s)->Own().reserve(count); },
+        [](void* s, int count) {
+            QVector<T>& items = static_cast<Slot*>(s)->Own();
+            if (count <= items.capacity())
+                return;
+            // Qt 6's reserve copies the items, and a copy takes the base's logger: they are
+            // copied as the engine copies, keeping the settings they hold.
+            QVector<T> grown;
+            grown.reserve(count);
+            for (const T& item : std::as_const(items)) {
+                grown.append(item);
+                RecordAccess::KeepSettings(grown.last(), item);
+            }
+            items.swap(grown);
+        },
         [](void* s) { static_cast<Slot*>(s)->Own().clear(); },
         [](const void* a, const void* b) {
             return static_cast<const Slot*>(a)->Body() == static_cast<const Slot*>(b)->Body();

@@ -164,6 +164,41 @@ TEST(Settings, ValidationReachesTheDetailsInTheList)
     EXPECT_TRUE(constant.GetKVT317SettingsDetail().last().GetValidate());
 }
 
+// A load is an operation on the details: the ones the root keeps follow its settings after it,
+// as do the ones it reads.
+TEST(Settings, ALoadPassesTheSettingsDownToTheDetailsItKeeps)
+{
+    LogCapture log;
+    const auto load = [](KVT317_Settings& root, bool binary) {
+        if (!binary)
+            return root.SetXmlString(QStringLiteral("<KVT317_Settings>") + FullySetDetailXml +
+                                         QStringLiteral("</KVT317_Settings>"),
+                                     false);
+        QByteArray frame =
+            Hex("5DF5F465 0000014A 09751B80 00000142 00000001") + Hex(FullySetDetailHex);
+        return root.SetBinaryRepresentation(frame);
+    };
+    for (const bool binary : {false, true}) {
+        SCOPED_TRACE(binary ? "binary" : "XML");
+        KVT317_Settings root;
+        root.SetKVT317SettingsDetail({FullySetDetail()});
+        root.SetValidate(true);
+        root.SetLogger(log.logger);
+        root.GetKVT317SettingsDetail().append(FullySetDetail());
+        const KVT317_Settings& constant = root;
+        ASSERT_FALSE(constant.GetKVT317SettingsDetail().last().GetValidate());
+        ASSERT_TRUE(load(root, binary));
+        ASSERT_EQ(constant.GetKVT317SettingsDetail().size(), 3);
+        for (const Detail& detail : constant.GetKVT317SettingsDetail()) {
+            SCOPED_TRACE(&detail - constant.GetKVT317SettingsDetail().data());
+            EXPECT_TRUE(detail.GetValidate());
+            EXPECT_EQ(detail.GetLogger(), log.logger);
+            EXPECT_TRUE(detail.GetFrequencyRange().GetValidate());
+            EXPECT_EQ(detail.GetFrequencyRange().GetLogger(), log.logger);
+        }
+    }
+}
+
 TEST(Settings, CopyKeepsValidationButNotTheLogger)
 {
     LogCapture log;
