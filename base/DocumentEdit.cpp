@@ -45,15 +45,10 @@ bool IRGObject::EditFile(const QString& path, const std::function<bool(IRGObject
     if (found.encoding == TextEncoding::Utf8 && !found.byteOrderMark)
         return SaveXml(path);
     // The file keeps its encoding and byte-order mark: a UTF-16 file stays UTF-16.
-    bool writerError = false;
-    const QByteArray document = XmlDocument(&writerError);
-    const QString unwritable = UnwritableInDocument(document, writerError);
-    if (!unwritable.isEmpty()) {
-        ReportDocumentFault(QStringLiteral("Cannot write '%1': %2").arg(path, unwritable));
-        return false;
-    }
-    return WriteFile(
-        path, EncodeDocumentText(QString::fromUtf8(document), found.encoding, found.byteOrderMark));
+    const QByteArray document = SavedXml(path);
+    return !document.isNull() &&
+           WriteFile(path, EncodeDocumentText(QString::fromUtf8(document), found.encoding,
+                                              found.byteOrderMark));
 }
 
 } // namespace REPORTGENERATOR

@@ -362,6 +362,8 @@ private:
     void LogWithin(Operation& operation, LogLevel level, const QString& message) const;
     // Writes a whole document to a file; reports why not, and what it could not keep.
     bool WriteFile(const QString& path, const QByteArray& document) const;
+    // The XML document for a save to @p target; null, reported, when it cannot be written.
+    QByteArray SavedXml(const QString& target) const;
     // The binary document for a save to @p target; null, reported, when a text refuses it.
     QByteArray SavedBinary(const QString& target, bool compressed, int level) const;
     // The document onto a stream; onto a file as a save.

@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <cstring>
 #include <limits>
+#include <type_traits>
 
 namespace REPORTGENERATOR::Numbers {
 
@@ -277,51 +278,6 @@ template <typename Put> void Padded(const char* text, int size, int fieldWidth, 
     put(text, size, fieldWidth > 0 ? pad : 0, fieldWidth < 0 ? pad : 0);
 }
 
-} // namespace
-
-double ToDouble(QStringView text, bool* ok)
-{
-    char buffer[LongestFast];
-    if (Narrow(text, buffer)) {
-        double value = 0;
-        switch (ReadPlain(buffer, buffer + text.size(), value)) {
-        case Reading::Read:
-            if (ok)
-                *ok = true;
-            return value;
-        case Reading::Refused:
-            if (ok)
-                *ok = false;
-            return 0.0;
-        case Reading::Undecided:
-            break;
-        }
-    }
-    return text.toString().toDouble(ok);
-}
-
-double ToDouble(const char* utf8, qsizetype size, bool* ok)
-{
-    if (IsAscii(utf8, size)) {
-        double value = 0;
-        switch (ReadPlain(utf8, utf8 + size, value)) {
-        case Reading::Read:
-            if (ok)
-                *ok = true;
-            return value;
-        case Reading::Refused:
-            if (ok)
-                *ok = false;
-            return 0.0;
-        case Reading::Undecided:
-            break;
-        }
-    }
-    return QString::fromUtf8(utf8, size).toDouble(ok);
-}
-
-namespace {
-
 // QString::toFloat narrows its double where it fits float; the rest (infinities, out of
 // range, a non-zero double that narrows to zero) differs between Qt versions and is left to
 // Qt.
@@ -338,40 +294,65 @@ Reading Narrowed(Reading reading, double value, float& narrowed)
     return Reading::Read;
 }
 
-float Decided(Reading reading, float value, bool* ok)
+// A number read from its ASCII text (null @p begin: the text is not short ASCII), or by Qt's
+// own conversion @p viaQt where the plain reading cannot decide as Qt would.
+template <class T, class ViaQt>
+T ReadNumber(const char* begin, const char* end, bool* ok, ViaQt viaQt)
 {
-    if (ok)
-        *ok = reading == Reading::Read;
-    return reading == Reading::Read ? value : 0.0f;
+    if (begin) {
+        double value = 0;
+        Reading reading = ReadPlain(begin, end, value);
+        T kept = 0;
+        if constexpr (std::is_same_v<T, float>)
+            reading = Narrowed(reading, value, kept);
+        else
+            kept = value;
+        if (reading != Reading::Undecided) {
+            if (ok)
+                *ok = reading == Reading::Read;
+            return reading == Reading::Read ? kept : T(0);
+        }
+    }
+    return viaQt();
+}
+
+template <class T, class ViaQt> T ReadNumber(QStringView text, bool* ok, ViaQt viaQt)
+{
+    char buffer[LongestFast];
+    const bool ascii = Narrow(text, buffer);
+    return ReadNumber<T>(ascii ? buffer : nullptr, ascii ? buffer + text.size() : nullptr, ok,
+                         viaQt);
+}
+
+template <class T, class ViaQt>
+T ReadNumber(const char* utf8, qsizetype size, bool* ok, ViaQt viaQt)
+{
+    const bool ascii = IsAscii(utf8, size);
+    return ReadNumber<T>(ascii ? utf8 : nullptr, ascii ? utf8 + size : nullptr, ok, viaQt);
 }
 
 } // namespace
 
+double ToDouble(QStringView text, bool* ok)
+{
+    return ReadNumber<double>(text, ok, [&] { return text.toString().toDouble(ok); });
+}
+
+double ToDouble(const char* utf8, qsizetype size, bool* ok)
+{
+    return ReadNumber<double>(utf8, size, ok,
+                              [&] { return QString::fromUtf8(utf8, size).toDouble(ok); });
+}
+
 float ToFloat(QStringView text, bool* ok)
 {
-    char buffer[LongestFast];
-    if (Narrow(text, buffer)) {
-        double value = 0;
-        float narrowed = 0;
-        const Reading plain = ReadPlain(buffer, buffer + text.size(), value);
-        const Reading reading = Narrowed(plain, value, narrowed);
-        if (reading != Reading::Undecided)
-            return Decided(reading, narrowed, ok);
-    }
-    return text.toString().toFloat(ok);
+    return ReadNumber<float>(text, ok, [&] { return text.toString().toFloat(ok); });
 }
 
 float ToFloat(const char* utf8, qsizetype size, bool* ok)
 {
-    if (IsAscii(utf8, size)) {
-        double value = 0;
-        float narrowed = 0;
-        const Reading plain = ReadPlain(utf8, utf8 + size, value);
-        const Reading reading = Narrowed(plain, value, narrowed);
-        if (reading != Reading::Undecided)
-            return Decided(reading, narrowed, ok);
-    }
-    return QString::fromUtf8(utf8, size).toFloat(ok);
+    return ReadNumber<float>(utf8, size, ok,
+                             [&] { return QString::fromUtf8(utf8, size).toFloat(ok); });
 }
 
 QString Fixed(double value, int fieldWidth, int decimals)

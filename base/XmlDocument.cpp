@@ -409,18 +409,23 @@ QString IRGObject::GetXmlString() const
     return QString::fromUtf8(XmlDocument());
 }
 
-bool IRGObject::SaveXml(const QString& path) const
+// The whole document is made before the file is touched: a record that raises while writing
+// leaves no trace.
+QByteArray IRGObject::SavedXml(const QString& target) const
 {
-    // The whole document is made before the file is touched: a record that raises while
-    // writing leaves no trace.
     bool writerError = false;
     const QByteArray document = XmlDocument(&writerError);
     const QString unwritable = UnwritableInDocument(document, writerError);
-    if (!unwritable.isEmpty()) {
-        ReportDocumentFault(QStringLiteral("Cannot write '%1': %2").arg(path, unwritable));
-        return false;
-    }
-    return WriteFile(path, document);
+    if (unwritable.isEmpty())
+        return document;
+    ReportDocumentFault(QStringLiteral("Cannot write '%1': %2").arg(target, unwritable));
+    return QByteArray();
+}
+
+bool IRGObject::SaveXml(const QString& path) const
+{
+    const QByteArray document = SavedXml(path);
+    return !document.isNull() && WriteFile(path, document);
 }
 
 void IRGObject::ProcessXml(QXmlStreamReader& reader)

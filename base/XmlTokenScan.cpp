@@ -227,17 +227,8 @@ bool XmlTokenizer::Text()
         const uchar c = *m_p;
         if (c == '<')
             break;
-        if (c == '\n') {
-            ++m_p;
-            NewLine();
-        } else if (c == '\r') {
-            Decode(decoded, start, segment, from);
-            buffer += '\n';
-            ++m_p;
-            if (m_p < m_end && *m_p == '\n')
-                ++m_p;
-            NewLine();
-            segment = m_p;
+        if (c == '\n' || c == '\r') {
+            LineBreak(decoded, start, segment, from);
         } else if (c == '&') {
             Decode(decoded, start, segment, from);
             if (!Reference(buffer))
@@ -292,17 +283,8 @@ bool XmlTokenizer::Section(uchar first, uchar second, std::uint32_t& start, std:
             }
             break;
         }
-        if (c == '\n') {
-            ++m_p;
-            NewLine();
-        } else if (c == '\r') {
-            Decode(decoded, decodedStart, segment, from);
-            buffer += '\n';
-            ++m_p;
-            if (m_p < m_end && *m_p == '\n')
-                ++m_p;
-            NewLine();
-            segment = m_p;
+        if (c == '\n' || c == '\r') {
+            LineBreak(decoded, decodedStart, segment, from);
         } else if (c >= 0x80) {
             if (!Utf8())
                 return false;

@@ -128,6 +128,20 @@ private:
         }
         buffer.append(reinterpret_cast<const char*>(segment), m_p - segment);
     }
+    // The line break at m_p inside a text. XML reads "\r\n" and a lone '\r' as '\n', so that
+    // text no longer stands as its bytes do: it is decoded from there on.
+    void LineBreak(bool& decoded, std::uint32_t& start, const uchar*& segment, const uchar* from)
+    {
+        if (*m_p == '\r') {
+            Decode(decoded, start, segment, from);
+            m_out.m_decoded += '\n';
+            if (m_end - m_p >= 2 && m_p[1] == '\n')
+                ++m_p;
+            segment = m_p + 1;
+        }
+        ++m_p;
+        NewLine();
+    }
 
     XmlTokens& m_out;
     const uchar* const m_base;

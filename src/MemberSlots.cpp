@@ -11,6 +11,8 @@
 
 #include <QDateTime>
 
+#include <type_traits>
+
 namespace KVT317XML {
 
 namespace {
@@ -143,24 +145,20 @@ void AssignInteger(Record& record, const MemberRow& row, const QString& text, Re
     RecordAccess::Assign<int>(record, row.description.bit, value);
 }
 
-void AssignFloat(Record& record, const MemberRow& row, const QString& text, ReadContext* context)
+template <class T>
+void AssignNumber(Record& record, const MemberRow& row, const QString& text, ReadContext* context)
 {
     bool read = true;
-    const float value = REPORTGENERATOR::Numbers::ToFloat(text, context ? &read : nullptr);
+    bool* const ok = context ? &read : nullptr;
+    T value;
+    if constexpr (std::is_same_v<T, float>)
+        value = REPORTGENERATOR::Numbers::ToFloat(text, ok);
+    else
+        value = REPORTGENERATOR::Numbers::ToDouble(text, ok);
     if (context)
         context->Report(row.description, read::NumberFinding(row.description, text, read, value),
                         text);
-    RecordAccess::Assign<float>(record, row.description.bit, value);
-}
-
-void AssignDouble(Record& record, const MemberRow& row, const QString& text, ReadContext* context)
-{
-    bool read = true;
-    const double value = REPORTGENERATOR::Numbers::ToDouble(text, context ? &read : nullptr);
-    if (context)
-        context->Report(row.description, read::NumberFinding(row.description, text, read, value),
-                        text);
-    RecordAccess::Assign<double>(record, row.description.bit, value);
+    RecordAccess::Assign<T>(record, row.description.bit, value);
 }
 
 void AssignText(Record& record, const MemberRow& row, const QString& text, ReadContext*)
@@ -278,10 +276,10 @@ const KindOps kKinds[] = {
      &AssignInteger, &AssignVariant<int>},
     {kKindOperations[1], true, &RecordType::floatFlags, nullptr, &DeclareNumber<float>,
      &CopyValue<float>, &Restore<float>, &ResetToDefault<float>, &SameValue<float>, &HoldsWhenSet,
-     &AssignFloat, &AssignVariant<float>},
+     &AssignNumber<float>, &AssignVariant<float>},
     {kKindOperations[2], true, &RecordType::doubleFlags, nullptr, &DeclareNumber<double>,
      &CopyValue<double>, &Restore<double>, &ResetToDefault<double>, &SameValue<double>,
-     &HoldsWhenSet, &AssignDouble, &AssignVariant<double>},
+     &HoldsWhenSet, &AssignNumber<double>, &AssignVariant<double>},
     {kKindOperations[3], false, &RecordType::textFlags, nullptr, &DeclareNothing, &StartNothing,
      &RestoreText, &ResetText, &SameValue<QString>, &HoldsText, &AssignText, &AssignTextVariant},
     {kKindOperations[4], false, &RecordType::dateTimeFlags, nullptr, &DeclareNothing, &StartNothing,

@@ -35,24 +35,18 @@ SetCellCommand::SetCellCommand(SettingsModel& model, int row, int column, Change
     }
 }
 
-void SetCellCommand::redo()
+bool SetCellCommand::Do()
 {
-    if (m_applied) {
-        m_applied = false;
-        return;
-    }
     const QModelIndex index = m_model.index(m_row, m_column);
     switch (m_change) {
     case Change::Value:
-        m_taken = m_model.setData(index, m_value);
-        break;
+        return m_model.setData(index, m_value);
     case Change::Default:
-        m_taken = m_model.SetToDefault(index);
-        break;
+        return m_model.SetToDefault(index);
     case Change::Unset:
-        m_taken = m_model.Unset(index);
-        break;
+        return m_model.Unset(index);
     }
+    return false;
 }
 
 void SetCellCommand::undo()
@@ -75,13 +69,9 @@ InsertDetailCommand::InsertDetailCommand(SettingsModel& model, int row,
     setText(text);
 }
 
-void InsertDetailCommand::redo()
+bool InsertDetailCommand::Do()
 {
-    if (m_applied) {
-        m_applied = false;
-        return;
-    }
-    m_taken = m_model.InsertRecord(m_row, m_detail);
+    return m_model.InsertRecord(m_row, m_detail);
 }
 
 void InsertDetailCommand::undo()

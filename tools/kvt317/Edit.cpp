@@ -158,22 +158,32 @@ QString Assign(Record& base, const QString& basePath, const QString& path, const
     return QString();
 }
 
-// Locks, loads and analyses the document a command edits; null after printing why not.
-// The lock is held until the command has written the file.
-std::unique_ptr<Document> Editable(const QString& path, const Options& options, int& status,
-                                   std::unique_ptr<REPORTGENERATOR::DocumentLock>& lock)
+// A document a command edits: locked until the command has written it, loaded and analysed,
+// with the copy of its record that the command changes.
+struct Edit {
+    std::unique_ptr<REPORTGENERATOR::DocumentLock> lock;
+    std::unique_ptr<Document> document; // null after printing why not
+    std::unique_ptr<Record> edited;
+    int status = Success; // the exit status when there is no document
+};
+
+Edit OpenEdit(const Options& options)
 {
-    lock = LockForEdit(path, options);
-    if (!lock) {
-        status = UsageOrIo;
-        return nullptr;
+    Edit edit;
+    const QString& path = options.arguments.at(0);
+    edit.lock = LockForEdit(path, options);
+    if (!edit.lock) {
+        edit.status = UsageOrIo;
+        return edit;
     }
     std::unique_ptr<Document> document = LoadDocument(path);
-    status = Unusable(*document);
-    if (status != Success)
-        return nullptr;
+    edit.status = Unusable(*document);
+    if (edit.status != Success)
+        return edit;
     Analyse(*document);
-    return document;
+    edit.edited = CopyRecord(*document->record);
+    edit.document = std::move(document);
+    return edit;
 }
 
 WriteRequest Request(const Document& document, const Options& options)
@@ -263,13 +273,11 @@ int RunSet(const Options& options)
     if (options.arguments.size() % 2 == 0)
         return UsageError(QStringLiteral("set takes FILE and pairs of PATH VALUE"),
                           QStringLiteral("set"));
-    int status = Success;
-    std::unique_ptr<REPORTGENERATOR::DocumentLock> lock;
-    const std::unique_ptr<Document> document =
-        Editable(options.arguments.at(0), options, status, lock);
-    if (!document)
-        return status;
-    const std::unique_ptr<Record> edited = CopyRecord(*document->record);
+    const Edit edit = OpenEdit(options);
+    if (!edit.document)
+        return edit.status;
+    const std::unique_ptr<Document>& document = edit.document;
+    const std::unique_ptr<Record>& edited = edit.edited;
     Touched touched;
     DiagnosticList findings;
     for (int i = 1; i + 1 < options.arguments.size(); i += 2) {
@@ -288,13 +296,11 @@ int RunSet(const Options& options)
 
 int RunUnset(const Options& options)
 {
-    int status = Success;
-    std::unique_ptr<REPORTGENERATOR::DocumentLock> lock;
-    const std::unique_ptr<Document> document =
-        Editable(options.arguments.at(0), options, status, lock);
-    if (!document)
-        return status;
-    const std::unique_ptr<Record> edited = CopyRecord(*document->record);
+    const Edit edit = OpenEdit(options);
+    if (!edit.document)
+        return edit.status;
+    const std::unique_ptr<Document>& document = edit.document;
+    const std::unique_ptr<Record>& edited = edit.edited;
     Touched touched;
     for (int i = 1; i < options.arguments.size(); ++i) {
         Target target;
@@ -343,18 +349,16 @@ int RunAdd(const Options& options)
     if (options.arguments.size() % 2 == 0)
         return UsageError(QStringLiteral("add takes FILE and pairs of PATH VALUE"),
                           QStringLiteral("add"));
-    int status = Success;
-    std::unique_ptr<REPORTGENERATOR::DocumentLock> lock;
-    const std::unique_ptr<Document> document =
-        Editable(options.arguments.at(0), options, status, lock);
-    if (!document)
-        return status;
+    const Edit edit = OpenEdit(options);
+    if (!edit.document)
+        return edit.status;
+    const std::unique_ptr<Document>& document = edit.document;
+    const std::unique_ptr<Record>& edited = edit.edited;
     const MemberDescription* list = ListMember(document->record->GetDescription());
     if (!list)
         return Fail(QStringLiteral("%1: a %2 document holds no list; add works on "
                                    "KVT317_Settings documents")
                         .arg(document->label, document->type));
-    const std::unique_ptr<Record> edited = CopyRecord(*document->record);
     const int position = edited->ListSize(list->bit) + 1;
     // The library's next detail: the one a new row of the item model gets too, its name and
     // index unused by the document's other details.
@@ -382,13 +386,11 @@ int RunAdd(const Options& options)
 
 int RunRemove(const Options& options)
 {
-    int status = Success;
-    std::unique_ptr<REPORTGENERATOR::DocumentLock> lock;
-    const std::unique_ptr<Document> document =
-        Editable(options.arguments.at(0), options, status, lock);
-    if (!document)
-        return status;
-    const std::unique_ptr<Record> edited = CopyRecord(*document->record);
+    const Edit edit = OpenEdit(options);
+    if (!edit.document)
+        return edit.status;
+    const std::unique_ptr<Document>& document = edit.document;
+    const std::unique_ptr<Record>& edited = edit.edited;
     Target target;
     const QString error = Resolve(*edited, options.arguments.at(1), false, target);
     if (!error.isEmpty())
