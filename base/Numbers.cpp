@@ -331,7 +331,50 @@ T ReadNumber(const char* utf8, qsizetype size, bool* ok, ViaQt viaQt)
     return ReadNumber<T>(ascii ? utf8 : nullptr, ascii ? utf8 + size : nullptr, ok, viaQt);
 }
 
+// A sign and at most nine digits, which QString::toInt reads without fail and no int
+// overflows; anything else (blanks, more digits, other characters) is left to it.
+template <class Unit> bool PlainInt(const Unit* p, const Unit* const end, int& value)
+{
+    const bool negative = p != end && *p == Unit('-');
+    if (p != end && (*p == Unit('-') || *p == Unit('+')))
+        ++p;
+    if (p == end || end - p > 9)
+        return false;
+    int v = 0;
+    for (; p != end; ++p) {
+        const unsigned digit = unsigned(std::make_unsigned_t<Unit>(*p)) - unsigned('0');
+        if (digit > 9)
+            return false;
+        v = v * 10 + static_cast<int>(digit);
+    }
+    value = negative ? -v : v;
+    return true;
+}
+
+template <class Unit, class ViaQt>
+int ReadInt(const Unit* begin, const Unit* end, bool* ok, ViaQt viaQt)
+{
+    int value = 0;
+    if (!PlainInt(begin, end, value))
+        return viaQt();
+    if (ok)
+        *ok = true;
+    return value;
+}
+
 } // namespace
+
+int ToInt(QStringView text, bool* ok)
+{
+    const auto* begin = reinterpret_cast<const char16_t*>(text.data());
+    return ReadInt(begin, begin + text.size(), ok, [&] { return text.toString().toInt(ok, 10); });
+}
+
+int ToInt(const char* utf8, qsizetype size, bool* ok)
+{
+    return ReadInt(utf8, utf8 + size, ok,
+                   [&] { return QString::fromUtf8(utf8, size).toInt(ok, 10); });
+}
 
 double ToDouble(QStringView text, bool* ok)
 {

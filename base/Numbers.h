@@ -29,6 +29,13 @@ REPORTBASE_EXPORT float ToFloat(QStringView text, bool* ok = nullptr);
 /// @internal What QString::fromUtf8(utf8, size).toFloat(ok) gives.
 REPORTBASE_EXPORT float ToFloat(const char* utf8, qsizetype size, bool* ok = nullptr);
 
+/// @internal QString::toInt(ok, 10) of @p text: a sign and at most nine digits are read
+/// here, every other text by QString::toInt itself.
+REPORTBASE_EXPORT int ToInt(QStringView text, bool* ok = nullptr);
+
+/// @internal What QString::fromUtf8(utf8, size).toInt(ok, 10) gives.
+REPORTBASE_EXPORT int ToInt(const char* utf8, qsizetype size, bool* ok = nullptr);
+
 /// @internal QStringLiteral("%1").arg(value, fieldWidth, 'f', decimals, QLatin1Char(' ')),
 /// to the character: fixed notation with std::to_chars, exact ties rounded away from zero as
 /// Qt rounds them ("0.13" for 0.125 with two decimals). Values the fast path does not cover

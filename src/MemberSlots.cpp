@@ -112,34 +112,10 @@ bool HoldsText(const MemberRow&, const void* value, bool)
 
 // ---- Text in: the conversions XML reading makes, and what they say to an observer ---------
 
-// A sign and at most nine digits, which toInt() reads without fail and no int overflows;
-// anything else is left to it.
-bool PlainInt(const QString& text, int& value)
-{
-    const QChar* p = text.constData();
-    const QChar* const end = p + text.size();
-    const bool negative = p != end && *p == u'-';
-    if (p != end && (*p == u'-' || *p == u'+'))
-        ++p;
-    if (p == end || end - p > 9)
-        return false;
-    int v = 0;
-    for (; p != end; ++p) {
-        const unsigned digit = unsigned(p->unicode()) - unsigned(u'0');
-        if (digit > 9)
-            return false;
-        v = v * 10 + static_cast<int>(digit);
-    }
-    value = negative ? -v : v;
-    return true;
-}
-
 void AssignInteger(Record& record, const MemberRow& row, const QString& text, ReadContext* context)
 {
     bool read = true;
-    int value = 0;
-    if (!PlainInt(text, value))
-        value = text.toInt(context ? &read : nullptr, 10);
+    const int value = REPORTGENERATOR::Numbers::ToInt(text, context ? &read : nullptr);
     if (!read)
         context->Report(row.description, read::WholeNumberNotRead(row.description, text), text);
     RecordAccess::Assign<int>(record, row.description.bit, value);

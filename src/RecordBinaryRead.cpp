@@ -110,28 +110,6 @@ int NameIndex(const QStringList& names, const BinaryText& bytes)
     return -1;
 }
 
-// A sign and at most nine digits, which QString::toInt reads without fail and no int
-// overflows; anything else (blanks, more digits, other characters) is left to it.
-bool PlainInt(const BinaryText& bytes, int& value)
-{
-    const char* p = bytes.data;
-    const char* const end = p + bytes.size;
-    const bool negative = p != end && *p == '-';
-    if (p != end && (*p == '-' || *p == '+'))
-        ++p;
-    if (p == end || end - p > 9)
-        return false;
-    int v = 0;
-    for (; p != end; ++p) {
-        const unsigned digit = static_cast<unsigned char>(*p) - unsigned('0');
-        if (digit > 9)
-            return false;
-        v = v * 10 + static_cast<int>(digit);
-    }
-    value = negative ? -v : v;
-    return true;
-}
-
 // Eight bytes at a time: a high bit in any of them is a byte beyond ASCII.
 bool Ascii(const BinaryText& bytes)
 {
@@ -215,8 +193,10 @@ bool Record::AssignFromBytes(const MemberRow& row, const BinaryText& bytes)
     };
     switch (member.kind) {
     case MemberKind::Integer: {
-        int value = 0;
-        if (!PlainInt(bytes, value))
+        // A text that does not read is left to AssignFromText, which tells an observer.
+        bool read = false;
+        const int value = REPORTGENERATOR::Numbers::ToInt(bytes.data, bytes.size, &read);
+        if (!read)
             return false;
         store(value);
         return true;
