@@ -100,8 +100,6 @@ void SettingsModel::SetDocument(std::unique_ptr<Record> document,
                 m_documentRead.push_back(std::move(finding));
             }
         }
-        for (int row = 0; row < rowCount(); ++row)
-            Refresh(row);
         CheckRoot();
     }
     endResetModel();
@@ -150,7 +148,7 @@ const Record* SettingsModel::CellRecord(int row, const Column& column) const
 
 const Record* SettingsModel::ShownRecord(int row, const Column& column) const
 {
-    const RowState& state = m_rows[static_cast<size_t>(row)];
+    const RowState& state = State(row);
     // Without a view (the row as written does not load) the record itself is shown; its
     // findings say why.
     const Record* record = state.view ? state.view.get() : RowRecord(row);
@@ -159,7 +157,7 @@ const Record* SettingsModel::ShownRecord(int row, const Column& column) const
 
 bool SettingsModel::ShownSet(int row, const Column& column) const
 {
-    const RowState& state = m_rows[static_cast<size_t>(row)];
+    const RowState& state = State(row);
     const Record* record = state.view ? state.view.get() : RowRecord(row);
     if (column.childBit >= 0 && !record->IsMemberSet(column.childBit))
         return false; // a child the row does not write
@@ -370,7 +368,7 @@ std::vector<SettingsModel::CellFinding> SettingsModel::Findings() const
     for (size_t row = 0; row < m_rows.size(); ++row) {
         for (const Located& entry : m_rows[row].read)
             all.push_back(CellFinding{static_cast<int>(row), entry.column, true, entry.finding});
-        for (const Located& entry : m_rows[row].check)
+        for (const Located& entry : State(static_cast<int>(row)).check)
             all.push_back(CellFinding{static_cast<int>(row), entry.column, false, entry.finding});
     }
     return all;

@@ -152,6 +152,9 @@ private:
     };
     struct RowState {
         std::vector<Located> read;
+        // Worked out when first asked for after the row changed: a view shows a few rows of
+        // a large document.
+        bool current = false;
         std::vector<Located> check;   // the row's Check(), and what its save would find
         std::unique_ptr<Record> view; // the row as a save writes it and a load gives it back
     };
@@ -164,7 +167,9 @@ private:
     const Record* ShownRecord(int row, const Column& column) const;
     bool ShownSet(int row, const Column& column) const;
     int LocateColumn(const ReadPath& path, int from, const MemberDescription* member) const;
-    void Refresh(int row);
+    void Refresh(int row) { m_rows[static_cast<size_t>(row)].current = false; }
+    const RowState& State(int row) const;
+    void Update(RowState& state, int row) const;
     void CheckRoot();
     bool Edit(const QModelIndex& index, EditKind kind, const QVariant& value);
     bool Apply(Record& row, const Column& column, EditKind kind, const QVariant& value,
@@ -179,7 +184,7 @@ private:
     std::shared_ptr<REPORTGENERATOR::Logger> m_logger;
     std::vector<Column> m_columns;
     int m_listBit = -1;
-    std::vector<RowState> m_rows;
+    mutable std::vector<RowState> m_rows;
     std::vector<ReadFinding> m_documentRead;
     std::vector<ReadFinding> m_documentCheck;
     QString m_refusal;

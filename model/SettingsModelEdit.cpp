@@ -78,9 +78,17 @@ const int HeaderRoles[] = {Qt::ToolTipRole, SettingsModel::FindingsRole, Setting
 
 } // namespace
 
-void SettingsModel::Refresh(int row)
+const SettingsModel::RowState& SettingsModel::State(int row) const
 {
     RowState& state = m_rows[static_cast<size_t>(row)];
+    if (!state.current)
+        Update(state, row);
+    return state;
+}
+
+void SettingsModel::Update(RowState& state, int row) const
+{
+    state.current = true;
     // Checked through a copy that reports to the model: a row inserted from a record keeps
     // that record's logger until the list hands it out for writing.
     const std::unique_ptr<Record> record = CopyRecord(*RowRecord(row));
@@ -330,7 +338,7 @@ bool SettingsModel::setData(const QModelIndex& index, const QVariant& value, int
 QStringList SettingsModel::CellFindings(int row, int column) const
 {
     QStringList lines;
-    const RowState& findings = m_rows[static_cast<size_t>(row)];
+    const RowState& findings = State(row);
     for (const Located& entry : findings.read)
         if (entry.column == column)
             lines.append(FindingLine(entry.finding));
@@ -343,7 +351,7 @@ QStringList SettingsModel::CellFindings(int row, int column) const
 int SettingsModel::CellFault(int row, int column) const
 {
     int fault = -1;
-    const RowState& findings = m_rows[static_cast<size_t>(row)];
+    const RowState& findings = State(row);
     auto consider = [&fault, column](const Located& entry) {
         if (entry.column != column)
             return;
