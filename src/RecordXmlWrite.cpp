@@ -196,26 +196,22 @@ void RecordXmlWriting::Element(REPORTGENERATOR::Operation& operation, const Reco
         const void* value = reinterpret_cast<const char*>(&block) + row.valueOffset;
         if (member.attribute)
             continue;
-        if (row.asRecord) {
-            const Record& child = RecordAt(row, value, 0);
+        // A child record (item -1) or a list item: an incomplete one is reported, and it is
+        // written where the member is set.
+        const auto held = [&](const Record& child, int item) {
             if (!child.HasData())
                 record.ReportIncomplete(operation, member);
             if (set) {
-                const ReadContext::Scope scope(context, *member.nested(), member.bit, -1);
+                const ReadContext::Scope scope(context, *member.nested(), member.bit, item);
                 const Record::HeldScope as = record.Reporting(operation, child);
                 Child(operation, child, writer);
             }
+        };
+        if (row.asRecord) {
+            held(RecordAt(row, value, 0), -1);
         } else if (row.list) {
-            for (int i = 0; i < row.list->size(value); ++i) {
-                const Record& item = row.list->item(value, i);
-                if (!item.HasData())
-                    record.ReportIncomplete(operation, member);
-                if (set) {
-                    const ReadContext::Scope scope(context, *member.nested(), member.bit, i);
-                    const Record::HeldScope as = record.Reporting(operation, item);
-                    Child(operation, item, writer);
-                }
-            }
+            for (int i = 0; i < row.list->size(value); ++i)
+                held(row.list->item(value, i), i);
         } else if ((set || member.AlwaysWritten()) && !out.Number(row, block, false)) {
             text::WithText(row, block, [&](const QString& text) {
                 if (member.operations->text) {
