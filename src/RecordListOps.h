@@ -65,13 +65,7 @@ template <class T> const ListOps& ListOpsOf()
                 return;
             // Qt 6's reserve copies the items, and a copy takes the base's logger: they are
             // copied as the engine copies, keeping the settings they hold.
-            QVector<T> grown;
-            grown.reserve(count);
-            for (const T& item : std::as_const(items)) {
-                grown.append(item);
-                RecordAccess::KeepSettings(grown.last(), item);
-            }
-            items.swap(grown);
+            items = CopiesKeeping(items, count);
         },
         [](void* s) { static_cast<Slot*>(s)->Own().clear(); },
         [](const void* a, const void* b) {

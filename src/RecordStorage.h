@@ -171,6 +171,19 @@ template <class T> void DetachKeeping(QVector<T>& items, quint8 keep)
         RecordAccess::KeepSettings(copies[i], from[i], keep);
 }
 
+// The items copied into a list of their own with room for @p capacity, as the engine copies:
+// each copy keeps the settings of its source.
+template <class T> QVector<T> CopiesKeeping(const QVector<T>& items, qsizetype capacity)
+{
+    QVector<T> copies;
+    copies.reserve(capacity);
+    for (const T& item : items) {
+        copies.append(item);
+        RecordAccess::KeepSettings(copies.last(), item);
+    }
+    return copies;
+}
+
 template <class T> struct ListShare final : ListShareBase {
     explicit ListShare(const QVector<T>& source)
         : items(source)
@@ -187,12 +200,7 @@ template <class T> struct ListShare final : ListShareBase {
         // containers detach: an item reference taken before still points here. The copies
         // take items of their own, and the old ones stay alive for that reference, read by
         // no record.
-        QVector<T> own;
-        own.reserve(items.size());
-        for (const T& item : items) {
-            own.append(item);
-            RecordAccess::KeepSettings(own.last(), item);
-        }
+        QVector<T> own = CopiesKeeping(items, items.size());
         orphans.append(items);
         items.swap(own);
     }
